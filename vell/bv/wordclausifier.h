@@ -1,0 +1,246 @@
+#pragma once
+
+// The bit-blaster: terms in, clauses out.
+//
+// One class over several files; each block below is titled by the file that defines it, and that file's opening
+// comment gives formulas, sizes and orders. Gates and circuits work on literals and vectors of literals, handlers on
+// terms. Where a circuit and a handler share a name, their parameters tell them apart.
+//
+// The order of fresh literals, of clauses and of literals within a clause is part of every circuit's contract: the
+// same term always yields the same clauses.
+
+#include <cstdint>
+#include <vector>
+
+#include "vell/bv/wordclausifierinterface.h"
+#include "vell/terms/configuration.h"
+#include "vell/terms/ieeefloat.h"
+#include "vell/terms/termmanager.h"
+#include "vell/utils/hashtable.h"
+#include "vell/utils/objectpool.h"
+
+namespace vell::bv {
+
+class WordClausifier : public WordClausifierInterface {
+ public:
+  // Encodes one term whose children are cached and leaves exactly one new list for it in the cache.
+  using Handler = void (WordClausifier::*)(ClauseSink*, Term_ const*);
+
+  struct TermHash {
+    std::uint64_t operator()(Term_ const* t) const { return t->id; }
+  };
+  using BitsCache = hsh::Hashtable<Term_ const*, BvLitList*, TermHash>;
+
+  // ---- wordclausifier.cpp: construction, traversal, dispatch ----
+
+  // Neither is owned; config may be null. Traces go to a Logger of its own until set_logger.
+  WordClausifier(TermManager* tm, Configuration::Theory::Bv* config);
+  ~WordClausifier() override;
+  WordClausifier(WordClausifier const&) = delete;
+  WordClausifier& operator=(WordClausifier const&) = delete;
+
+  void set_logger(Logger* l) override;
+  void set_termination_test(TerminationTest const* t) override;
+  BvLit bit_blast(Term_ const* t, ClauseSink* sink) override;
+
+  // Installs the handler of a tag, replacing what was there. A derived class registers its own handlers through
+  // static_cast<Handler>(&Derived::handler).
+  void register_hook(SymbolTag::tag tag, Handler handler);
+  // Encodes one term whose children are ready, through its handler or as a numeral or variable.
+  void call_hook(ClauseSink* sink, Term_ const* t, SymbolTag::tag tag);
+  // Throws Exception "not supported: " and the term.
+  [[noreturn]] void fail(ClauseSink* sink, Term_ const* t);
+  // Begins a trace message of the level, prefix included.
+  Logger& log(int level);
+
+  // ---- cache.cpp: cached bits, trail, backtracking ----
+
+  // The list of t, or null. Valid until t is retracted.
+  BvLitList* lookup(Term_ const* t) const {
+    BitsCache::Node* n = bits_cache.find(t);
+    return n == nullptr ? nullptr : n->value;
+  }
+  bool is_cached(Term_ const* t) override;
+  // Makes bits, a list of new_BvLitList or of a circuit, t's list; the cache owns it from then on.
+  void add_to_cache(Term_ const* t, BvLitList* bits);
+  // A list from the pool with src's elements.
+  BvLitList* new_BvLitList(BvLitList const& src) { return bvlist_pool.alloc_copy(src); }
+  // Gives a list that is not cached back to the pool.
+  void release(BvLitList* list) { bvlist_pool.release(list); }
+  void retract_upto(Term_ const* t) override;
+  void push_backtrack_point() override;
+  void pop_backtrack_point() override;
+
+  // ---- interface.cpp: bits of terms for the surrounding solver ----
+
+  bool get_bits(Term_ const* t, BvLitList& out) override;
+  void set_bits(Term_ const* t, ClauseSink* sink, BvLitList const& bits) override;
+  bool make_bits(Term_ const* t, BvLitList& out, ClauseSink* sink) override;
+  void notify_interface_term(Term_ const* t, ClauseSink* sink) override;
+  bool is_terminal(Term_ const* t) override;
+
+  // ---- gates.cpp ----
+
+  BvLit bit_not(BvLit a);
+  BvLit bit_and(ClauseSink* sink, BvLit a, BvLit b);
+  BvLit bit_or(ClauseSink* sink, BvLit a, BvLit b);
+  BvLit bit_xor(ClauseSink* sink, BvLit a, BvLit b);
+  // c ? t : e
+  BvLit bit_ite(ClauseSink* sink, BvLit c, BvLit t, BvLit e);
+  // result[i] = a[i] & b[i] for every i below a's length; result has that length, b at least that.
+  void word_and(ClauseSink* sink, BvLitList& result, BvLitList* a, BvLitList* b);
+
+  // ---- adders.cpp ----
+
+  void full_adder(ClauseSink* sink, BvLit& sum, BvLit& carry, BvLit a, BvLit b, BvLit c);
+  // x + y modulo 2^n, n the length of x; y has at least that length. The caller owns the result.
+  BvLitList* word_add(ClauseSink* sink, BvLitList* x, BvLitList* y);
+  // -x modulo 2^n. The caller owns the result.
+  BvLitList* word_neg(ClauseSink* sink, BvLitList* x);
+  void word_add(ClauseSink* sink, Term_ const* term);
+  void word_neg(ClauseSink* sink, Term_ const* term);
+  void word_sub(ClauseSink* sink, Term_ const* term);
+
+  // ---- comparators.cpp ----
+
+  // Unsigned x <= y and x < y over words of one length, as a list of one literal that the caller owns. out, unless
+  // l_undef, is used as the literal of the last stage where that stage needs one.
+  BvLitList* word_ule(ClauseSink* sink, BvLitList* x, BvLitList* y, BvLit out);
+  BvLitList* word_ult(ClauseSink* sink, BvLitList* x, BvLitList* y, BvLit out);
+  void word_ult(ClauseSink* sink, Term_ const* term);
+  void word_ule(ClauseSink* sink, Term_ const* term);
+  void word_slt(ClauseSink* sink, Term_ const* term);
+  void word_sle(ClauseSink* sink, Term_ const* term);
+
+  // ---- equality.cpp ----
+
+  // The literal of x = y over words of one length; out as for the comparators.
+  BvLit word_equal(ClauseSink* sink, BvLitList* x, BvLitList* y, BvLit out);
+  // use_proxy: whether the sink is asked for a literal of the atom.
+  void word_equal(ClauseSink* sink, Term_ const* term, bool use_proxy);
+  void word_equal(ClauseSink* sink, Term_ const* term);
+  void word_equal_noproxy(ClauseSink* sink, Term_ const* term);
+  bool bit_blast_theory_eq(BvLit lit, Term_ const* t1, Term_ const* t2, ClauseSink* sink) override;
+
+  // ---- multiplication.cpp ----
+
+  void word_mul(ClauseSink* sink, Term_ const* term);
+  void word_mul_by_constant(ClauseSink* sink, Term_ const* term);
+  void word_mul_generic(ClauseSink* sink, Term_ const* term);
+
+  // ---- division.cpp ----
+
+  // Quotient and remainder of unsigned a / b, words of one length n; q and r have at least n elements and belong to
+  // the caller. flag is ignored.
+  void word_udiv_simple(ClauseSink* sink, BvLitList* a, BvLitList* b, BvLitList* q, BvLitList* r, bool flag);
+  // Under div_semantics 1 makes res, a quotient or remainder by b, unconstrained where b is zero.
+  void word_div_complete_semantics(ClauseSink* sink, BvLitList* b, BvLitList* res);
+  // Truncating signed division by absolute values.
+  void word_sdiv_simple(ClauseSink* sink, BvLitList* a, BvLitList* b, BvLitList* q, BvLitList* r);
+  void word_udiv(ClauseSink* sink, Term_ const* term);
+  void word_urem(ClauseSink* sink, Term_ const* term);
+  void word_sdiv(ClauseSink* sink, Term_ const* term);
+  void word_srem(ClauseSink* sink, Term_ const* term);
+  void word_srem_by_power_of_2(ClauseSink* sink, Term_ const* term);
+
+  // ---- divisionarray.cpp ----
+
+  // Array of controlled add/subtract cells; no handler uses it.
+  void word_sdiv(ClauseSink* sink, BvLitList* a, BvLitList* b, BvLitList* q, BvLitList* r);
+
+  // ---- shifts.cpp ----
+
+  // x shifted by the value of s, which is at least as long as x. The caller owns the result.
+  BvLitList* word_sr(ClauseSink* sink, BvLitList* x, BvLitList* s, bool arithmetic);
+  BvLitList* word_sl(ClauseSink* sink, BvLitList* x, BvLitList* s);
+  // The right shift of a term, not cached; the caller owns the result.
+  BvLitList* word_sr(ClauseSink* sink, Term_ const* term, bool arithmetic);
+  void word_lsr(ClauseSink* sink, Term_ const* term);
+  void word_asr(ClauseSink* sink, Term_ const* term);
+  void word_lsl(ClauseSink* sink, Term_ const* term);
+  void word_rol(ClauseSink* sink, Term_ const* term);
+  void word_ror(ClauseSink* sink, Term_ const* term);
+
+  // ---- booleans.cpp ----
+
+  void bool_not(ClauseSink* sink, Term_ const* term);
+  void bool_and(ClauseSink* sink, Term_ const* term);
+  void bool_or(ClauseSink* sink, Term_ const* term);
+  void bool_iff(ClauseSink* sink, Term_ const* term);
+  // Not in the hook table; register them where a solver has such terms.
+  void word_atom(ClauseSink* sink, Term_ const* term);
+  void bool_ite(ClauseSink* sink, Term_ const* term);
+  void word_ite(ClauseSink* sink, Term_ const* term);
+  void generic_ite(ClauseSink* sink, Term_ const* term);
+
+  // ---- words.cpp: bitwise and structural operators ----
+
+  void word_not(ClauseSink* sink, Term_ const* term);
+  void word_and(ClauseSink* sink, Term_ const* term);
+  void word_or(ClauseSink* sink, Term_ const* term);
+  void word_xor(ClauseSink* sink, Term_ const* term);
+  void word_sel(ClauseSink* sink, Term_ const* term);
+  void word_concat(ClauseSink* sink, Term_ const* term);
+  void word_zext(ClauseSink* sink, Term_ const* term);
+  void word_sext(ClauseSink* sink, Term_ const* term);
+
+  // ---- leaves.cpp: variables and constants ----
+
+  void word_constant(ClauseSink* sink, Term_ const* term);
+  void word_variable(ClauseSink* sink, Term_ const* term);
+  void bool_true(ClauseSink* sink, Term_ const* term);
+  void bool_false(ClauseSink* sink, Term_ const* term);
+  void bool_variable(ClauseSink* sink, Term_ const* term);
+  // Encodes a term as a fresh variable of its type; false, and nothing done, when the type has no bits.
+  bool generic_variable(ClauseSink* sink, Term_ const* term);
+
+  // ---- floatingpoint.cpp: variables and rounding modes ----
+
+  void set_fp_combination(FpBvCombination* c) override;
+  bool get_new_fp_terms(std::vector<Term_ const*>& out) override;
+  // The two literals of a rounding mode, element 0 the low bit; two l_undef for a value that is no mode.
+  BvLitList fp_rounding(IEEEFloat::rounding_mode mode);
+  void fp_variable(ClauseSink* sink, Term_ const* term);
+  void fp_rounding_variable(ClauseSink* sink, Term_ const* term);
+
+  // ---- fpconversion.cpp: floating-point values to integers ----
+
+  void fp_to_sbv(ClauseSink* sink, Term_ const* term);
+  void fp_to_ubv(ClauseSink* sink, Term_ const* term);
+  void fp_as_ieeebv(ClauseSink* sink, Term_ const* term);
+  // Argument 1 rounded by the mode of argument 0, as a two's-complement word of `width` bits that the caller owns.
+  BvLitList* fp_to_bv(ClauseSink* sink, Term_ const* term, std::uint64_t width);
+
+ private:
+  friend class WordClausifierInspector;
+
+  // The list of a child, inserting an empty entry where there is none: part of the contract of the handlers that use
+  // it, since an insertion may grow the table.
+  BvLitList* child_bits(Term_ const* child) { return bits_cache.do_insert(child, nullptr).first->value; }
+  // The width of the term's bit-vector type; 0 when it is none.
+  std::uint64_t width_of(Term_ const* t) const {
+    std::uint64_t width = 0;
+    tm->is_bv_type(t->symbol->get_output_type(), &width);
+    return width;
+  }
+  // Caches a list of one literal.
+  void cache_literal(Term_ const* t, BvLit literal);
+  // The sink's literal of an atom, l_undef when it has none.
+  BvLit sink_literal(ClauseSink* sink, Term_ const* term);
+  // Makes result, of one literal, the atom's own literal where the circuit did not use it.
+  void tie_to_atom(ClauseSink* sink, BvLitList* result, BvLit atom);
+
+  TermManager* tm;
+  Configuration::Theory::Bv* config;
+  Logger* logger;
+  bool owns_logger;
+  TerminationTest const* termination_test;
+  BitsCache bits_cache;
+  std::vector<Term_ const*> trail;
+  std::vector<Handler> hooks;
+  ObjectPool<BvLitList, false> bvlist_pool;
+  FpBvCombination* fp_combination;
+  std::vector<Term_ const*> new_fp_terms;
+};
+
+}  // namespace vell::bv

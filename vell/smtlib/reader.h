@@ -1,0 +1,88 @@
+#pragma once
+
+// SMT-LIB 2 scripts, command by command.
+//
+// The reader owns what a script's text means: symbols and their scopes, sorts, operators, macros, let. It hands out
+// commands with their terms built; what a command does is the engine's business. Nothing in it recurses over terms or
+// nesting.
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "vell/smtlib/error.h"
+#include "vell/smtlib/source.h"
+#include "vell/terms/termmanager.h"
+
+namespace vell::smtlib {
+
+enum class CommandKind : std::uint8_t {
+  set_logic,                // text: the logic
+  set_option,               // text: the keyword (":produce-models"), value: the attribute value as written
+  set_info,                 // text: the keyword, value as written
+  declare,                  // text: the symbol; terms[0]: the constant
+  define,                   // text: the symbol; terms[0]: the body where it has no parameters
+  define_sort,              // text: the symbol
+  assert_,                  // terms[0]: the formula
+  check_sat,
+  check_sat_assuming,       // terms: the assumed literals; texts: as written
+  push,                     // number: levels
+  pop,                      // number: levels; never more than there are
+  reset,
+  reset_assertions,
+  get_model,
+  get_value,                // terms, texts: as written, white space folded
+  get_assignment,
+  get_unsat_core,
+  get_unsat_assumptions,
+  get_assertions,
+  get_proof,
+  get_info,                 // text: the keyword
+  get_option,               // text: the keyword
+  echo,                     // text: the string literal as written, quotes included
+  exit
+};
+
+// A term with a name of its own, from (! t :named n).
+struct NamedTerm {
+  std::string name;  // as it must be printed, quoted where the script had to
+  Term_ const* term = nullptr;
+};
+
+struct Command {
+  CommandKind kind = CommandKind::exit;
+  Position position;  // of the opening parenthesis
+  std::string text;
+  std::string value;
+  std::uint64_t number = 0;
+  std::vector<Term_ const*> terms;
+  std::vector<std::string> texts;
+  std::vector<NamedTerm> named;  // every term named inside the command, in the order met
+  // For assert: the name of the asserted formula itself, "" when it has none.
+  std::string name;
+};
+
+class Reader {
+ public:
+  // Terms are made in tm, which must outlive the reader.
+  Reader(TermManager& tm, std::unique_ptr<Source> source);
+  ~Reader();
+
+  // Reads the next command into `command` (its vectors are reused); false at the end of the script. Throws Error at
+  // the first thing that is wrong; the reader must not be used further then. Declarations and definitions are in force
+  // when the call returns; push, pop, reset and reset-assertions have already changed the scopes of symbols, under
+  // :global-declarations as set by a set-option command that the reader has seen.
+  bool next(Command& command);
+
+  std::string const& file() const;
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+// The symbol as a script must write it: quoted with bars unless it is a simple symbol.
+std::string quote_symbol(std::string_view symbol);
+
+}  // namespace vell::smtlib

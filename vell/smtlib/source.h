@@ -1,0 +1,48 @@
+#pragma once
+
+// Bytes of a script: a mapped file, read in place, or a stream, read in blocks.
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "vell/smtlib/error.h"
+
+namespace vell::smtlib {
+
+// A window over the script's bytes that moves forward. The reader scans [begin, end) and asks for more when it meets
+// the end; what it still needs is kept, at a new address where the source is a stream.
+class Source {
+ public:
+  virtual ~Source() = default;
+
+  // The file, mapped when it is a plain regular file; compressed files (.gz, .xz, .zst, .bz2, told by their first
+  // bytes) and pipes are streamed. "-" is standard input. Throws Error "FILE:1:1: ..." when it cannot be read.
+  static std::unique_ptr<Source> open(std::string const& path);
+  // The text itself, which must outlive the source. `name` stands for the file in messages.
+  static std::unique_ptr<Source> text(std::string_view text, std::string name = "<text>");
+
+  std::string const& name() const { return name_; }
+  char const* begin() const { return begin_; }
+  char const* end() const { return end_; }
+  // Offset in the script of the byte at begin().
+  std::uint64_t offset() const { return offset_; }
+
+  // Makes at least one more byte available behind end(), keeping the bytes from `keep` on (begin() <= keep <= end()):
+  // afterwards begin() is where keep's byte is now. False at the end of the script. Throws Error when reading fails.
+  virtual bool refill(char const* keep) = 0;
+
+  // Line and column of an offset, which may lie in front of the window.
+  virtual Position position(std::uint64_t offset) const = 0;
+
+ protected:
+  std::string name_;
+  char const* begin_ = nullptr;
+  char const* end_ = nullptr;
+  std::uint64_t offset_ = 0;
+};
+
+}  // namespace vell::smtlib

@@ -1,0 +1,98 @@
+#pragma once
+
+// The trace stream. A message is module, level, pieces, endlog:
+//
+//   logger("BV") << loglevel(3) << "calling a hook for " << term << endlog;
+//
+// A piece is written only when the logger is not muted, the message's level is not negative and it is at most the
+// verbosity; each << tests that again, so a level may change in the middle of a line. Code on a hot path asks
+// enabled() first and leaves the pieces unrendered.
+//
+// Tested by tests/terms/logger_test.cpp.
+
+#include <cstdint>
+#include <ostream>
+#include <string>
+#include <string_view>
+
+#include "vell/terms/literal.h"
+#include "vell/terms/term.h"
+#include "vell/terms/type.h"
+
+namespace vell {
+
+struct loglevel {
+  explicit loglevel(int n) : value(n) {}
+  int value;
+};
+
+struct EndLog {};
+inline constexpr EndLog endlog{};
+
+// Whether the stream is standard output or standard error and that is a terminal.
+bool is_terminal(std::ostream const& stream);
+
+class Logger {
+ public:
+  // Writes to standard error with verbosity 0.
+  Logger();
+  // Writes to `stream`, which must outlive the logger.
+  explicit Logger(std::ostream& stream, int verbosity = 0) : stream_(&stream), verbosity_(verbosity) {}
+
+  // Messages of levels 0 to n are written.
+  void set_verbosity(int n) { verbosity_ = n; }
+  int verbosity() const { return verbosity_; }
+  void set_muted(bool muted) { muted_ = muted; }
+  // The next text starts with a carriage return when the stream is a terminal: a progress line stands there.
+  void set_pending_carriage_return() { pending_carriage_return_ = true; }
+
+  // Whether a message of this level is written.
+  bool enabled(int level) const { return !muted_ && level >= 0 && level <= verbosity_; }
+
+  // Selects the module that writes.
+  Logger& operator()(char const* module) {
+    module_ = module;
+    return *this;
+  }
+  char const* module() const { return module_; }
+
+  Logger& operator<<(loglevel n) {
+    level_ = n.value;
+    return *this;
+  }
+  // Ends the line.
+  Logger& operator<<(EndLog) { return write("\n"); }
+
+  Logger& operator<<(char const* text) { return write(text); }
+  Logger& operator<<(std::string const& text) { return write(text); }
+  Logger& operator<<(std::string_view text) { return write(text); }
+  Logger& operator<<(bool b) { return write(b ? "1" : "0"); }
+  Logger& operator<<(unsigned n) { return number(n); }
+  Logger& operator<<(unsigned long n) { return number(n); }
+  Logger& operator<<(unsigned long long n) { return number(n); }
+  Logger& operator<<(long n) { return number(n); }
+  Logger& operator<<(long long n) { return number(n); }
+  // The shallow form of the term.
+  Logger& operator<<(Term_ const* term);
+  Logger& operator<<(Type const* type);
+  // A signed 32-bit integer is a literal: "?", "T", "F", or "~" for a negative one and its magnitude minus 2.
+  Logger& operator<<(bv::BvLit literal);
+  // "[ ~5, 3, T ]": most significant bit first.
+  Logger& operator<<(bv::BvLitList const& bits);
+
+ private:
+  template <typename N>
+  Logger& number(N n) {
+    return enabled(level_) ? write(std::to_string(n)) : *this;
+  }
+  Logger& write(std::string_view text);
+
+  std::ostream* stream_;
+  char const* module_ = "";
+  int level_ = 0;
+  int verbosity_;
+  bool muted_ = false;
+  bool pending_carriage_return_ = false;
+};
+
+}  // namespace vell

@@ -1,0 +1,32 @@
+#pragma once
+
+// Names, arities and typing rules of the operators behind the symbol tags.
+//
+// Tested by tests/terms/operators_test.cpp.
+
+#include <string>
+
+#include "vell/terms/exception.h"
+#include "vell/terms/symboltag.h"
+#include "vell/terms/type.h"
+
+namespace vell {
+
+// An application whose arguments do not fit its operator. what() is one line without a position.
+struct SortError : Exception {
+  using Exception::Exception;
+};
+
+// The name of an operator as SMT-LIB writes it ("bvadd", "extract"); "?" for a tag without one.
+char const* operator_name(SymbolTag::tag tag);
+
+// The number of arguments mk_app takes for the operator; -1 for a tag that mk_app does not build.
+int operator_arity(SymbolTag::tag tag);
+
+// Number of parameters of an indexed operator: 2 for extract, 1 for rotations and extensions, 0 otherwise.
+unsigned operator_parameters(SymbolTag::tag tag);
+
+// The type as SMT-LIB writes it: "(_ BitVec 8)", "Bool", "(_ FloatingPoint 8 24)" (with the hidden bit).
+std::string sort_text(Type const* type);
+
+}  // namespace vell

@@ -1,0 +1,23 @@
+#pragma once
+
+// The GMP side of QNumber, apart so that qnumber.h can be included without gmp.h.
+
+#include <gmp.h>
+
+#include "vell/terms/qnumber.h"
+
+namespace vell {
+
+struct GmpPair {
+  mpz_t numerator;
+  mpz_t denominator;
+  GmpPair() { mpz_inits(numerator, denominator, nullptr); }
+  ~GmpPair() { mpz_clears(numerator, denominator, nullptr); }
+  GmpPair(GmpPair const&) = delete;
+  GmpPair& operator=(GmpPair const&) = delete;
+};
+
+// out = the numerator of q, whichever form it has.
+void get_numerator(QNumber const& q, mpz_t out);
+
+}  // namespace vell

@@ -1,0 +1,13 @@
+#pragma once
+
+namespace vell {
+
+// Polled once for every term that is translated. A derived test stops the work by throwing; the exception reaches the
+// caller unchanged. The base test never stops anything.
+class TerminationTest {
+ public:
+  virtual ~TerminationTest() = default;
+  virtual void operator()() const {}
+};
+
+}  // namespace vell

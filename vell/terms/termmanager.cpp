@@ -1,0 +1,289 @@
+#include "vell/terms/termmanager.h"
+
+#include <algorithm>
+#include <new>
+
+#include "vell/terms/exception.h"
+#include "vell/terms/operators.h"
+
+namespace vell {
+
+namespace {
+
+// Term memory comes in chunks of 2^17 words of 8 bytes. A place is a word number: chunk number and offset in one.
+constexpr unsigned chunk_bits = 17;
+constexpr std::uint64_t chunk_words = std::uint64_t{1} << chunk_bits;
+constexpr std::uint64_t max_places = UINT32_MAX;
+
+std::uint64_t mix(std::uint64_t h, std::uint64_t w) {
+  h = (h ^ w) * 0x9e3779b97f4a7c15u;
+  return h ^ (h >> 32);
+}
+
+// Symbols and terms differ by their addresses; interning makes the addresses stand for the structure.
+std::uint32_t term_hash(Symbol const* symbol, Term_ const* const* children, std::uint64_t n) {
+  std::uint64_t h = mix(0, reinterpret_cast<std::uintptr_t>(symbol));
+  for (std::uint64_t i = 0; i < n; ++i) h = mix(h, reinterpret_cast<std::uintptr_t>(children[i]));
+  return static_cast<std::uint32_t>(h >> 16);
+}
+
+}  // namespace
+
+TermManager::TermManager() : table_(1024, Slot{0, 0}) {
+  bool_type = new_type(Type::Kind::boolean);
+  bv_type_marker = new_type(Type::Kind::marker);
+  fp_type_marker = new_type(Type::Kind::marker);
+  int_type = new_type(Type::Kind::integer);
+  real_type = new_type(Type::Kind::real);
+  rounding_mode_type = new_type(Type::Kind::rounding_mode);
+}
+
+TermManager::~TermManager() {
+  for (QNumber* n : numbers_) n->~QNumber();
+  for (char* c : chunks_) std::free(c);
+}
+
+// ---- types ----
+
+Type const* TermManager::new_type(Type::Kind kind, std::uint64_t a, std::uint64_t b) {
+  types_.push_back(std::unique_ptr<Type>(new Type(kind, a, b)));
+  return types_.back().get();
+}
+
+Type const* TermManager::bv_type(std::uint64_t width) {
+  Type const*& slot = bv_types_[width];
+  if (slot == nullptr) {
+    Type const* w = new_type(Type::Kind::width, width);
+    slot = new_type(Type::Kind::bit_vector, width);
+    types_.back()->components = {bv_type_marker, w};
+  }
+  return slot;
+}
+
+Type const* TermManager::fp_type(std::uint64_t exponent_width, std::uint64_t fraction_width) {
+  Type const*& slot = fp_types_[exponent_width][fraction_width];
+  if (slot == nullptr) {
+    Type const* format = new_type(Type::Kind::format, exponent_width, fraction_width);
+    slot = new_type(Type::Kind::floating_point, exponent_width, fraction_width);
+    types_.back()->components = {fp_type_marker, format};
+  }
+  return slot;
+}
+
+Type const* TermManager::function_type(std::span<Type const* const> arguments, Type const* result) {
+  std::vector<Type const*> components(arguments.begin(), arguments.end());
+  components.push_back(result);
+  for (Type const* t : function_types_)
+    if (t->components == components) return t;
+  Type const* t = new_type(Type::Kind::function);
+  types_.back()->components = std::move(components);
+  function_types_.push_back(t);
+  return t;
+}
+
+bool TermManager::is_function_type(Type const* type, std::vector<Type const*>* arguments,
+                                   Type const** result) const {
+  if (type->kind() != Type::Kind::function) return false;
+  if (arguments != nullptr) arguments->assign(type->components.begin(), type->components.end() - 1);
+  if (result != nullptr) *result = type->components.back();
+  return true;
+}
+
+bool TermManager::is_term_ite(Symbol const* symbol, Type const** type) const {
+  if (symbol->role_ != Symbol::Role::term_ite) return false;
+  if (type != nullptr) *type = symbol->output_type_;
+  return true;
+}
+
+namespace {
+void put(std::uint64_t* out, std::uint64_t value) {
+  if (out != nullptr) *out = value;
+}
+}  // namespace
+
+bool TermManager::is_bv_extract(Symbol const* symbol, std::uint64_t* msb, std::uint64_t* lsb,
+                                std::uint64_t* selected_width) const {
+  if (symbol->role_ != Symbol::Role::extract) return false;
+  put(msb, symbol->parameters_[0]);
+  put(lsb, symbol->parameters_[1]);
+  if (selected_width != nullptr) is_bv_type(symbol->output_type_, selected_width);
+  return true;
+}
+
+bool TermManager::is_bv_rotate_left(Symbol const* symbol, std::uint64_t* amount, std::uint64_t* width) const {
+  if (symbol->role_ != Symbol::Role::rotate_left) return false;
+  put(amount, symbol->parameters_[0]);
+  if (width != nullptr) is_bv_type(symbol->output_type_, width);
+  return true;
+}
+
+bool TermManager::is_bv_rotate_right(Symbol const* symbol, std::uint64_t* amount, std::uint64_t* width) const {
+  if (symbol->role_ != Symbol::Role::rotate_right) return false;
+  put(amount, symbol->parameters_[0]);
+  if (width != nullptr) is_bv_type(symbol->output_type_, width);
+  return true;
+}
+
+bool TermManager::is_bv_slt(Symbol const* symbol, std::uint64_t* width) const {
+  if (symbol->role_ != Symbol::Role::slt) return false;
+  put(width, symbol->parameters_[0]);
+  return true;
+}
+
+// ---- symbols ----
+
+Symbol const* TermManager::make_symbol(SymbolSpec const& spec) {
+  Symbol* s = ::new (symbol_arena_.alloc(sizeof(Symbol))) Symbol;
+  s->name = symbol_arena_.copy(spec.name);
+  s->arity = spec.arity;
+  s->output_type_ = spec.output_type;
+  s->number_ = nullptr;
+  if (spec.number != nullptr) {
+    numbers_.push_back(::new (symbol_arena_.alloc(sizeof(QNumber))) QNumber);
+    *numbers_.back() = *spec.number;
+    s->number_ = numbers_.back();
+  }
+  s->label_ = spec.label.empty() ? nullptr : symbol_arena_.copy(spec.label);
+  s->parameters_[0] = spec.parameter0;
+  s->parameters_[1] = spec.parameter1;
+  s->tag_ = spec.tag;
+  s->role_ = spec.role;
+  return s;
+}
+
+Symbol const* TermManager::operator_symbol(SymbolTag::tag tag, std::uint64_t arity, Type const* output_type,
+                                           std::uint64_t parameter0, std::uint64_t parameter1) {
+  std::uint64_t h = mix(mix(tag, arity), reinterpret_cast<std::uintptr_t>(output_type));
+  h = mix(mix(h, parameter0), parameter1);
+  auto same = [&](Symbol const* s) {
+    return s->tag_ == tag && s->arity == arity && s->output_type_ == output_type &&
+           s->parameters_[0] == parameter0 && s->parameters_[1] == parameter1;
+  };
+  Symbol const*& recent = recent_symbols_[h % std::size(recent_symbols_)];
+  if (recent != nullptr && same(recent)) return recent;
+  auto const [begin, end] = operator_symbols_.equal_range(h);
+  for (auto i = begin; i != end; ++i)
+    if (same(i->second)) return recent = i->second;
+
+  SymbolSpec spec;
+  spec.name = operator_name(tag);
+  spec.arity = arity;
+  spec.output_type = output_type;
+  spec.tag = tag;
+  spec.parameter0 = parameter0;
+  spec.parameter1 = parameter1;
+  switch (tag) {
+    case SymbolTag::term_ite: spec.role = Symbol::Role::term_ite; break;
+    case SymbolTag::bv_extract: spec.role = Symbol::Role::extract; break;
+    case SymbolTag::bv_rotate_left: spec.role = Symbol::Role::rotate_left; break;
+    case SymbolTag::bv_rotate_right: spec.role = Symbol::Role::rotate_right; break;
+    case SymbolTag::bv_slt: spec.role = Symbol::Role::slt; break;
+    default: break;
+  }
+  Symbol const* s = make_symbol(spec);
+  operator_symbols_.emplace(h, s);
+  return recent = s;
+}
+
+// ---- terms ----
+
+Term_ const* TermManager::at(std::uint32_t place) const {
+  std::uint64_t const p = place - 1;
+  return reinterpret_cast<Term_ const*>(chunks_[p >> chunk_bits] + (p & (chunk_words - 1)) * 8);
+}
+
+void TermManager::grow_term_table() {
+  std::vector<Slot> old(table_.size() * 2, Slot{0, 0});
+  old.swap(table_);
+  std::uint64_t const mask = table_.size() - 1;
+  for (Slot const& s : old) {
+    if (s.place == 0) continue;
+    std::uint64_t i = s.hash & mask;
+    while (table_[i].place != 0) i = (i + 1) & mask;
+    table_[i] = s;
+  }
+}
+
+// Room for `words` words in one piece; the place is kept in next_place_.
+void TermManager::reserve_words(std::uint64_t words) {
+  if (next_place_ + words <= chunk_end_place_) return;
+  std::uint64_t const spans = (words + chunk_words - 1) >> chunk_bits;  // above 1 only for terms of huge arity
+  std::uint64_t const start = chunks_.size() << chunk_bits;
+  if (start + (spans << chunk_bits) >= max_places) throw Exception("too many terms");
+  char* memory = static_cast<char*>(std::malloc((spans << chunk_bits) * 8));
+  if (memory == nullptr) throw std::bad_alloc();
+  chunks_.push_back(memory);
+  // The later spans of a long chunk are never looked up by themselves: a term is found by its first word.
+  for (std::uint64_t i = 1; i < spans; ++i) chunks_.push_back(nullptr);
+  next_place_ = start;
+  chunk_end_place_ = start + (spans << chunk_bits);
+}
+
+Term_ const* TermManager::mk_term(Symbol const* symbol, std::span<Term_ const* const> children) {
+  std::uint64_t const n = symbol->arity;
+  std::uint32_t const h = term_hash(symbol, children.data(), n);
+  std::uint64_t const mask = table_.size() - 1;
+  std::uint64_t i = h & mask;
+  for (; table_[i].place != 0; i = (i + 1) & mask) {
+    if (table_[i].hash != h) continue;
+    Term_ const* t = at(table_[i].place);
+    if (t->symbol == symbol && std::equal(children.begin(), children.begin() + n, t->children)) return t;
+  }
+
+  reserve_words(2 + n);
+  std::uint64_t const place = next_place_;
+  Term_* t = const_cast<Term_*>(at(static_cast<std::uint32_t>(place + 1)));
+  t->id = ++term_count_;
+  t->symbol = symbol;
+  std::copy_n(children.data(), n, t->children);
+  next_place_ += 2 + n;
+  table_[i] = Slot{h, static_cast<std::uint32_t>(place + 1)};
+  if (term_count_ * 3 > table_.size() * 2) grow_term_table();
+  return t;
+}
+
+Term_ const* TermManager::mk_variable(std::string_view name, Type const* type) {
+  SymbolSpec spec;
+  spec.name = name;
+  spec.output_type = type;
+  spec.role = Symbol::Role::uninterpreted;
+  return mk_term(make_symbol(spec));
+}
+
+Term_ const* TermManager::mk_number(QNumber const& value, Type const* type) {
+  std::uint64_t const h = mix(value.hash(), reinterpret_cast<std::uintptr_t>(type));
+  auto const [begin, end] = numerals_.equal_range(h);
+  for (auto i = begin; i != end; ++i) {
+    Symbol const* s = i->second->symbol;
+    if (s->output_type_ == type && s->number_->is_big() == value.is_big() && *s->number_ == value) return i->second;
+  }
+  SymbolSpec spec;
+  std::string name = value.to_str();
+  std::uint64_t width = 0;
+  if (is_bv_type(type, &width)) name = "(_ bv" + name + " " + std::to_string(width) + ")";
+  spec.name = name;
+  spec.output_type = type;
+  spec.role = Symbol::Role::number;
+  spec.number = &value;
+  Term_ const* t = mk_term(make_symbol(spec));
+  numerals_.emplace(h, t);
+  return t;
+}
+
+Term_ const* TermManager::mk_bv(std::uint64_t value, std::uint64_t width) {
+  if (width < 64) value &= (std::uint64_t{1} << width) - 1;
+  return mk_number(QNumber::from_words(&value, 1), bv_type(width));
+}
+
+Term_ const* TermManager::mk_bool(bool value) {
+  Term_ const*& t = value ? true_ : false_;
+  if (t == nullptr)
+    t = mk_term(operator_symbol(value ? SymbolTag::bool_true : SymbolTag::bool_false, 0, bool_type));
+  return t;
+}
+
+std::uint64_t TermManager::bytes_reserved() const {
+  return symbol_arena_.bytes_reserved() + table_.capacity() * sizeof(Slot) + chunks_.size() * chunk_words * 8;
+}
+
+}  // namespace vell

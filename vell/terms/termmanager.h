@@ -1,0 +1,176 @@
+#pragma once
+
+// Factory and oracle of the term layer.
+//
+// Types, numerals, operator symbols and terms are interned: made once, compared by pointer, owned by the manager and
+// released with it. A term that exists costs one probe of the term table and no allocation. The table holds, per slot,
+// 32 bits of hash and the term's place in the arena: 8 bytes a slot, and a probe reads a term only when the hash
+// agrees. With two children a term takes 32 bytes in the arena and 9 to 18 in the table.
+//
+// Every term stays until the manager dies; its ids count from 1 without a gap, children below their parents, so a pass
+// over a cone in id order sees children first without a stack.
+//
+// Tested by tests/terms/termmanager_test.cpp.
+
+#include <cstdint>
+#include <initializer_list>
+#include <memory>
+#include <span>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "vell/terms/qnumber.h"
+#include "vell/terms/symbol.h"
+#include "vell/terms/symboltag.h"
+#include "vell/terms/term.h"
+#include "vell/terms/type.h"
+#include "vell/utils/arena.h"
+
+namespace vell {
+
+// What a new symbol is made of; see TermManager::make_symbol.
+struct SymbolSpec {
+  std::string_view name;
+  std::uint64_t arity = 0;
+  Type const* output_type = nullptr;
+  SymbolTag::tag tag = SymbolTag::none;
+  Symbol::Role role = Symbol::Role::plain;
+  std::uint64_t parameter0 = 0;
+  std::uint64_t parameter1 = 0;
+  QNumber const* number = nullptr;  // copied; for Role::number
+  std::string_view label = {};      // text of the symbol's terms; empty: made from name and children
+};
+
+class TermManager {
+ public:
+  TermManager();
+  ~TermManager();
+  TermManager(TermManager const&) = delete;
+  TermManager& operator=(TermManager const&) = delete;
+
+  // ---- types ----
+  Type const* bool_type;
+  Type const* bv_type_marker;  // component 0 of every bit-vector type
+  Type const* fp_type_marker;  // component 0 of every floating-point type
+  Type const* int_type;
+  Type const* real_type;
+  Type const* rounding_mode_type;
+
+  // The type of words of `width` bits.
+  Type const* bv_type(std::uint64_t width);
+  // exponent_width, fraction_width in bits, the fraction without the hidden bit.
+  Type const* fp_type(std::uint64_t exponent_width, std::uint64_t fraction_width);
+  Type const* function_type(std::span<Type const* const> arguments, Type const* result);
+
+  // ---- queries; a null out pointer asks only the question ----
+  SymbolTag::tag get_tag(Symbol const* symbol) const { return symbol->tag_; }
+  bool is_bv_type(Type const* type, std::uint64_t* width = nullptr) const {
+    if (type->components.size() != 2 || type->get_component(0) != bv_type_marker) return false;
+    if (width != nullptr) *width = get_width_from_type(type->get_component(1));
+    return true;
+  }
+  bool is_fp_type(Type const* type, std::uint64_t* exponent_width = nullptr,
+                  std::uint64_t* fraction_width = nullptr) const {
+    if (type->components.size() != 2 || type->get_component(0) != fp_type_marker) return false;
+    Type const* format = type->get_component(1);
+    if (exponent_width != nullptr) *exponent_width = format->a_;
+    if (fraction_width != nullptr) *fraction_width = format->b_;
+    return true;
+  }
+  // The width that a width type encodes.
+  std::uint64_t get_width_from_type(Type const* type) const { return type->a_; }
+  bool is_function_type(Type const* type, std::vector<Type const*>* arguments = nullptr,
+                        Type const** result = nullptr) const;
+  bool is_number(Symbol const* symbol, QNumber* value = nullptr) const {
+    if (symbol->role_ != Symbol::Role::number) return false;
+    if (value != nullptr) *value = *symbol->number_;
+    return true;
+  }
+  // The value of a numeral without a copy; null when the symbol is no numeral.
+  QNumber const* number(Symbol const* symbol) const {
+    return symbol->role_ == Symbol::Role::number ? symbol->number_ : nullptr;
+  }
+  bool is_uninterpreted_function(Symbol const* symbol) const {
+    return symbol->role_ == Symbol::Role::uninterpreted;
+  }
+  bool is_term_ite(Symbol const* symbol, Type const** type = nullptr) const;
+  bool is_bv_extract(Symbol const* symbol, std::uint64_t* msb = nullptr, std::uint64_t* lsb = nullptr,
+                     std::uint64_t* selected_width = nullptr) const;
+  bool is_bv_rotate_left(Symbol const* symbol, std::uint64_t* amount = nullptr,
+                         std::uint64_t* width = nullptr) const;
+  bool is_bv_rotate_right(Symbol const* symbol, std::uint64_t* amount = nullptr,
+                          std::uint64_t* width = nullptr) const;
+  bool is_bv_slt(Symbol const* symbol, std::uint64_t* width = nullptr) const;
+  bool is_fprounding_even(Symbol const* symbol) const { return symbol->role_ == Symbol::Role::rounding_even; }
+  bool is_fprounding_zero(Symbol const* symbol) const { return symbol->role_ == Symbol::Role::rounding_zero; }
+  bool is_fprounding_plus_inf(Symbol const* symbol) const {
+    return symbol->role_ == Symbol::Role::rounding_plus_inf;
+  }
+  bool is_fprounding_minus_inf(Symbol const* symbol) const {
+    return symbol->role_ == Symbol::Role::rounding_minus_inf;
+  }
+
+  // ---- symbols ----
+  // A new symbol, different from every other, however much they look alike.
+  Symbol const* make_symbol(SymbolSpec const& spec);
+  // The symbol of an operator, one for each combination of the arguments. The name is that of the tag.
+  // Parameters are those of Symbol::parameter; signed less-than keeps the width of its operands as parameter 0.
+  Symbol const* operator_symbol(SymbolTag::tag tag, std::uint64_t arity, Type const* output_type,
+                                std::uint64_t parameter0 = 0, std::uint64_t parameter1 = 0);
+
+  // ---- terms ----
+  // The term of symbol over symbol->arity children, made where it does not exist. Sorts are not checked.
+  Term_ const* mk_term(Symbol const* symbol, std::span<Term_ const* const> children = {});
+  // A variable: a new uninterpreted constant of the type, also when the name was used before.
+  Term_ const* mk_variable(std::string_view name, Type const* type);
+  // The numeral of a value and a type; the value of a bit-vector numeral is its unsigned one.
+  Term_ const* mk_number(QNumber const& value, Type const* type);
+  Term_ const* mk_bv(std::uint64_t value, std::uint64_t width);
+  Term_ const* mk_bool(bool value);
+  // An application with its sorts checked and its type inferred; parameters as in Symbol::parameter. Throws SortError
+  // with one line that says what does not fit. See operators.h for the operators.
+  Term_ const* mk_app(SymbolTag::tag tag, std::span<Term_ const* const> children, std::uint64_t parameter0 = 0,
+                      std::uint64_t parameter1 = 0);
+  Term_ const* mk_app(SymbolTag::tag tag, std::initializer_list<Term_ const*> children,
+                      std::uint64_t parameter0 = 0, std::uint64_t parameter1 = 0) {
+    return mk_app(tag, std::span<Term_ const* const>(children.begin(), children.size()), parameter0, parameter1);
+  }
+
+  // Number of terms made; their ids are 1 to this.
+  std::uint64_t term_count() const { return term_count_; }
+  // Bytes held for terms, symbols and their tables.
+  std::uint64_t bytes_reserved() const;
+
+ private:
+  struct Slot {
+    std::uint32_t hash;
+    std::uint32_t place;  // of the term in the arena, plus 1; 0 marks an empty slot
+  };
+
+  Type const* new_type(Type::Kind kind, std::uint64_t a = 0, std::uint64_t b = 0);
+  void grow_term_table();
+  void reserve_words(std::uint64_t words);
+  Term_ const* at(std::uint32_t place) const;
+
+  std::vector<std::unique_ptr<Type>> types_;
+  std::unordered_map<std::uint64_t, Type const*> bv_types_;
+  std::unordered_map<std::uint64_t, std::unordered_map<std::uint64_t, Type const*>> fp_types_;
+  std::vector<Type const*> function_types_;
+
+  Arena symbol_arena_;
+  std::vector<QNumber*> numbers_;  // live in symbol_arena_, destroyed with the manager
+  std::unordered_multimap<std::uint64_t, Symbol const*> operator_symbols_;
+  Symbol const* recent_symbols_[256] = {};  // direct-mapped front of operator_symbols_
+  std::unordered_multimap<std::uint64_t, Term_ const*> numerals_;
+  Term_ const* true_ = nullptr;
+  Term_ const* false_ = nullptr;
+
+  std::vector<Slot> table_;  // open addressing, linear probing, a power of two
+  std::uint64_t term_count_ = 0;
+  std::vector<char*> chunks_;         // term memory, addressed by place
+  std::uint64_t next_place_ = 0;      // in words of 8 bytes
+  std::uint64_t chunk_end_place_ = 0;
+};
+
+}  // namespace vell

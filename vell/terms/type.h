@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace vell {
+
+// A sort, interned by its TermManager and compared by pointer.
+//
+// A bit-vector type has two components: TermManager::bv_type_marker and a width type. A floating-point type has two:
+// TermManager::fp_type_marker and a format type. A function type has its argument types and its result type, last.
+class Type {
+ public:
+  enum class Kind : std::uint8_t {
+    boolean,
+    integer,
+    real,
+    rounding_mode,
+    bit_vector,
+    floating_point,
+    function,
+    marker,  // first component of bit-vector and floating-point types
+    width,   // second component of a bit-vector type
+    format   // second component of a floating-point type
+  };
+
+  std::vector<Type const*> components;
+
+  Type const* get_component(std::size_t i) const { return components[i]; }
+  Kind kind() const { return kind_; }
+
+  // "bv8", "bool", "fp8.23" (exponent width, fraction width), "rm", "int", "real", "fun".
+  std::string to_str() const;
+
+ private:
+  friend class TermManager;
+  Type(Kind kind, std::uint64_t a, std::uint64_t b) : kind_(kind), a_(a), b_(b) {}
+
+  Kind kind_;
+  std::uint64_t a_;  // width, or exponent width
+  std::uint64_t b_;  // fraction width
+};
+
+}  // namespace vell

@@ -1,0 +1,120 @@
+#pragma once
+
+// Chained hash table with prime bucket counts and pooled nodes.
+//
+// The table behind the bits cache. Chains rather than open addressing, because entries are removed in bursts by
+// backtracking and node addresses must survive growth; nodes of 24 bytes from a pool, so that neither insertion nor
+// removal reaches the system allocator. The load limit of 0.7 is tested before every insertion, also one that finds
+// its key, so that the bucket count is a function of the calls made and of nothing else.
+//
+// Tested by tests/utils/hashtable_test.cpp.
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <new>
+#include <utility>
+#include <vector>
+
+#include "vell/utils/memorypool.h"
+#include "vell/utils/primes.h"
+
+namespace vell::hsh {
+
+// Key, Value: one word each, trivially copyable. Hash: Key -> uint64. Keys are compared with ==.
+template <typename Key, typename Value, typename Hash>
+class Hashtable {
+ public:
+  struct Node {
+    Node* next;
+    Key key;
+    Value value;
+  };
+  static_assert(sizeof(Node) == 24);
+
+  // Node chunks of 16, 32, ... 8192, 8192, ... nodes; 31 empty buckets.
+  Hashtable() : nodes_(16, 2.0f, 8192), buckets_(primes[0], nullptr) {}
+  Hashtable(Hashtable const&) = delete;
+  Hashtable& operator=(Hashtable const&) = delete;
+
+  // The node of key, or null. No allocation; nothing is hashed while the table is empty.
+  Node* find(Key key) const {
+    if (size_ == 0) return nullptr;
+    for (Node* n = buckets_[index(key)]; n != nullptr; n = n->next)
+      if (n->key == key) return n;
+    return nullptr;
+  }
+
+  // The node of key, made with the given value where there was none; true iff it was made.
+  // Grows the bucket array first when the load exceeds 0.7, also when the key is present.
+  std::pair<Node*, bool> do_insert(Key key, Value value) {
+    if (static_cast<double>(static_cast<float>(size_) / static_cast<float>(buckets_.size())) > 0.7 &&
+        buckets_.size() != std::numeric_limits<std::size_t>::max())
+      grow();
+    Node*& head = buckets_[index(key)];
+    for (Node* n = head; n != nullptr; n = n->next)
+      if (n->key == key) return {n, false};
+    Node* n = ::new (nodes_.alloc()) Node{head, key, value};
+    head = n;
+    ++size_;
+    return {n, true};
+  }
+
+  // Removes key; returns its value and true, or a default value and false.
+  std::pair<Value, bool> remove(Key key) {
+    if (size_ == 0) return {Value{}, false};
+    for (Node** link = &buckets_[index(key)]; *link != nullptr; link = &(*link)->next) {
+      Node* n = *link;
+      if (n->key != key) continue;
+      Value value = n->value;
+      *link = n->next;
+      --size_;
+      nodes_.release(n);
+      return {value, true};
+    }
+    return {Value{}, false};
+  }
+
+  // Returns all nodes to the pool; the bucket count stays.
+  void clear() {
+    if (size_ == 0) return;
+    for (Node*& head : buckets_)
+      while (head != nullptr) {
+        Node* next = head->next;
+        nodes_.release(head);
+        head = next;
+      }
+    size_ = 0;
+  }
+
+  std::uint64_t size() const { return size_; }
+  std::uint64_t bucket_count() const { return buckets_.size(); }
+  // First node of bucket b; follow next for the rest of the chain.
+  Node const* chain(std::uint64_t b) const { return buckets_[b]; }
+  MemoryPool<24, false> const& node_pool() const { return nodes_; }
+
+ private:
+  std::size_t index(Key key) const { return Hash{}(key) % buckets_.size(); }
+
+  void grow() {
+    std::uint64_t const wanted = buckets_.size() + 1;
+    std::uint64_t const* p = std::lower_bound(std::begin(primes), std::end(primes), wanted);
+    std::uint64_t const count = p == std::end(primes) ? primes[std::size(primes) - 1] : *p;
+    std::vector<Node*> old(count, nullptr);
+    old.swap(buckets_);
+    for (Node* n : old)
+      while (n != nullptr) {
+        Node* next = n->next;
+        Node*& head = buckets_[index(n->key)];
+        n->next = head;
+        head = n;
+        n = next;
+      }
+  }
+
+  MemoryPool<24, false> nodes_;
+  std::vector<Node*> buckets_;
+  std::uint64_t size_ = 0;
+};
+
+}  // namespace vell::hsh
