@@ -44,7 +44,7 @@ void check_width(SymbolTag::tag tag, unsigned w, int assignments, int constants,
 class RandomMeaning : public ::testing::TestWithParam<SymbolTag::tag> {};
 
 TEST_P(RandomMeaning, Widths5To70) {
-  for (unsigned const w : {5u, 7u, 8u, 13u, 31u, 32u, 33u, 63u, 64u, 65u, 70u}) check_width(GetParam(), w, 40, 6);
+  for (unsigned const w : {5u, 7u, 8u, 13u, 31u, 32u, 33u, 63u, 64u, 65u, 70u}) check_width(GetParam(), w, 150, 12);
 }
 
 std::string name_of(::testing::TestParamInfo<SymbolTag::tag> const& info) { return test_name(info.param); }
@@ -62,7 +62,7 @@ INSTANTIATE_TEST_SUITE_P(Orders, RandomMeaning, ::testing::ValuesIn(order_operat
 class RandomDivision : public ::testing::TestWithParam<SymbolTag::tag> {};
 
 TEST_P(RandomDivision, Widths5To40) {
-  for (unsigned const w : {5u, 6u, 8u, 13u, 31u, 32u, 33u, 40u}) check_width(GetParam(), w, 40, 4);
+  for (unsigned const w : {5u, 6u, 8u, 13u, 31u, 32u, 33u, 40u}) check_width(GetParam(), w, 80, 8);
 }
 
 TEST_P(RandomDivision, FreeResultOfAZeroDivisor) {

@@ -136,7 +136,7 @@ Word WordSource::next(unsigned width) {
     case 4: return Word{1} << bit;
     case 5: return ((Word{1} << bit) | (random_() % (width + 2))) & m;
     case 6: return random_() % (width + 3) & m;
-    case 7: return wide & (Word{1} << bit) - 1 & m;
+    case 7: return wide & ((Word{1} << bit) - 1) & m;
     default: return wide & m;
   }
 }
