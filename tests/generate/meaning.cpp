@@ -28,6 +28,12 @@ void MeaningCheck::use_once(std::int64_t literal) {
   if (std::abs(literal) < 2 || !known_.insert(std::abs(literal)).second) free_ = false;
 }
 
+// A literal of the script that is given to something: where it is new, it may have every value.
+void MeaningCheck::use_as_input(std::int64_t literal) {
+  std::int64_t const v = std::abs(literal);
+  if (v >= 2 && known_.insert(v).second) inputs_.insert(v);
+}
+
 void MeaningCheck::take_script_literals(Step const& step) {
   std::string const& command = step.tokens[0];
   auto const number = [&](std::size_t i) { return std::atoll(step.tokens[i].c_str()); };
@@ -36,14 +42,14 @@ void MeaningCheck::take_script_literals(Step const& step) {
     bool const has_output = name == "word_ule" || name == "word_ult" || name == "word_equal";
     std::size_t const inputs = step.tokens.size() - (has_output ? 1 : 0);
     for (std::size_t i = 2; i < inputs; ++i)
-      if (step.tokens[i] != "[" && step.tokens[i] != "]") known_.insert(std::abs(number(i)));
+      if (step.tokens[i] != "[" && step.tokens[i] != "]") use_as_input(number(i));
     if (has_output && number(inputs) != 0) use_once(number(inputs));
   } else if (command == "fpbits") {
-    for (std::size_t i = 2; i < step.tokens.size(); ++i) known_.insert(std::abs(number(i)));
+    for (std::size_t i = 2; i < step.tokens.size(); ++i) use_as_input(number(i));
   } else if (command == "setbits") {
     bool const tied = lists_.count(step.replay.find_term(step.tokens[1])) != 0;
     for (std::size_t i = 2; i < step.tokens.size(); ++i)
-      tied ? use_once(number(i)) : static_cast<void>(known_.insert(std::abs(number(i))));
+      tied ? use_once(number(i)) : use_as_input(number(i));
   } else if (command == "eq" && !step.events.empty() && step.events.back() == "eq = true") {
     use_once(number(1));
   } else if (command == "config") {
@@ -55,11 +61,14 @@ void MeaningCheck::take_script_literals(Step const& step) {
 }
 
 void MeaningCheck::take_events(Step const& step) {
+  fresh_.clear();
   for (std::string const& event : step.events) {
     std::vector<std::string> const words = tokens_of(event);
     if (words.empty()) continue;
     if (words[0] == "new") {
-      if (!known_.insert(std::atoll(words[1].c_str())).second) free_ = false;  // a number given out twice
+      std::int64_t const l = std::atoll(words[1].c_str());
+      if (!known_.insert(l).second) free_ = false;  // a number given out twice
+      fresh_.insert(l);
     } else if (words[0] == "atom" && words[2] != "none" && words[2] != "0") {
       use_once(std::atoll(words[2].c_str()));
     } else if (words[0] == "clause") {
@@ -165,6 +174,10 @@ void MeaningCheck::decide(Counts& counts) {
   sink.clauses = clauses_;
   for (BvLitList& clause : sink.clauses) renumber(clause);
   test::Propagator p(sink);
+  std::vector<bool> is_input(static_cast<std::size_t>(sink.next_literal()), false);
+  for (std::int64_t v : inputs_)
+    if (auto const number = numbers.find(static_cast<BvLit>(v)); number != numbers.end())
+      is_input[static_cast<std::size_t>(number->second)] = true;
 
   auto const fail = [&](Record const& r, std::string const& message) { throw CheckFailure(check, r.text + ": " + message); };
 
@@ -173,6 +186,7 @@ void MeaningCheck::decide(Counts& counts) {
     p.reset();
     test::WordSource words(random_.next());
     Word last = 0;
+    std::vector<bool> unchosen = is_input;
     bool possible = p.assume({});
     if (!possible && free_) throw CheckFailure(check, "the clauses contradict each other");
 
@@ -182,7 +196,12 @@ void MeaningCheck::decide(Counts& counts) {
       unsigned const n = static_cast<unsigned>(list.size());
       if (!random_.percent(20)) last = words.next(std::min(n, 127u));
       for (unsigned i = 0; i < n; ++i) {
-        if (p.value(list[i]) != 0) continue;
+        std::size_t const variable = static_cast<std::size_t>(std::abs(list[i]));
+        bool const determined = p.value(list[i]) != 0;
+        if (free_ && determined && unchosen[variable])
+          fail(r, "the clauses forbid an assignment of the inputs");
+        unchosen[variable] = false;
+        if (determined) continue;
         BvLit const wanted = (last >> i & 1) != 0 ? list[i] : -list[i];
         std::size_t const mark = p.mark();
         if (p.assume({&wanted, 1})) continue;

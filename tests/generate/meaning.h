@@ -58,6 +58,7 @@ class MeaningCheck : public Watcher {
   // For tests of the check itself.
   void add_clause(bv::BvLitList const& clause) { clauses_.push_back(clause); }
   void add_record(Record record) { records_.push_back(std::move(record)); }
+  void add_input(bv::BvLit variable) { inputs_.insert(variable); }
 
  private:
   void take_events(Step const& step);
@@ -65,6 +66,7 @@ class MeaningCheck : public Watcher {
   void take_terms(Step const& step);
   void take_circuit(Step const& step);
   void use_once(std::int64_t literal);
+  void use_as_input(std::int64_t literal);
   void record_term(Step const& step, Term_ const* t, std::string const& handler);
   std::string handler_of(Step const& step, Term_ const* t) const;
 
@@ -72,6 +74,8 @@ class MeaningCheck : public Watcher {
   std::vector<bv::BvLitList> clauses_;
   std::vector<Record> records_;
   std::unordered_set<std::int64_t> known_;  // variables met so far
+  std::unordered_set<std::int64_t> inputs_;  // of these, those that nothing but a choice gives a value
+  std::unordered_set<std::int64_t> fresh_;   // handed out by the last command
   // The script ties nothing to anything that has a value of its own: every assignment of the inputs must be possible.
   bool free_ = true;
   bool configured_ = true;

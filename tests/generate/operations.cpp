@@ -51,6 +51,7 @@ std::size_t ScriptWriter::blastable() {
 }
 
 void ScriptWriter::command() {
+  if (hooks_ && random_.percent(10)) return hook();
   std::uint64_t const choice = random_.below(100);
   if (choice < 40) return emit("blast " + terms_[blastable()].name);
   if (choice < 50) return setting();
@@ -58,8 +59,7 @@ void ScriptWriter::command() {
   if (choice < 70) return interface_command();
   if (choice < 80) return calls_ ? handler_call() : interface_command();
   if (choice < 87) return circuits_ ? circuit() : emit("blast " + terms_[blastable()].name);
-  if (choice < 97) return backtracking_ ? backtracking() : emit("getbits " + terms_[random_term()].name);
-  if (hooks_) hook();
+  backtracking_ ? backtracking() : emit("getbits " + terms_[random_term()].name);
 }
 
 void ScriptWriter::setting() {
@@ -184,7 +184,13 @@ void ScriptWriter::handler_call() {
   std::string handler = random_.pick(handlers);
   if (t.shape == Shape::bool_ite && handler == "generic_ite" && random_.percent(70)) handler = "bool_ite";
   if ((t.shape == Shape::conversion || (t.shape == Shape::word_binary && t.sort.a > 4)) && !affordable(1500)) return;
-  if (random_.percent(70))
+  // An `ite` is looked at by generic_ite without a look at its children: they have to be there.
+  bool const unguarded = handler == "generic_ite" && t.shape == Shape::word_ite;
+  if (unguarded) {
+    if (t.unsupported || t.sort.bits() == 0) return;
+    if (termination_) emit("termtest off");
+  }
+  if (unguarded || random_.percent(70))
     for (std::size_t c : t.children)
       if (terms_[c].sort.bits() != 0 && !terms_[c].scrap) emit("notify " + terms_[c].name);
   std::size_t const blank = handler.find(' ');
@@ -257,7 +263,7 @@ void ScriptWriter::backtracking() {
 void ScriptWriter::hook() {
   static std::vector<std::string> const binary = {"word_and",  "word_or",   "word_xor",  "word_add",         "word_sub",
                                                   "word_mul_generic", "word_variable", "word_constant", "word_lsl",
-                                                  "word_lsr",  "word_asr"};
+                                                  "word_lsr",  "word_asr", "word_mul", "word_udiv", "word_srem"};
   static std::vector<std::string> const predicates = {"word_ult",   "word_ule",           "word_slt",      "word_sle",
                                                       "word_equal", "word_equal_noproxy", "bool_variable", "bool_false"};
   static std::vector<std::string> const booleans = {"bool_and", "bool_or", "bool_iff", "bool_variable", "bool_true",

@@ -122,6 +122,8 @@ void MeaningCheck::record_term(Step const& step, Term_ const* t, std::string con
       r.constant = *mode;
       return add(Record::Rule::constant);
     }
+    for (BvLit l : r.output)
+      if (fresh_.count(l) != 0) inputs_.insert(l);
     return add(Record::Rule::free);
   }
   if (handler == "word_atom" || handler == "fp_as_ieeebv") {
