@@ -227,8 +227,18 @@ class WordClausifier : public WordClausifierInterface {
   void cache_literal(Term_ const* t, BvLit literal);
   // The sink's literal of an atom, l_undef when it has none.
   BvLit sink_literal(ClauseSink* sink, Term_ const* term);
-  // Makes result, of one literal, the atom's own literal where the circuit did not use it.
-  void tie_to_atom(ClauseSink* sink, BvLitList* result, BvLit atom);
+  // Makes result equal to the atom's own literal, and that literal, where the circuit did not use it.
+  void tie_to_atom(ClauseSink* sink, BvLit& result, BvLit atom);
+  // The signed comparison from the unsigned one in result; a, b the signs.
+  void correct_by_signs(ClauseSink* sink, Term_ const* term, BvLit a, BvLit b, BvLit& result);
+  // Caches the child's bits with `fill` above them up to the term's width.
+  void cache_extension(Term_ const* term, BvLitList const& child, BvLit fill);
+  // The rounding increment of a conversion, in fpconversion.cpp.
+  struct Conversion;
+  BvLit round_to_even(ClauseSink* sink, Conversion& v);
+  BvLit rounding_increment(ClauseSink* sink, Term_ const* mode, Conversion& v);
+  // One bit of an addition.
+  void add_bits(ClauseSink* sink, BvLit& sum, BvLit& carry, BvLit a, BvLit b, BvLit c);
 
   TermManager* tm;
   Configuration::Theory::Bv* config;
