@@ -7,7 +7,7 @@
 // of the free list, so the most recently touched memory is used again first. Chunks go back to the system only when
 // the pool dies.
 //
-// Tested by tests/utils/pools_test.cpp.
+// Tested by tests/utils/memorypool_test.cpp.
 
 #include <cstddef>
 #include <cstdint>

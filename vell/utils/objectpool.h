@@ -2,7 +2,7 @@
 
 // Pool of vector objects: the headers are recycled, the element storage is the vectors' own.
 //
-// Tested by tests/utils/pools_test.cpp.
+// Tested by tests/utils/objectpool_test.cpp.
 
 #include <cstring>
 #include <new>
