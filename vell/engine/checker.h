@@ -23,6 +23,7 @@ struct CheckerOptions {
   int seed = 0;
   std::string proof;           // file of a DRAT proof, "" for none
   std::string solver_command;  // external solver, "" for the embedded one
+  unsigned verbosity = 0;      // above 0: a line on the diagnostic channel after each check
   Logger* logger = nullptr;    // of the clausifier; null for none
 };
 

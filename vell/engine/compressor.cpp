@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::size_t block = std::size_t{1} << 16;
 
-[[noreturn]] void failed(char const* what) { throw Exception(std::string(what) + ": compression failed"); }
+[[noreturn]] void failed(char const* what) { throw OutputError(std::string(what) + ": compression failed"); }
 
 class Gzip : public Compressor {
  public:

@@ -11,7 +11,6 @@
 #include <set>
 #include <vector>
 
-#include "vell/terms/exception.h"
 
 namespace vell::engine {
 
@@ -95,7 +94,7 @@ class OutputFile::Descriptor : public sinks::ByteOutput {
 
  private:
   [[noreturn]] void fail() const {
-    throw Exception((path_ == "-" ? "<stdout>" : path_) + ": " + std::strerror(errno));
+    throw OutputError((path_ == "-" ? "<stdout>" : path_) + ": " + std::strerror(errno));
   }
   void forget(bool remove) {
     if (temporary_.empty()) return;

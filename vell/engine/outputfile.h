@@ -8,8 +8,15 @@
 #include <string>
 
 #include "vell/sinks/dimacssink.h"
+#include "vell/terms/exception.h"
 
 namespace vell::engine {
+
+// A file that cannot be made or written: "PATH: reason".
+class OutputError : public Exception {
+ public:
+  using Exception::Exception;
+};
 
 // A compressor in front of `out`, told by the path's suffix; null when there is none to use. It ends its stream in
 // finish().
@@ -25,7 +32,7 @@ std::unique_ptr<Compressor> make_compressor(std::string const& path, sinks::Byte
 // what is written and the path's suffix.
 class OutputFile : public sinks::ByteOutput {
  public:
-  // Throws Exception "PATH: reason" when the file cannot be made; so do write() and commit().
+  // Throws OutputError when the file cannot be made; so do write() and commit().
   explicit OutputFile(std::string const& path);
   ~OutputFile() override;
   OutputFile(OutputFile const&) = delete;

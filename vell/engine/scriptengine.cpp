@@ -40,15 +40,23 @@ std::string parenthesised(std::vector<std::string> const& items) {
 
 ScriptEngine::ScriptEngine(CheckerOptions const& options, Console& console, Limits& limits, Statistics& statistics)
     : checker_options_(options), console_(console), limits_(limits), statistics_(statistics) {
-  options_.random_seed = static_cast<std::uint64_t>(options.seed);
+  options_ = initial_options();
+}
+
+ScriptOptions ScriptEngine::initial_options() const {
+  ScriptOptions options;
+  options.random_seed = static_cast<std::uint64_t>(checker_options_.seed);
+  options.verbosity = checker_options_.verbosity;
+  return options;
 }
 
 ScriptEngine::~ScriptEngine() = default;
 
 Checker& ScriptEngine::checker() {
   if (checker_ == nullptr) {
-    checker_options_.seed = static_cast<int>(options_.random_seed);
-    checker_ = std::make_unique<Checker>(tm_, checker_options_, limits_, statistics_);
+    CheckerOptions options = checker_options_;
+    options.seed = static_cast<int>(options_.random_seed);
+    checker_ = std::make_unique<Checker>(tm_, options, limits_, statistics_);
   }
   return *checker_;
 }
@@ -82,6 +90,11 @@ bool ScriptEngine::run(std::unique_ptr<smtlib::Source> source) {
         throw smtlib::Error(file, command.position, e.what());
       }
       if (limits_.reason() == StopReason::interrupted) break;
+    }
+    if (limits_.reason() == StopReason::interrupted && statistics_.unknown == 0) {
+      // Interrupted between two checks: the answer to the script as a whole is unknown.
+      ++statistics_.unknown;
+      console_.answer("unknown");
     }
   } catch (smtlib::Error const& e) {
     console_.answer("(error " + string_literal(e.what()) + ")");
@@ -120,8 +133,7 @@ bool ScriptEngine::execute(Command const& command) {
     case CommandKind::reset:
       state_.apply(command);
       start_over();
-      options_ = ScriptOptions();
-      options_.random_seed = static_cast<std::uint64_t>(checker_options_.seed);
+      options_ = initial_options();
       break;
     case CommandKind::reset_assertions:
       state_.apply(command);
@@ -169,21 +181,31 @@ void ScriptEngine::check(Command const& command) {
       mode_ = Mode::sat;
       ++statistics_.sat;
       console_.answer("sat");
+      verbose("sat");
       return;
     case Checker::Answer::unsat:
       mode_ = Mode::unsat;
       ++statistics_.unsat;
       console_.answer("unsat");
+      verbose("unsat");
       return;
     case Checker::Answer::unknown: break;
   }
   mode_ = Mode::unknown;
   ++statistics_.unknown;
   console_.answer("unknown");
+  verbose("unknown (" + reason_unknown_ + ")");
   if (checker_ != nullptr && checker_->model_failed()) {
     model_failed_ = true;
     console_.message("internal error: the solver's model does not satisfy the assertions");
   }
+}
+
+void ScriptEngine::verbose(std::string const& answer) {
+  if (options_.verbosity == 0) return;
+  console_.message("check-sat " + std::to_string(statistics_.checks) + ": " + answer + ", " +
+                   std::to_string(statistics_.clausified_terms) + " terms, " + std::to_string(statistics_.clauses) +
+                   " clauses, " + std::to_string(statistics_.conflicts) + " conflicts so far");
 }
 
 // ---- answers about models ----

@@ -52,6 +52,8 @@ class ScriptEngine {
   void get_unsat_assumptions();
   void get_assertions();
   void need_model() const;
+  void verbose(std::string const& answer);
+  ScriptOptions initial_options() const;
 
   Checker& checker();
   void start_over();
