@@ -381,6 +381,13 @@ TEST_F(EqualityTest, ASecondTermCachedByTheFirstIsStillHandedOn) {
   EXPECT_EQ(considered, 1u);
 }
 
+TEST_F(EqualityTest, AnUnknownTermAgainstItself) {
+  Term_ const* x = bv_var("x", 1);
+  EXPECT_TRUE(c.bit_blast_theory_eq(50, x, x, &sink));
+  EXPECT_EVENTS("new 100\n clauses 1 -50 | -1 50");
+  EXPECT_EQ(trail(), "x x");
+}
+
 TEST_F(EqualityTest, TheoryEqualityGoesThroughTheVirtualTable) {
   struct Derived : WordClausifier {
     using WordClausifier::WordClausifier;
