@@ -218,6 +218,10 @@ std::vector<std::string> ClausifierTest::trace_levels(Action const& action) {
   return result;
 }
 
+::testing::AssertionResult ClausifierTest::match_trace_levels(Action const& action, std::string_view expected) {
+  return match_lines(trace_levels(action), expected);
+}
+
 ::testing::AssertionResult match_events(Events& actual, std::string_view expected) {
   ::testing::AssertionResult const result = match(actual, parse_events(expected));
   actual.clear();

@@ -22,6 +22,8 @@
 //       clauses -2 -3 100 | 2 -100 | 3 -100
 //     )");
 //   }
+//
+// A trace that ends in a term, `log "...(bvadd x y)"`, needs another delimiter: R"-( ... )-".
 
 #include <gtest/gtest.h>
 
@@ -169,6 +171,7 @@ class ClausifierTest : public ::testing::Test, public Recorder {
   // sink is 100 each time.
   using Action = std::function<void(bv::WordClausifier&, RecordingSink&)>;
   std::vector<std::string> trace_levels(Action const& action);
+  ::testing::AssertionResult match_trace_levels(Action const& action, std::string_view expected);
 
   TermManager tm;
   Configuration::Theory::Bv config;
@@ -183,8 +186,7 @@ class ClausifierTest : public ::testing::Test, public Recorder {
 // The events recorded since the last of these.
 #define EXPECT_EVENTS(expected) EXPECT_TRUE(::vell::test::match_events(events, expected))
 #define EXPECT_NO_EVENTS() EXPECT_TRUE(::vell::test::match_events(events, ""))
-// expected: lines `3 "bit_and "`.
-#define EXPECT_TRACE_LEVELS(action, expected) \
-  EXPECT_TRUE(::vell::test::match_lines(trace_levels(action), expected))
+// (action, expected), expected as lines `3 "bit_and "`.
+#define EXPECT_TRACE_LEVELS(...) EXPECT_TRUE(match_trace_levels(__VA_ARGS__))
 
 }  // namespace vell::test

@@ -64,8 +64,14 @@ BvLitList* WordClausifier::word_ult(ClauseSink* sink, BvLitList* x, BvLitList* y
     BvLit const a = (*x)[i];
     BvLit const b = (*y)[i];
     BvLit next;
+    bool const traced = logger->enabled(4);  // asked once a stage: there are eight messages in it
     auto const trace_stage = [&] {
-      VELL_TRACE(4) << "i = " << i << " x = " << a << " y = " << b << " w = " << r << " v = " << next << endlog;
+      if (traced)
+        log(4) << "i = " << i << " x = " << a << " y = " << b << " w = " << r << " v = " << next << endlog;
+    };
+    // The markers end no line: they run on into the next message.
+    auto const trace_marker = [&](char const* marker) {
+      if (traced) log(4) << marker;
     };
     if (a == l_false) {
       next = bit_ite(sink, b, l_true, r);
@@ -78,18 +84,17 @@ BvLitList* WordClausifier::word_ult(ClauseSink* sink, BvLitList* x, BvLitList* y
     } else {
       next = i == n - 1 && out != l_undef ? out : sink->new_lit();
       trace_stage();
-      // The markers end no line: they run on into the next message.
-      VELL_TRACE(4) << "1; ";
+      trace_marker("1; ");
       emit(sink, a, b, r, -next);
-      VELL_TRACE(4) << "2; ";
+      trace_marker("2; ");
       emit(sink, a, b, -r, next);
-      VELL_TRACE(4) << "3; ";
+      trace_marker("3; ");
       emit(sink, a, -b, next);
-      VELL_TRACE(4) << "4; ";
+      trace_marker("4; ");
       emit(sink, -a, b, -next);
-      VELL_TRACE(4) << "5; ";
+      trace_marker("5; ");
       emit(sink, -a, -b, r, -next);
-      VELL_TRACE(4) << "6; ";
+      trace_marker("6; ");
       emit(sink, -a, -b, -r, next);
     }
     trace_stage();

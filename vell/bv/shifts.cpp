@@ -34,15 +34,15 @@ BvLitList* WordClausifier::word_sr(ClauseSink* sink, BvLitList* x, BvLitList* s,
   assert(s->size() >= n);
   BvLit const fill = arithmetic ? x->back() : l_false;
   PoolList r(bvlist_pool, new_BvLitList(*x));
+  BvLit* const bits = r->data();
   bool overshift = false;
   for (std::size_t k = 0; k < n; ++k) {
     std::uint64_t const d = stage_weight(k);
     if (d >= n) overshift = true;
     BvLit const by = (*s)[k];
-    for (std::size_t j = 0; j < n; ++j) {
-      BvLit const shifted = !overshift && j + d < n ? r[j + d] : fill;
-      r[j] = bit_ite(sink, by, shifted, r[j]);
-    }
+    std::size_t const kept = overshift ? 0 : n - d;  // bits below this come from d places above
+    for (std::size_t j = 0; j < kept; ++j) bits[j] = bit_ite(sink, by, bits[j + d], bits[j]);
+    for (std::size_t j = kept; j < n; ++j) bits[j] = bit_ite(sink, by, fill, bits[j]);
   }
   return r.detach();
 }
@@ -52,15 +52,15 @@ BvLitList* WordClausifier::word_sl(ClauseSink* sink, BvLitList* x, BvLitList* s)
   if (n == 0) return new_BvLitList(*x);
   assert(s->size() >= n);
   PoolList r(bvlist_pool, new_BvLitList(*x));
+  BvLit* const bits = r->data();
   bool overshift = false;
   for (std::size_t k = 0; k < n; ++k) {
     std::uint64_t const d = stage_weight(k);
     if (d >= n) overshift = true;
     BvLit const by = (*s)[k];
-    for (std::size_t j = n; j-- > 0;) {
-      BvLit const shifted = !overshift && d <= j ? r[j - d] : l_false;
-      r[j] = bit_ite(sink, by, shifted, r[j]);
-    }
+    std::size_t const lowest = overshift ? n : d;  // bits from this on come from d places below
+    for (std::size_t j = n; j-- > lowest;) bits[j] = bit_ite(sink, by, bits[j - d], bits[j]);
+    for (std::size_t j = lowest; j-- > 0;) bits[j] = bit_ite(sink, by, l_false, bits[j]);
   }
   return r.detach();
 }

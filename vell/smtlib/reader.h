@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "vell/smtlib/error.h"
@@ -17,6 +18,7 @@
 
 namespace vell::smtlib {
 
+// Symbols are given as they are, without bars; quote_symbol makes them fit for a script.
 enum class CommandKind : std::uint8_t {
   set_logic,                // text: the logic
   set_option,               // text: the keyword (":produce-models"), value: the attribute value as written
@@ -32,7 +34,7 @@ enum class CommandKind : std::uint8_t {
   reset,
   reset_assertions,
   get_model,
-  get_value,                // terms, texts: as written, white space folded
+  get_value,                // terms, texts: as written but for white space
   get_assignment,
   get_unsat_core,
   get_unsat_assumptions,
@@ -43,6 +45,9 @@ enum class CommandKind : std::uint8_t {
   echo,                     // text: the string literal as written, quotes included
   exit
 };
+
+// "As written" is token by token: comments are left out, and one space stands between two tokens, none behind "(" and
+// none in front of ")".
 
 // A term with a name of its own, from (! t :named n).
 struct NamedTerm {
@@ -69,8 +74,9 @@ class Reader {
   Reader(TermManager& tm, std::unique_ptr<Source> source);
   ~Reader();
 
-  // Reads the next command into `command` (its vectors are reused); false at the end of the script. Throws Error at
-  // the first thing that is wrong; the reader must not be used further then. Declarations and definitions are in force
+  // Reads the next command into `command` (its vectors are reused); false at the end of the script and after an exit
+  // command. Throws Error at the first thing that is wrong, a script without any command included; the reader must
+  // not be used further then. Declarations and definitions are in force
   // when the call returns; push, pop, reset and reset-assertions have already changed the scopes of symbols, under
   // :global-declarations as set by a set-option command that the reader has seen.
   bool next(Command& command);

@@ -24,6 +24,8 @@ class Source {
   static std::unique_ptr<Source> open(std::string const& path);
   // The text itself, which must outlive the source. `name` stands for the file in messages.
   static std::unique_ptr<Source> text(std::string_view text, std::string name = "<text>");
+  // The same as a stream that hands out at most `block` bytes at a time; compressed text is decompressed.
+  static std::unique_ptr<Source> blocks(std::string_view text, std::size_t block, std::string name = "<text>");
 
   std::string const& name() const { return name_; }
   char const* begin() const { return begin_; }

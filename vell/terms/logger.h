@@ -37,17 +37,24 @@ class Logger {
   // Writes to standard error with verbosity 0.
   Logger();
   // Writes to `stream`, which must outlive the logger.
-  explicit Logger(std::ostream& stream, int verbosity = 0) : stream_(&stream), verbosity_(verbosity) {}
+  explicit Logger(std::ostream& stream, int verbosity = 0)
+      : stream_(&stream), verbosity_(verbosity), threshold_(verbosity) {}
 
   // Messages of levels 0 to n are written.
-  void set_verbosity(int n) { verbosity_ = n; }
+  void set_verbosity(int n) {
+    verbosity_ = n;
+    update_threshold();
+  }
   int verbosity() const { return verbosity_; }
-  void set_muted(bool muted) { muted_ = muted; }
+  void set_muted(bool muted) {
+    muted_ = muted;
+    update_threshold();
+  }
   // The next text starts with a carriage return when the stream is a terminal: a progress line stands there.
   void set_pending_carriage_return() { pending_carriage_return_ = true; }
 
   // Whether a message of this level is written.
-  bool enabled(int level) const { return !muted_ && level >= 0 && level <= verbosity_; }
+  bool enabled(int level) const { return level <= threshold_ && level >= 0; }
 
   // Selects the module that writes.
   Logger& operator()(char const* module) {
@@ -86,11 +93,13 @@ class Logger {
     return enabled(level_) ? write(std::to_string(n)) : *this;
   }
   Logger& write(std::string_view text);
+  void update_threshold() { threshold_ = muted_ ? -1 : verbosity_; }
 
   std::ostream* stream_;
   char const* module_ = "";
   int level_ = 0;
   int verbosity_;
+  int threshold_;  // the verbosity, or -1 when muted: one comparison on hot paths
   bool muted_ = false;
   bool pending_carriage_return_ = false;
 };

@@ -213,10 +213,11 @@ void TermManager::reserve_words(std::uint64_t words) {
   char* memory = static_cast<char*>(std::malloc((spans << chunk_bits) * 8));
   if (memory == nullptr) throw std::bad_alloc();
   chunks_.push_back(memory);
-  // The later spans of a long chunk are never looked up by themselves: a term is found by its first word.
+  // A long chunk holds the one term it was made for: a term is found by its first word, and only the first span of
+  // the chunk is known by its place, so nothing may start in what is left of the last one.
   for (std::uint64_t i = 1; i < spans; ++i) chunks_.push_back(nullptr);
   next_place_ = start;
-  chunk_end_place_ = start + (spans << chunk_bits);
+  chunk_end_place_ = start + (spans > 1 ? words : chunk_words);
 }
 
 Term_ const* TermManager::mk_term(Symbol const* symbol, std::span<Term_ const* const> children) {

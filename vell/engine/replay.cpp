@@ -1,0 +1,259 @@
+#include "vell/engine/replay.h"
+
+// A runner reads a line, looks its first token up and lets the member do the rest. Commands that only declare or set
+// something write nothing; an exception that a command ends by is one more event.
+
+#include <algorithm>
+#include <istream>
+
+#include "vell/bv/inspector.h"
+#include "vell/engine/replayoperands.h"
+
+namespace vell::replay {
+
+Replay::Replay(std::string file, std::ostream& out)
+    : file_(std::move(file)),
+      out_(out),
+      sink_(out),
+      trace_lines_(out),
+      trace_(&trace_lines_),
+      logger_(trace_, 0),
+      combination_(out, tm_) {}
+
+Replay::~Replay() = default;
+
+void Replay::start(bool with_configuration) {
+  clausifier_ = std::make_unique<bv::WordClausifier>(&tm_, with_configuration ? &config_ : nullptr);
+  clausifier_->set_logger(&logger_);
+}
+
+std::unordered_map<std::string_view, Replay::Command> const& Replay::commands() {
+  static std::unordered_map<std::string_view, Command> const table = {
+      {"var", &Replay::declare_var},
+      {"num", &Replay::declare_num},
+      {"rmconst", &Replay::declare_rmconst},
+      {"term", &Replay::declare_term},
+      {"config", &Replay::set_config},
+      {"nextlit", &Replay::set_nextlit},
+      {"atomlit", &Replay::set_atomlit},
+      {"verbosity", &Replay::set_verbosity},
+      {"termtest", &Replay::set_termtest},
+      {"fpcomb", &Replay::set_fpcomb},
+      {"fpbits", &Replay::set_fpbits},
+      {"hook", &Replay::hook},
+      {"echo", &Replay::echo},
+      {"blast", &Replay::blast},
+      {"getbits", &Replay::getbits},
+      {"setbits", &Replay::setbits},
+      {"makebits", &Replay::makebits},
+      {"eq", &Replay::theory_eq},
+      {"push", &Replay::push},
+      {"pop", &Replay::pop},
+      {"retract", &Replay::retract},
+      {"notify", &Replay::notify},
+      {"isterminal", &Replay::isterminal},
+      {"iscached", &Replay::iscached},
+      {"newfpterms", &Replay::newfpterms},
+      {"hooks", &Replay::hooks},
+      {"dumptrail", &Replay::dumptrail},
+      {"dumptable", &Replay::dumptable},
+      {"dumpcache", &Replay::dumpcache},
+      {"dumppools", &Replay::dumppools},
+      {"call", &Replay::call},
+      {"circuit", &Replay::circuit},
+  };
+  return table;
+}
+
+void Replay::run(std::istream& in) {
+  std::string text;
+  for (std::uint64_t number = 1; std::getline(in, text); ++number) {
+    Line line(file_, number, text);
+    if (line.at_end() || line.peek().front() == '#') continue;
+    std::string_view const name = line.token("a command");
+    if (clausifier_ == nullptr) {
+      bool const null_configuration = name == "config" && line.peek() == "null";
+      start(!null_configuration);
+      if (null_configuration) {
+        line.token("null");
+        line.finish();
+        continue;
+      }
+    }
+    auto const command = commands().find(name);
+    if (command == commands().end()) line.fail("unknown command `" + std::string(name) + "`");
+    try {
+      (this->*command->second)(line);
+    } catch (smtlib::Error const&) {
+      throw;
+    } catch (std::exception const& e) {
+      out_ << "error " << e.what() << '\n';
+      continue;
+    }
+    line.finish();
+  }
+  if (!trace_lines_.pending().empty()) out_ << "partial " << trace_lines_.pending() << '\n';
+}
+
+Term_ const* Replay::term(Line& line) {
+  std::string const name(line.token("a term"));
+  auto const found = terms_.find(name);
+  if (found == terms_.end()) line.fail("unknown term `" + name + "`");
+  return found->second;
+}
+
+// ---- settings ----
+
+void Replay::set_config(Line& line) {
+  std::string_view const field = line.token("div or null");
+  if (field == "null") line.fail("`config null` must be the first command");
+  if (field != "div") line.fail("unknown field `" + std::string(field) + "`");
+  config_.div_semantics = static_cast<std::int32_t>(line.signed_number("a number"));
+}
+
+void Replay::set_nextlit(Line& line) {
+  bv::BvLit const next = line.literal();
+  if (next < 2) line.fail("fresh literals are at least 2");
+  sink_.set_next(next);
+}
+
+void Replay::set_atomlit(Line& line) {
+  std::string const name(line.token("a term"));
+  if (line.peek() == "none") {
+    line.token("none");
+    sink_.clear_atom(name);
+  } else {
+    sink_.set_atom(name, line.literal());
+  }
+}
+
+void Replay::set_verbosity(Line& line) { logger_.set_verbosity(static_cast<int>(line.signed_number("a level"))); }
+
+void Replay::set_termtest(Line& line) {
+  if (line.peek() == "off") {
+    line.token("off");
+    clausifier_->set_termination_test(nullptr);
+    return;
+  }
+  auto test = std::make_unique<CountedTest>(out_, line.signed_number("a number of calls"));
+  clausifier_->set_termination_test(test.get());
+  test_ = std::move(test);
+}
+
+void Replay::set_fpcomb(Line& line) {
+  std::string_view const t = line.token("on or off");
+  if (t != "on" && t != "off") line.fail("`" + std::string(t) + "` stands where on or off should");
+  clausifier_->set_fp_combination(t == "on" ? &combination_ : nullptr);
+}
+
+void Replay::set_fpbits(Line& line) {
+  std::string const name(line.token("a term"));
+  combination_.set_bits(name, line.literals());
+}
+
+void Replay::echo(Line& line) {
+  out_ << "echo";
+  while (!line.at_end()) out_ << ' ' << line.token("text");
+  out_ << '\n';
+}
+
+// ---- operations ----
+
+// A term that is about to be translated. The clausifier trusts its operands; a script's are looked at first.
+Term_ const* Replay::sound_term(Line& line) {
+  Term_ const* t = term(line);
+  if (auto const problem = misfit(tm_, *clausifier_, t)) line.fail("the operands do not fit: " + *problem);
+  return t;
+}
+
+void Replay::blast(Line& line) {
+  Term_ const* t = sound_term(line);
+  bv::BvLit const l = clausifier_->bit_blast(t, &sink_);
+  out_ << "blast " << t->to_shallow_str() << " = " << l << '\n';
+}
+
+void Replay::getbits(Line& line) {
+  Term_ const* t = term(line);
+  bv::BvLitList bits;
+  bool const cached = clausifier_->get_bits(t, bits);
+  out_ << "bits " << t->to_shallow_str();
+  if (cached) {
+    out_ << " =";
+    write_literals(out_, bits);
+  } else {
+    out_ << " none";
+  }
+  out_ << '\n';
+}
+
+void Replay::setbits(Line& line) {
+  Term_ const* t = term(line);
+  bv::BvLitList const bits = line.literals();
+  if (bv::BvLitList const* old = clausifier_->lookup(t); old != nullptr && bits.size() > old->size())
+    line.fail("the term has " + std::to_string(old->size()) + " bits");
+  clausifier_->set_bits(t, &sink_, bits);
+}
+
+void Replay::makebits(Line& line) {
+  Term_ const* t = term(line);
+  std::string const name = t->to_shallow_str();
+  if (!clausifier_->is_cached(t)) {
+    out_ << "error not cached: " << name << '\n';
+    return;
+  }
+  bv::BvLitList made;
+  clausifier_->make_bits(t, made, &sink_);
+  out_ << "made " << name << " =";
+  write_literals(out_, made);
+  out_ << '\n';
+}
+
+void Replay::theory_eq(Line& line) {
+  bv::BvLit const l = line.literal();
+  Term_ const* t1 = sound_term(line);
+  Term_ const* t2 = sound_term(line);
+  bool const possible = clausifier_->bit_blast_theory_eq(l, t1, t2, &sink_);
+  out_ << "eq = " << (possible ? "true" : "false") << '\n';
+}
+
+void Replay::push(Line&) { clausifier_->push_backtrack_point(); }
+
+void Replay::pop(Line&) {
+  std::vector<Term_ const*> const& trail = bv::WordClausifierInspector(*clausifier_).trail();
+  if (std::find(trail.begin(), trail.end(), nullptr) == trail.end()) {
+    out_ << "error no marker\n";
+    return;
+  }
+  clausifier_->pop_backtrack_point();
+}
+
+void Replay::retract(Line& line) {
+  Term_ const* t = term(line);
+  std::vector<Term_ const*> const& trail = bv::WordClausifierInspector(*clausifier_).trail();
+  if (std::find(trail.begin(), trail.end(), t) == trail.end()) {
+    out_ << "error not on trail: " << t->to_shallow_str() << '\n';
+    return;
+  }
+  clausifier_->retract_upto(t);
+}
+
+void Replay::notify(Line& line) { clausifier_->notify_interface_term(sound_term(line), &sink_); }
+
+void Replay::isterminal(Line& line) {
+  Term_ const* t = term(line);
+  out_ << "terminal " << t->to_shallow_str() << " = " << (clausifier_->is_terminal(t) ? "true" : "false") << '\n';
+}
+
+void Replay::iscached(Line& line) {
+  Term_ const* t = term(line);
+  out_ << "cached " << t->to_shallow_str() << " = " << (clausifier_->is_cached(t) ? "true" : "false") << '\n';
+}
+
+void Replay::newfpterms(Line&) {
+  bool const any = clausifier_->get_new_fp_terms(fp_terms_);
+  out_ << "newfpterms " << (any ? "true" : "false");
+  for (Term_ const* t : fp_terms_) out_ << ' ' << t->to_shallow_str();
+  out_ << '\n';
+}
+
+}  // namespace vell::replay

@@ -1,0 +1,89 @@
+#pragma once
+
+// Tokens of a script.
+//
+// Tested by tests/smtlib/lexer_test.cpp.
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "vell/smtlib/source.h"
+
+namespace vell::smtlib {
+
+enum class Token : std::uint8_t {
+  end,
+  open,
+  close,
+  symbol,       // a simple symbol or a reserved word
+  quoted,       // |symbol|; text() is what stands between the bars
+  keyword,      // text() starts with ':'
+  numeral,
+  decimal,
+  hexadecimal,  // text() is the digits behind #x
+  binary,       // text() is the digits behind #b
+  string        // text() is the literal as written, quotes included
+};
+
+class Lexer {
+ public:
+  // The source must outlive the lexer.
+  explicit Lexer(Source& source);
+
+  // Reads a token. Throws Error at bytes that make none, and at the end of the script inside a command.
+  Token next();
+
+  // Inside a command, from its opening parenthesis at `offset` on: the script may not end. `name` is that of the
+  // command and must live until the end of it; empty while it is not known.
+  void begin_command(std::uint64_t offset, std::string_view name) {
+    command_offset_ = offset;
+    command_ = name;
+    inside_command_ = true;
+  }
+  void end_command() { inside_command_ = false; }
+
+  // ---- the token read last; text() and raw() hold until the next call of next() ----
+  Token kind() const { return kind_; }
+  std::string_view text() const {
+    return {start_ + skip_front_, static_cast<std::size_t>(stop_ - start_) - skip_front_ - skip_back_};
+  }
+  std::string_view raw() const { return {start_, static_cast<std::size_t>(stop_ - start_)}; }
+  // Offset in the script of its first byte; at the end of the script the number of bytes.
+  std::uint64_t offset() const {
+    return source_.offset() + static_cast<std::uint64_t>(start_ - source_.begin());
+  }
+  // The token for a message: "`foo`", "`)`", "the end of the file". Long tokens are cut.
+  std::string describe() const;
+
+  // From now on every token read is appended to *out, with one space between two tokens that are not kept apart by a
+  // parenthesis. Null ends it.
+  void capture(std::string* out) { capture_ = out; }
+
+  [[noreturn]] void fail(std::uint64_t offset, std::string const& message) const;
+  // At the current token.
+  [[noreturn]] void fail(std::string const& message) const { fail(offset(), message); }
+  Source const& source() const { return source_; }
+
+ private:
+  Token scan();
+  void at_end() const;
+  bool more(char const*& from, char const*& at);
+  [[noreturn]] void bad_byte(char const* at) const;
+  void append_captured();
+
+  Source& source_;
+  char const* next_;   // first byte not read yet
+  char const* end_;    // end of the window
+  char const* start_;  // of the token
+  char const* stop_;
+  std::string* capture_ = nullptr;
+  std::uint64_t command_offset_ = 0;
+  std::string_view command_;
+  bool inside_command_ = false;
+  std::uint8_t skip_front_ = 0;
+  std::uint8_t skip_back_ = 0;
+  Token kind_ = Token::end;
+};
+
+}  // namespace vell::smtlib

@@ -1,0 +1,118 @@
+// The only sorts are Bool and the bit-vectors, so a sort definition, whatever it is built from, comes down to a sort or
+// to one of its arguments; that is all that is kept of it.
+
+#include "vell/smtlib/sortparser.h"
+
+#include "vell/smtlib/operatortable.h"
+#include "vell/smtlib/syntax.h"
+
+namespace vell::smtlib {
+
+SortParser::SortParser(TermManager& terms, Lexer& lexer, SymbolTable& symbols)
+    : terms_(terms),
+      lexer_(lexer),
+      symbols_(symbols),
+      bool_(symbols.intern("Bool")),
+      bit_vec_(symbols.intern("BitVec")),
+      words_(257, nullptr) {
+  bool_->theory_sort = bit_vec_->theory_sort = 1;
+}
+
+Type const* SortParser::parse() {
+  parameters_.clear();
+  return parse_value().type;
+}
+
+SortDefinition SortParser::parse_definition(std::vector<Name*> const& parameters) {
+  parameters_.clear();
+  for (Name const* p : parameters) parameters_.emplace(p, parameters_.size());
+  Value const v = parse_value();
+  parameters_.clear();
+  return {parameters.size(), v.type, v.parameter};
+}
+
+void SortParser::unknown(Name const* name) const {
+  std::string const quoted = "`" + std::string(name->view()) + "`";
+  if (name == bit_vec_) lexer_.fail("`BitVec` is written with a width, (_ BitVec 8)");
+  if (char const* why = refusal(name->view())) lexer_.fail("sort " + quoted + ": " + why);
+  lexer_.fail("unknown sort " + quoted);
+}
+
+SortParser::Value SortParser::symbol_value() {
+  Name const* const n = read_symbol(lexer_, symbols_, "a sort");
+  if (!parameters_.empty()) {
+    auto const i = parameters_.find(n);
+    if (i != parameters_.end()) return {nullptr, i->second};
+  }
+  if (n == bool_) return {terms_.bool_type, 0};
+  if (n->sort == nullptr) unknown(n);
+  if (n->sort->parameters != 0)
+    lexer_.fail("sort `" + std::string(n->view()) + "` takes " + std::to_string(n->sort->parameters) +
+                " arguments, not 0");
+  return {n->sort->type, 0};
+}
+
+// Behind "(_".
+Type const* SortParser::indexed() {
+  lexer_.next();
+  Name const* const n = read_symbol(lexer_, symbols_, "the name of a sort");
+  if (n != bit_vec_) {
+    if (n == bool_ || n->sort != nullptr) lexer_.fail("sort `" + std::string(n->view()) + "` takes no index");
+    unknown(n);
+  }
+  lexer_.next();
+  std::uint64_t const width = read_numeral(lexer_);
+  if (width == 0) lexer_.fail("the width of a bit-vector is at least 1");
+  if (width > max_width)
+    lexer_.fail("the width of a bit-vector is at most " + std::to_string(max_width) + ", not " + std::to_string(width));
+  expect_close(lexer_, "after the width of a bit-vector");
+  if (width >= words_.size()) return terms_.bv_type(width);
+  Type const*& t = words_[width];
+  if (t == nullptr) t = terms_.bv_type(width);
+  return t;
+}
+
+SortParser::Value SortParser::close() {
+  if (frames_.empty()) lexer_.fail("expected a sort, found `)`");
+  Frame const f = frames_.back();
+  std::size_t const given = values_.size() - f.base;
+  SortDefinition const& sort = *f.name->sort;
+  if (given != sort.parameters)
+    lexer_.fail(f.offset, "sort `" + std::string(f.name->view()) + "` takes " + std::to_string(sort.parameters) +
+                              " arguments, not " + std::to_string(given));
+  Value const v = sort.type != nullptr ? Value{sort.type, 0} : values_[f.base + sort.argument];
+  values_.resize(f.base);
+  frames_.pop_back();
+  return v;
+}
+
+SortParser::Value SortParser::parse_value() {
+  frames_.clear();
+  values_.clear();
+  for (;;) {
+    Value v{nullptr, 0};
+    if (lexer_.kind() == Token::close) {
+      v = close();
+    } else if (lexer_.kind() != Token::open) {
+      v = symbol_value();
+    } else {
+      std::uint64_t const offset = lexer_.offset();
+      if (lexer_.next() == Token::symbol && symbols_.intern(lexer_.text())->reserved == Reserved::underscore) {
+        v.type = indexed();
+      } else {
+        Name const* const n = read_symbol(lexer_, symbols_, "the name of a sort");
+        if (parameters_.contains(n) || n == bool_ || (n->sort != nullptr && n->sort->parameters == 0))
+          lexer_.fail("sort `" + std::string(n->view()) + "` takes no arguments");
+        if (n->sort == nullptr) unknown(n);
+        frames_.push_back({n, values_.size(), offset});
+        lexer_.next();
+        continue;
+      }
+    }
+    if (frames_.empty()) return v;
+    values_.push_back(v);
+    lexer_.next();
+  }
+}
+
+}  // namespace vell::smtlib

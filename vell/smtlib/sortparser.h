@@ -1,0 +1,54 @@
+#pragma once
+
+// Sorts of a script.
+//
+// Tested by tests/smtlib/sorts_test.cpp.
+
+#include <unordered_map>
+#include <vector>
+
+#include "vell/smtlib/lexer.h"
+#include "vell/smtlib/symboltable.h"
+#include "vell/terms/termmanager.h"
+
+namespace vell::smtlib {
+
+class SortParser {
+ public:
+  SortParser(TermManager& terms, Lexer& lexer, SymbolTable& symbols);
+
+  // The sort that begins with the current token.
+  Type const* parse();
+  // The body of a sort definition with these parameters.
+  SortDefinition parse_definition(std::vector<Name*> const& parameters);
+
+ private:
+  // A sort, or, with type null, a parameter of the definition that is being read.
+  struct Value {
+    Type const* type;
+    std::uint64_t parameter;
+  };
+  struct Frame {
+    Name const* name;
+    std::size_t base;  // of its arguments in values_
+    std::uint64_t offset;
+  };
+
+  Value parse_value();
+  Value symbol_value();
+  Value close();
+  Type const* indexed();
+  [[noreturn]] void unknown(Name const* name) const;
+
+  TermManager& terms_;
+  Lexer& lexer_;
+  SymbolTable& symbols_;
+  Name* bool_;
+  Name* bit_vec_;
+  std::vector<Frame> frames_;
+  std::vector<Value> values_;
+  std::unordered_map<Name const*, std::uint64_t> parameters_;
+  std::vector<Type const*> words_;  // sorts of small widths, null until used
+};
+
+}  // namespace vell::smtlib

@@ -1,0 +1,98 @@
+#pragma once
+
+// Terms of a script.
+//
+// Tested by tests/smtlib/terms_test.cpp and operators_test.cpp.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "vell/smtlib/lexer.h"
+#include "vell/smtlib/operatortable.h"
+#include "vell/smtlib/reader.h"
+#include "vell/smtlib/sortparser.h"
+#include "vell/smtlib/symboltable.h"
+
+namespace vell::smtlib {
+
+class TermParser {
+ public:
+  TermParser(TermManager& terms, Lexer& lexer, SymbolTable& symbols, SortParser& sorts);
+
+  // The term that begins with the current token; its last token is the current one afterwards. Terms named inside are
+  // bound in the symbol table and appended to `named`.
+  Term_ const* parse(std::vector<NamedTerm>& named);
+  // The name given to the whole of the term parsed last; "" when it has none.
+  std::string const& outer_name() const { return outer_name_; }
+
+  // Variables that may not occur in a named term: the parameters of the definition that is being read.
+  void set_parameters(std::vector<Term_ const*> parameters) { parameters_ = std::move(parameters); }
+
+ private:
+  enum class Kind : std::uint8_t { operation, macro, let_bindings, let_body, annotation };
+  // An open parenthesis whose term is not complete. 24 bytes: ten million of them may be open.
+  struct Frame {
+    union {
+      Operator const* op;
+      Macro const* macro;
+    };
+    std::uint64_t offset : 55;  // of the parenthesis
+    std::uint64_t qualified : 1;  // the result's sort is stated, on qualified_
+    Kind kind;
+    std::uint32_t base;  // of its values in values_
+    std::uint32_t mark;  // let: of its binders in binders_, then of what they shadow
+  };
+  struct Binder {
+    Name* name;
+    std::uint64_t offset;
+  };
+
+  Term_ const* open();
+  Term_ const* close();
+  bool deliver(Term_ const*& value);
+  Frame& push(Kind kind, std::uint64_t offset);
+  void push_function(Name const* name, std::uint64_t offset);
+  void push_indexed_function(std::uint64_t offset);
+  void open_compound_head(std::uint64_t offset);
+
+  Term_ const* plain_symbol();
+  Term_ const* constant(Name const* name, std::uint64_t offset);
+  Term_ const* bit_vector_numeral(Name const* name);
+  Term_ const* indexed_constant();
+  Term_ const* qualified_constant(std::uint64_t offset);
+  Term_ const* literal(unsigned bits_per_digit);
+  Term_ const* number(std::uint64_t value, std::uint64_t width);
+  void check_sort(Term_ const* term, Type const* sort, std::uint64_t offset) const;
+
+  bool next_binding(Frame& frame);
+  void read_attributes(Term_ const* term);
+  void name_term(Term_ const* term);
+
+  [[noreturn]] void unknown(Name const* name, std::uint64_t offset) const;
+  [[noreturn]] void not_a_term() const;
+
+  TermManager& terms_;
+  Lexer& lexer_;
+  SymbolTable& symbols_;
+  SortParser& sorts_;
+
+  std::vector<Frame> frames_;
+  std::vector<Term_ const*> values_;
+  std::vector<Binder> binders_;
+  std::vector<std::uint64_t> indices_;
+  std::vector<Type const*> qualified_;
+  std::vector<Term_ const*> parameters_;
+  std::vector<NamedTerm>* named_ = nullptr;
+  std::string outer_name_;
+
+  // Numerals of up to 64 bits met lately, in front of the manager's table.
+  struct Recent {
+    std::uint64_t value = 0;
+    std::uint64_t width = 0;
+    Term_ const* term = nullptr;
+  };
+  std::vector<Recent> recent_ = std::vector<Recent>(1024);
+};
+
+}  // namespace vell::smtlib
