@@ -210,8 +210,9 @@ Pooled CircuitModel::word_neg(Bits const& x) {
   for (Lit& a : t.bits) a = -a;
   Pooled const one = pooled(bits_of(1, x.size()));
   Pooled r = word_add(t.bits, one.bits);
-  give_back(t);
+  // The order of these two is free; it is the one in which locals go.
   give_back(one);
+  give_back(t);
   return r;
 }
 
