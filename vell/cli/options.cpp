@@ -4,17 +4,22 @@
 
 namespace vell::cli {
 
-void CommonOptions::add_to(CLI::App& command, std::initializer_list<std::string_view> honoured) {
-  std::string const group = "Options everywhere";
-  auto keep = [&](CLI::Option* option) {
-    option->group(group);
-    std::string const name = option->get_name();
-    if (std::find(honoured.begin(), honoured.end(), name) != honoured.end()) return;
-    option->group("");
-    option->each([name, &command](std::string const&) {
-      throw CLI::ValidationError(name, "has no meaning for `" + command.get_name() + "`");
-    });
-  };
+namespace {
+constexpr char group[] = "Options everywhere";
+}
+
+void CommonOptions::refuse_others(CLI::App const& command, std::initializer_list<std::string_view> honoured) {
+  for (CLI::App const* app = &command; app != nullptr; app = app->get_parent())
+    for (CLI::Option const* option : app->get_options()) {
+      std::string const name = option->get_name();
+      if (option->get_group() != group || option->count() == 0) continue;
+      if (std::find(honoured.begin(), honoured.end(), name) == honoured.end())
+        throw CLI::ValidationError(name, "has no meaning for " + command.get_name());
+    }
+}
+
+void CommonOptions::add_to(CLI::App& command) {
+  auto keep = [](CLI::Option* option) { option->group(group); };
   keep(command.add_option("--time-limit", time_limit, "seconds of wall-clock time for the run")
            ->type_name("S")
            ->check(CLI::PositiveNumber));

@@ -23,8 +23,10 @@ struct CommonOptions {
   int verbosity = 0;
   int trace = -1;                  // level of the clausifier's trace; below 0: none
 
-  // Adds the options to the command. Those not in `honoured` (names as "--seed") are refused when given.
-  void add_to(CLI::App& command, std::initializer_list<std::string_view> honoured);
+  // Adds the options to a command; they may stand in front of the command's name as well.
+  void add_to(CLI::App& command);
+  // Refuses, by CLI::ValidationError, options that were given but are not in `honoured` (names as "--seed").
+  static void refuse_others(CLI::App const& command, std::initializer_list<std::string_view> honoured);
 };
 
 // What the command line asks for; set by the command that was given.
