@@ -18,6 +18,7 @@ int main(int argc, char** argv) {
   cli::add_solve(app, common, action);
   cli::add_cnf(app, common, action);
   cli::add_decode(app, common, action);
+  cli::add_replay(app, common, action);
 
   try {
     app.parse(argc, argv);

@@ -36,6 +36,7 @@ using Action = std::function<int()>;
 void add_solve(CLI::App& app, CommonOptions& common, Action& action);
 void add_cnf(CLI::App& app, CommonOptions& common, Action& action);
 void add_decode(CLI::App& app, CommonOptions& common, Action& action);
+void add_replay(CLI::App& app, CommonOptions& common, Action& action);
 
 // Exit codes.
 inline constexpr int exit_error = 1;        // bad input, a defect, a file that cannot be written
