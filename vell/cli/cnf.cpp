@@ -52,10 +52,9 @@ void add_cnf(CLI::App& app, CommonOptions& common, Action& action) {
       ->type_name("PATTERN");
   command->add_flag("--annotate", options->annotate, "a comment before each term's first clause");
   command->add_flag("--raw", options->raw, "every clause as emitted; variable 1 is the constant true");
-  common.add_to(*command);
-  command->callback([command, options, &common, &action] {
-    CommonOptions::refuse_others(*command, {"--time-limit", "--memory-limit", "--stats", "--progress", "--div-by-zero",
-                                            "--trace", "--verbose"});
+  common.add_to(*command, {"--time-limit", "--memory-limit", "--stats", "--progress", "--div-by-zero", "--trace",
+                           "--verbose"});
+  command->callback([options, &common, &action] {
     action = [options, &common] { return write(*options, common); };
   });
 }

@@ -37,9 +37,8 @@ void add_decode(CLI::App& app, CommonOptions& common, Action& action) {
   command->add_option("SOLUTION", arguments->solution, "the solver's s and v lines; - is standard input")
       ->required()
       ->type_name("");
-  common.add_to(*command);
-  command->callback([command, arguments, &action] {
-    CommonOptions::refuse_others(*command, {});
+  common.add_to(*command, {});
+  command->callback([arguments, &action] {
     action = [arguments] { return run(arguments->cnf, arguments->solution); };
   });
 }
