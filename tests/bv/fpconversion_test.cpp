@@ -4,6 +4,7 @@
 #include <numeric>
 
 #include "tests/support/clausifiertest.h"
+#include "tests/support/meaning.h"
 #include "tests/support/streamtest.h"
 
 namespace vell::test {
@@ -250,7 +251,7 @@ TEST_F(FpConversionTest, AThrowingSinkLeavesNothing) {
 // Arguments are read by a plain look-up: the table does not grow before the result is stored.
 TEST_F(FpConversionTest, ReadingTheArgumentsDoesNotGrowTheTable) {
   for (SymbolTag::tag const tag : {SymbolTag::fp_to_sbv, SymbolTag::fp_to_ubv}) {
-    WordClausifier d(&tm, nullptr);
+    QuietClausifier d(&tm, nullptr);
     bv::WordClausifierInspector const look(d);
     Term_ const* x = tm.mk_variable("x", tm.fp_type(2, 1));
     Term_ const* m = tm.mk_variable("m", tm.rounding_mode_type);

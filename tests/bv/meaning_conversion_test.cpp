@@ -82,7 +82,7 @@ class Conversion {
  private:
   FpFormat format_;
   TermManager tm_;
-  bv::WordClausifier c_{&tm_, nullptr};
+  QuietClausifier c_{&tm_, nullptr};
   CnfSink sink_;
   bv::BvLitList input_;
   bv::BvLitList mode_bits_;
