@@ -22,6 +22,7 @@ int main(int argc, char** argv) {
 
   try {
     app.parse(argc, argv);
+    common.check(app);
   } catch (CLI::Success const& e) {
     return app.exit(e);
   } catch (CLI::ParseError const& e) {

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <initializer_list>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,8 +24,14 @@ struct CommonOptions {
   int verbosity = 0;
   int trace = -1;                  // level of the clausifier's trace; below 0: none
 
-  // Adds the options to the command. Those not in `honoured` (names as "--seed") are refused when given.
+  // Adds the options to a command, which can honour those named ("--seed"); they may stand in front of the command's
+  // name as well.
   void add_to(CLI::App& command, std::initializer_list<std::string_view> honoured);
+  // After parsing: refuses, by CLI::ValidationError, options that the command given cannot honour.
+  void check(CLI::App const& app) const;
+
+ private:
+  std::map<CLI::App const*, std::vector<std::string_view>> honoured_;
 };
 
 // What the command line asks for; set by the command that was given.

@@ -92,7 +92,10 @@ Checker::Answer Checker::check(ScriptState const& state, std::vector<Term_ const
       if (l != bv::l_undef) all.push_back(l);
     SatSolver::Answer const answer = solver_->solve(all);
     solver_->report(statistics_);
-    if (answer == SatSolver::Answer::unsat) return Answer::unsat;
+    if (answer == SatSolver::Answer::unsat) {
+      solver_->commit_proof();
+      return Answer::unsat;
+    }
     if (answer == SatSolver::Answer::unknown) return give_up(reason_text(limits_.reason()));
 
     statistics_.enter(Phase::checking);

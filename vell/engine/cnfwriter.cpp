@@ -19,6 +19,7 @@
 #include "vell/engine/scriptengine.h"
 #include "vell/engine/scriptoptions.h"
 #include "vell/engine/scriptstate.h"
+#include "vell/engine/watchedsource.h"
 #include "vell/sinks/countingsink.h"
 #include "vell/sinks/dimacssink.h"
 
@@ -37,7 +38,8 @@ struct Query {
 
 Query read_query(CnfOptions const& options, TermManager& tm, Limits const& limits, Statistics& statistics) {
   statistics.enter(Phase::reading);
-  smtlib::Reader reader(tm, smtlib::Source::open(options.input));
+  smtlib::Reader reader(
+      tm, std::make_unique<WatchedSource>(smtlib::Source::open(options.input), limits, statistics));
   ScriptState state;
   Command command;
   std::uint64_t checks = 0;
