@@ -37,6 +37,9 @@ class Propagator {
   bool assume(std::span<bv::BvLit const> literals);
   // Withdraws all assumptions.
   void reset();
+  // Withdraws what was assumed since mark() gave this value; also after a conflict.
+  std::size_t mark() const { return trail_.size(); }
+  void withdraw(std::size_t mark) { undo(mark); }
   // 1 true, -1 false, 0 not decided by propagation.
   int value(bv::BvLit literal) const;
   // Whether the clauses and the assumptions have a model; complete, by search over what propagation left open.

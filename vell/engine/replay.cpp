@@ -7,7 +7,6 @@
 #include <istream>
 
 #include "vell/bv/inspector.h"
-#include "vell/engine/replayoperands.h"
 
 namespace vell::replay {
 
@@ -20,7 +19,9 @@ Replay::Replay(std::string file, std::ostream& out)
       logger_(trace_, 0),
       combination_(out, tm_) {}
 
-Replay::~Replay() = default;
+Replay::~Replay() {
+  for (bv::BvLitList* list : replaced_) clausifier_->release(list);
+}
 
 void Replay::start(bool with_configuration) {
   clausifier_ = std::make_unique<bv::WordClausifier>(&tm_, with_configuration ? &config_ : nullptr);
@@ -67,39 +68,50 @@ std::unordered_map<std::string_view, Replay::Command> const& Replay::commands() 
 
 void Replay::run(std::istream& in) {
   std::string text;
-  for (std::uint64_t number = 1; std::getline(in, text); ++number) {
-    Line line(file_, number, text);
-    if (line.at_end() || line.peek().front() == '#') continue;
-    std::string_view const name = line.token("a command");
-    if (clausifier_ == nullptr) {
-      bool const null_configuration = name == "config" && line.peek() == "null";
-      start(!null_configuration);
-      if (null_configuration) {
-        line.token("null");
-        line.finish();
-        continue;
-      }
+  for (std::uint64_t number = 1; std::getline(in, text); ++number) step(number, text);
+  finish();
+}
+
+void Replay::step(std::uint64_t number, std::string_view text) {
+  Line line(file_, number, text);
+  if (line.at_end() || line.peek().front() == '#') return;
+  std::string_view const name = line.token("a command");
+  if (clausifier_ == nullptr) {
+    bool const null_configuration = name == "config" && line.peek() == "null";
+    start(!null_configuration);
+    if (null_configuration) {
+      line.token("null");
+      line.finish();
+      return;
     }
-    auto const command = commands().find(name);
-    if (command == commands().end()) line.fail("unknown command `" + std::string(name) + "`");
-    try {
-      (this->*command->second)(line);
-    } catch (smtlib::Error const&) {
-      throw;
-    } catch (std::exception const& e) {
-      out_ << "error " << e.what() << '\n';
-      continue;
-    }
-    line.finish();
   }
+  auto const command = commands().find(name);
+  if (command == commands().end()) line.fail("unknown command `" + std::string(name) + "`");
+  try {
+    (this->*command->second)(line);
+  } catch (smtlib::Error const&) {
+    throw;
+  } catch (std::exception const& e) {
+    out_ << "error " << e.what() << '\n';
+    return;
+  }
+  line.finish();
+}
+
+void Replay::finish() {
   if (!trace_lines_.pending().empty()) out_ << "partial " << trace_lines_.pending() << '\n';
+}
+
+Term_ const* Replay::find_term(std::string const& name) const {
+  auto const found = terms_.find(name);
+  return found == terms_.end() ? nullptr : found->second;
 }
 
 Term_ const* Replay::term(Line& line) {
   std::string const name(line.token("a term"));
-  auto const found = terms_.find(name);
-  if (found == terms_.end()) line.fail("unknown term `" + name + "`");
-  return found->second;
+  Term_ const* t = find_term(name);
+  if (t == nullptr) line.fail("unknown term `" + name + "`");
+  return t;
 }
 
 // ---- settings ----
@@ -108,7 +120,7 @@ void Replay::set_config(Line& line) {
   std::string_view const field = line.token("div or null");
   if (field == "null") line.fail("`config null` must be the first command");
   if (field != "div") line.fail("unknown field `" + std::string(field) + "`");
-  config_.div_semantics = static_cast<std::int32_t>(line.signed_number("a number"));
+  config_.div_semantics = line.small_number("a number");
 }
 
 void Replay::set_nextlit(Line& line) {
@@ -127,7 +139,7 @@ void Replay::set_atomlit(Line& line) {
   }
 }
 
-void Replay::set_verbosity(Line& line) { logger_.set_verbosity(static_cast<int>(line.signed_number("a level"))); }
+void Replay::set_verbosity(Line& line) { logger_.set_verbosity(line.small_number("a level")); }
 
 void Replay::set_termtest(Line& line) {
   if (line.peek() == "off") {
@@ -143,7 +155,8 @@ void Replay::set_termtest(Line& line) {
 void Replay::set_fpcomb(Line& line) {
   std::string_view const t = line.token("on or off");
   if (t != "on" && t != "off") line.fail("`" + std::string(t) + "` stands where on or off should");
-  clausifier_->set_fp_combination(t == "on" ? &combination_ : nullptr);
+  combination_on_ = t == "on";
+  clausifier_->set_fp_combination(combination_on_ ? &combination_ : nullptr);
 }
 
 void Replay::set_fpbits(Line& line) {
@@ -159,15 +172,26 @@ void Replay::echo(Line& line) {
 
 // ---- operations ----
 
-// A term that is about to be translated. The clausifier trusts its operands; a script's are looked at first.
-Term_ const* Replay::sound_term(Line& line) {
+Operands Replay::operands() { return {tm_, *clausifier_, combination_on_ ? &combination_ : nullptr}; }
+
+// A term that is about to be translated, and the number of its bits. The clausifier trusts its operands; a script's are
+// looked at first.
+std::pair<Term_ const*, std::uint64_t> Replay::sound_term(Line& line) {
   Term_ const* t = term(line);
-  if (auto const problem = misfit(tm_, *clausifier_, t)) line.fail("the operands do not fit: " + *problem);
+  Cone const cone = examine(operands(), t);
+  if (!cone.misfit.empty()) line.fail("the operands do not fit: " + cone.misfit);
+  return {t, cone.length};
+}
+
+// The same for bit_blast, which returns a bit and needs one.
+Term_ const* Replay::sound_root(Line& line) {
+  auto const [t, length] = sound_term(line);
+  if (length == 0) line.fail("the term has no bits");
   return t;
 }
 
 void Replay::blast(Line& line) {
-  Term_ const* t = sound_term(line);
+  Term_ const* t = sound_root(line);
   bv::BvLit const l = clausifier_->bit_blast(t, &sink_);
   out_ << "blast " << t->to_shallow_str() << " = " << l << '\n';
 }
@@ -210,8 +234,11 @@ void Replay::makebits(Line& line) {
 
 void Replay::theory_eq(Line& line) {
   bv::BvLit const l = line.literal();
-  Term_ const* t1 = sound_term(line);
-  Term_ const* t2 = sound_term(line);
+  auto const [t1, length1] = sound_term(line);
+  auto const [t2, length2] = sound_term(line);
+  for (Term_ const* t : {t1, t2})
+    if (!clausifier_->is_cached(t) && (t == t1 ? length1 : length2) == 0) line.fail("the term has no bits");
+  if (length2 < length1) line.fail("the second term has fewer bits than the first");
   bool const possible = clausifier_->bit_blast_theory_eq(l, t1, t2, &sink_);
   out_ << "eq = " << (possible ? "true" : "false") << '\n';
 }
@@ -237,7 +264,7 @@ void Replay::retract(Line& line) {
   clausifier_->retract_upto(t);
 }
 
-void Replay::notify(Line& line) { clausifier_->notify_interface_term(sound_term(line), &sink_); }
+void Replay::notify(Line& line) { clausifier_->notify_interface_term(sound_root(line), &sink_); }
 
 void Replay::isterminal(Line& line) {
   Term_ const* t = term(line);

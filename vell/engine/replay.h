@@ -11,11 +11,13 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "vell/bv/wordclausifier.h"
 #include "vell/engine/replayevents.h"
 #include "vell/engine/replayline.h"
+#include "vell/engine/replayoperands.h"
 #include "vell/terms/termmanager.h"
 
 namespace vell::replay {
@@ -29,6 +31,16 @@ class Replay {
   // Runs the script. Throws smtlib::Error, with file, line and column, at the first line that is not well formed; what
   // was written up to there stands.
   void run(std::istream& in);
+
+  // The same by hand, for whoever looks at the state between two lines. Lines count from 1; `text` has no newline.
+  // Call finish() after the last one.
+  void step(std::uint64_t number, std::string_view text);
+  void finish();
+  // Null before the first command.
+  bv::WordClausifier* clausifier() { return clausifier_.get(); }
+  TermManager const& term_manager() const { return tm_; }
+  // The term of a name; null when it is not declared.
+  Term_ const* find_term(std::string const& name) const;
 
  private:
   using Command = void (Replay::*)(Line&);
@@ -57,7 +69,9 @@ class Replay {
   void iscached(Line& line);
   void newfpterms(Line& line);
   Term_ const* term(Line& line);
-  Term_ const* sound_term(Line& line);
+  Operands operands();
+  std::pair<Term_ const*, std::uint64_t> sound_term(Line& line);
+  Term_ const* sound_root(Line& line);
 
   // ---- replaydump.cpp: the clausifier's state ----
   void hooks(Line& line);
@@ -91,8 +105,10 @@ class Replay {
   std::ostream trace_;
   Logger logger_;
   Combination combination_;
+  bool combination_on_ = false;
   std::unique_ptr<CountedTest> test_;
   std::unique_ptr<bv::WordClausifier> clausifier_;
+  std::vector<bv::BvLitList*> replaced_;  // lists that a direct call took out of the cache; nobody else gives them back
   std::unordered_map<std::string, Term_ const*> terms_;
   std::vector<Term_ const*> fp_terms_;
 };
