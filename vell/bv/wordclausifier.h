@@ -16,12 +16,13 @@
 #include "vell/terms/configuration.h"
 #include "vell/terms/ieeefloat.h"
 #include "vell/terms/termmanager.h"
+#include "vell/utils/export.h"
 #include "vell/utils/hashtable.h"
 #include "vell/utils/objectpool.h"
 
 namespace vell::bv {
 
-class WordClausifier : public WordClausifierInterface {
+class VELL_API WordClausifier : public WordClausifierInterface {
  public:
   // Encodes one term whose children are cached and leaves exactly one new list for it in the cache.
   using Handler = void (WordClausifier::*)(ClauseSink*, Term_ const*);

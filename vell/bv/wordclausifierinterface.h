@@ -11,12 +11,13 @@
 #include "vell/terms/logger.h"
 #include "vell/terms/term.h"
 #include "vell/terms/terminationtest.h"
+#include "vell/utils/export.h"
 
 namespace vell::bv {
 
-class WordClausifierInterface {
+class VELL_API WordClausifierInterface {
  public:
-  struct error : Exception {
+  struct VELL_API error : Exception {
     using Exception::Exception;
   };
 

@@ -4,6 +4,7 @@
 
 #include "vell/terms/literal.h"
 #include "vell/terms/term.h"
+#include "vell/utils/export.h"
 
 namespace vell::bv {
 
@@ -11,7 +12,7 @@ namespace vell::bv {
 //
 // A clause is the content of `lits` at the moment add_clause() is called, in buffer order. Literals 1 and -1 may occur
 // in clauses and mean the constants true and false; 0 never does. The sink owns the numbering of variables.
-class ClauseSink {
+class VELL_API ClauseSink {
  public:
   virtual ~ClauseSink() = default;
 

@@ -4,6 +4,8 @@
 #include <sstream>
 #include <string>
 
+#include "vell/utils/export.h"
+
 namespace vell {
 
 // Base of the errors raised here. The message is written with << onto the exception itself:
@@ -11,7 +13,7 @@ namespace vell {
 //   Exception e("not supported: ");
 //   e << name;
 //   throw e;
-class Exception : public std::exception {
+class VELL_API Exception : public std::exception {
  public:
   Exception() = default;
   explicit Exception(std::string const& message) {

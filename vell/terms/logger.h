@@ -18,6 +18,7 @@
 #include "vell/terms/literal.h"
 #include "vell/terms/term.h"
 #include "vell/terms/type.h"
+#include "vell/utils/export.h"
 
 namespace vell {
 
@@ -30,9 +31,9 @@ struct EndLog {};
 inline constexpr EndLog endlog{};
 
 // Whether the stream is standard output or standard error and that is a terminal.
-bool is_terminal(std::ostream const& stream);
+VELL_API bool is_terminal(std::ostream const& stream);
 
-class Logger {
+class VELL_API Logger {
  public:
   // Writes to standard error with verbosity 0.
   Logger();

@@ -13,11 +13,13 @@
 #include <string>
 #include <string_view>
 
+#include "vell/utils/export.h"
+
 namespace vell {
 
 struct GmpPair;  // numerator and denominator as GMP integers; defined in qnumber_gmp.h
 
-class QNumber {
+class VELL_API QNumber {
  public:
   QNumber() : QNumber(0) {}
   // Small form. denominator must not be 0.
@@ -72,8 +74,8 @@ class QNumber {
   std::string to_str() const;
   std::uint64_t hash() const;
 
-  friend bool operator<(QNumber const& a, QNumber const& b);
-  friend bool operator==(QNumber const& a, QNumber const& b);
+  friend VELL_API bool operator<(QNumber const& a, QNumber const& b);
+  friend VELL_API bool operator==(QNumber const& a, QNumber const& b);
 
   // Scratch pair of the comparisons, so that none of them allocates once it has grown. One per thread: two managers may
   // be used by two threads.

@@ -5,6 +5,7 @@
 #include <gmp.h>
 
 #include "vell/terms/qnumber.h"
+#include "vell/utils/export.h"
 
 namespace vell {
 
@@ -18,6 +19,6 @@ struct GmpPair {
 };
 
 // out = the numerator of q, whichever form it has.
-void get_numerator(QNumber const& q, mpz_t out);
+VELL_API void get_numerator(QNumber const& q, mpz_t out);
 
 }  // namespace vell

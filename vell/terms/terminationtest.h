@@ -1,10 +1,12 @@
 #pragma once
 
+#include "vell/utils/export.h"
+
 namespace vell {
 
 // Polled once for every term that is translated. A derived test stops the work by throwing; the exception reaches the
 // caller unchanged. The base test never stops anything.
-class TerminationTest {
+class VELL_API TerminationTest {
  public:
   virtual ~TerminationTest() = default;
   virtual void operator()() const {}

@@ -26,6 +26,7 @@
 #include "vell/terms/term.h"
 #include "vell/terms/type.h"
 #include "vell/utils/arena.h"
+#include "vell/utils/export.h"
 
 namespace vell {
 
@@ -42,7 +43,7 @@ struct SymbolSpec {
   std::string_view label = {};      // text of the symbol's terms; empty: made from name and children
 };
 
-class TermManager {
+class VELL_API TermManager {
  public:
   TermManager();
   ~TermManager();

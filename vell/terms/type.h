@@ -5,13 +5,15 @@
 #include <string>
 #include <vector>
 
+#include "vell/utils/export.h"
+
 namespace vell {
 
 // A sort, interned by its TermManager and compared by pointer.
 //
 // A bit-vector type has two components: TermManager::bv_type_marker and a width type. A floating-point type has two:
 // TermManager::fp_type_marker and a format type. A function type has its argument types and its result type, last.
-class Type {
+class VELL_API Type {
  public:
   enum class Kind : std::uint8_t {
     boolean,
