@@ -1,0 +1,96 @@
+#include "vell/sinks/cadicalsink.h"
+
+#include <gtest/gtest.h>
+
+namespace vell::sinks {
+namespace {
+
+using Answer = CadicalSink::Answer;
+
+TEST(CadicalSink, AnswersAndValues) {
+  CadicalSink sink;
+  bv::BvLit const a = sink.new_lit();
+  bv::BvLit const b = sink.new_lit();
+  sink.add_clause({a, b});
+  sink.add_clause({-a, b});
+  ASSERT_EQ(Answer::sat, sink.solve());
+  EXPECT_TRUE(sink.value(b));
+  EXPECT_FALSE(sink.value(-b));
+  EXPECT_NE(sink.value(a), sink.value(-a));
+  sink.add_clause({-b});
+  EXPECT_EQ(Answer::unsat, sink.solve());
+}
+
+TEST(CadicalSink, ConstantsInClauses) {
+  CadicalSink sink;
+  bv::BvLit const a = sink.new_lit();
+  sink.add_clause({a, bv::l_true});
+  EXPECT_EQ(0u, sink.clauses());
+  sink.add_clause({a, bv::l_false});
+  ASSERT_EQ(Answer::sat, sink.solve());
+  EXPECT_TRUE(sink.value(a));
+  EXPECT_TRUE(sink.value(bv::l_true));
+  EXPECT_FALSE(sink.value(bv::l_false));
+  sink.add_clause({bv::l_false});
+  EXPECT_EQ(Answer::unsat, sink.solve());
+}
+
+TEST(CadicalSink, UnseenVariablesAreFalse) {
+  CadicalSink sink;
+  bv::BvLit const a = sink.new_lit();
+  ASSERT_EQ(Answer::sat, sink.solve());
+  EXPECT_FALSE(sink.value(a));
+  EXPECT_TRUE(sink.value(-a));
+}
+
+TEST(CadicalSink, AssumptionsFailAndAreForgotten) {
+  CadicalSink sink;
+  bv::BvLit const a = sink.new_lit();
+  bv::BvLit const b = sink.new_lit();
+  bv::BvLit const c = sink.new_lit();
+  sink.add_clause({-a, -b});
+  sink.add_clause({c, -c, a});
+  ASSERT_EQ(Answer::unsat, sink.solve({c, a, b, bv::l_true}));
+  EXPECT_TRUE(sink.failed(a));
+  EXPECT_TRUE(sink.failed(b));
+  EXPECT_FALSE(sink.failed(c));
+  EXPECT_FALSE(sink.failed(bv::l_true));
+  EXPECT_EQ(Answer::sat, sink.solve());
+  ASSERT_EQ(Answer::unsat, sink.solve({a, bv::l_false}));
+  EXPECT_TRUE(sink.failed(bv::l_false));
+  EXPECT_FALSE(sink.failed(a));
+  EXPECT_EQ(Answer::sat, sink.solve({a}));
+}
+
+// Pigeons in holes: hard enough that the solver must have been stopped.
+void add_pigeons(CadicalSink& sink, int holes) {
+  std::vector<std::vector<bv::BvLit>> in(holes + 1, std::vector<bv::BvLit>(holes));
+  for (auto& pigeon : in)
+    for (bv::BvLit& l : pigeon) l = sink.new_lit();
+  for (auto& pigeon : in) {
+    sink.lits = pigeon;
+    sink.add_clause();
+  }
+  for (int h = 0; h < holes; ++h)
+    for (int p = 0; p <= holes; ++p)
+      for (int q = 0; q < p; ++q) sink.add_clause({-in[p][h], -in[q][h]});
+}
+
+TEST(CadicalSink, TerminatorEndsTheSearch) {
+  CadicalSink sink;
+  add_pigeons(sink, 12);
+  std::uint64_t calls = 0;
+  sink.set_terminate([&] { return ++calls > 50; });
+  EXPECT_EQ(Answer::unknown, sink.solve());
+  EXPECT_GT(calls, 50u);
+  EXPECT_GT(sink.conflicts(), 0u);
+}
+
+TEST(CadicalSink, SmallPigeonsAreUnsat) {
+  CadicalSink sink;
+  add_pigeons(sink, 5);
+  EXPECT_EQ(Answer::unsat, sink.solve());
+}
+
+}  // namespace
+}  // namespace vell::sinks

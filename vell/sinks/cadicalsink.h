@@ -1,0 +1,74 @@
+#pragma once
+
+// Clauses into CaDiCaL, incrementally.
+//
+// Tested by tests/sinks/cadicalsink_test.cpp.
+
+#include <cstdint>
+#include <functional>
+#include <initializer_list>
+#include <memory>
+#include <vector>
+
+#include "vell/terms/clausesink.h"
+
+namespace CaDiCaL {
+class Solver;
+}
+
+namespace vell::sinks {
+
+// Literal v >= 2 is the solver's variable v - 1. Clauses with the constant true are dropped, the constant false is
+// removed from the others; an empty clause makes the solver inconsistent for good.
+class CadicalSink : public bv::ClauseSink {
+ public:
+  enum class Answer : std::uint8_t { sat, unsat, unknown };
+
+  // seed: as CaDiCaL's option of that name, 0 its default.
+  explicit CadicalSink(int seed = 0);
+  ~CadicalSink() override;
+  CadicalSink(CadicalSink const&) = delete;
+  CadicalSink& operator=(CadicalSink const&) = delete;
+
+  bv::BvLit new_lit() override { return next_++; }
+  bool atom_lit(Term_ const*, bv::BvLit&) override { return false; }
+  void add_clause() override;
+  // The clause of these literals.
+  void add_clause(std::initializer_list<bv::BvLit> clause);
+
+  // Writes a DRAT proof of everything from here on to the file. To be called before the first clause.
+  // False when the file cannot be opened.
+  bool trace_proof(char const* path);
+  // Ends the proof.
+  void close_proof();
+
+  // Called again and again during solve(); true ends it with `unknown`. Empty for none.
+  void set_terminate(std::function<bool()> terminate);
+
+  // Decides the clauses under the assumptions, which may be constants.
+  Answer solve(std::vector<bv::BvLit> const& assumptions = {});
+  // After sat: the literal's value under the model. A variable the solver never saw is false.
+  bool value(bv::BvLit literal);
+  // After unsat: whether the assumption was used. An assumption that is the constant false is all it takes.
+  bool failed(bv::BvLit assumption);
+
+  std::uint64_t fresh_literals() const { return static_cast<std::uint64_t>(next_) - 2; }
+  // Clauses and literals given to the solver.
+  std::uint64_t clauses() const { return clauses_; }
+  std::uint64_t literals() const { return literals_; }
+  // Clauses learned so far, one for each conflict. Readable from another thread.
+  std::uint64_t conflicts() const;
+
+ private:
+  class Observer;
+
+  std::unique_ptr<Observer> observer_;  // outlives the solver
+  std::unique_ptr<CaDiCaL::Solver> solver_;
+  bv::BvLit next_ = 2;
+  bv::BvLit known_ = 1;  // the largest literal given to the solver
+  std::uint64_t clauses_ = 0;
+  std::uint64_t literals_ = 0;
+  bool false_assumed_ = false;
+};
+
+}  // namespace vell::sinks

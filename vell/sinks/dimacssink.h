@@ -1,0 +1,78 @@
+#pragma once
+
+// Clauses as DIMACS text, streamed.
+//
+// Tested by tests/sinks/dimacssink_test.cpp.
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string_view>
+
+#include "vell/terms/clausesink.h"
+
+namespace vell::sinks {
+
+// Takes bytes in the order written. Throws when it cannot.
+class ByteOutput {
+ public:
+  virtual ~ByteOutput() = default;
+  virtual void write(char const* data, std::size_t size) = 0;
+};
+
+// Writes each clause as it comes. The header must be there first, so the number of clauses has to be known: count them
+// by a run into a CountingSink, which sees the same clauses.
+class DimacsSink : public bv::ClauseSink {
+ public:
+  enum class Form : std::uint8_t {
+    // Literal v >= 2 is variable v - 1. A clause that the constant true satisfies is left out, the constant false is
+    // removed; a clause left without literals is written as the empty clause "0".
+    clean,
+    // Literal v is variable v, every clause stands as emitted; header() adds the unit clause of variable 1.
+    raw
+  };
+
+  DimacsSink(ByteOutput& out, Form form);
+  // Hands nothing over: call flush() first.
+  ~DimacsSink() override = default;
+
+  bv::BvLit new_lit() override { return next_++; }
+  bool atom_lit(Term_ const*, bv::BvLit&) override { return false; }
+  void add_clause() override;
+
+  // "p cnf VARIABLES CLAUSES"; both as for the form: see variables() and written_clauses().
+  void header(std::uint64_t variables, std::uint64_t clauses);
+  // A comment line "c TEXT"; text is one line.
+  void comment(std::string_view text);
+  // Text as it stands.
+  void text(std::string_view text);
+  // Hands all bytes over to the output.
+  void flush();
+
+  // The DIMACS variable of a literal v >= 2 under the form.
+  static bv::BvLit variable(bv::BvLit v, Form form) { return form == Form::raw ? v : v - 1; }
+  // Variables a header must declare for this many fresh literals.
+  static std::uint64_t variables(std::uint64_t fresh_literals, Form form) {
+    return fresh_literals + (form == Form::raw ? 1 : 0);
+  }
+  // Clauses that stand in the file, the unit clause of header() included.
+  std::uint64_t written_clauses() const { return written_; }
+
+ private:
+  char* reserve(std::size_t bytes) {
+    if (static_cast<std::size_t>(end_ - next_byte_) < bytes) make_room(bytes);
+    return next_byte_;
+  }
+  void make_room(std::size_t bytes);
+
+  ByteOutput& out_;
+  Form form_;
+  bv::BvLit next_ = 2;
+  std::uint64_t written_ = 0;
+  std::size_t capacity_;
+  std::unique_ptr<char[]> buffer_;
+  char* next_byte_;
+  char* end_;
+};
+
+}  // namespace vell::sinks
