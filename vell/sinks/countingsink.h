@@ -7,10 +7,11 @@
 #include <cstdint>
 
 #include "vell/terms/clausesink.h"
+#include "vell/utils/export.h"
 
 namespace vell::sinks {
 
-class CountingSink : public bv::ClauseSink {
+class VELL_API CountingSink : public bv::ClauseSink {
  public:
   bv::BvLit new_lit() override { return next_++; }
   bool atom_lit(Term_ const*, bv::BvLit&) override { return false; }

@@ -10,11 +10,12 @@
 #include <string_view>
 
 #include "vell/terms/clausesink.h"
+#include "vell/utils/export.h"
 
 namespace vell::sinks {
 
 // Takes bytes in the order written. Throws when it cannot.
-class ByteOutput {
+class VELL_API ByteOutput {
  public:
   virtual ~ByteOutput() = default;
   virtual void write(char const* data, std::size_t size) = 0;
@@ -22,7 +23,7 @@ class ByteOutput {
 
 // Writes each clause as it comes. The header must be there first, so the number of clauses has to be known: count them
 // by a run into a CountingSink, which sees the same clauses.
-class DimacsSink : public bv::ClauseSink {
+class VELL_API DimacsSink : public bv::ClauseSink {
  public:
   enum class Form : std::uint8_t {
     // Literal v >= 2 is variable v - 1. A clause that the constant true satisfies is left out, the constant false is

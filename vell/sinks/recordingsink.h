@@ -8,10 +8,11 @@
 #include <vector>
 
 #include "vell/terms/clausesink.h"
+#include "vell/utils/export.h"
 
 namespace vell::sinks {
 
-class RecordingSink : public bv::ClauseSink {
+class VELL_API RecordingSink : public bv::ClauseSink {
  public:
   struct Event {
     enum class Kind : std::uint8_t { new_lit, atom_lit, clause };
