@@ -1,0 +1,62 @@
+// vell-bv cnf FILE.smt2 -o OUT.cnf
+
+#include <iostream>
+
+#include "vell/cli/options.h"
+#include "vell/cli/watchdog.h"
+#include "vell/engine/cnfwriter.h"
+
+namespace vell::cli {
+
+namespace {
+
+int write(engine::CnfOptions options, CommonOptions const& common) {
+  engine::Console console;
+  engine::Limits limits;
+  engine::Statistics statistics;
+  Logger trace(std::cerr, common.trace);
+  options.free_division = common.div_by_zero == "free";
+  if (common.trace >= 0) options.logger = &trace;
+
+  Watchdog watchdog(common, console, limits, statistics, "");
+  int code = exit_error;
+  try {
+    engine::write_cnf(options, limits, statistics);
+    code = 0;
+    if (common.verbosity > 0)
+      console.message(std::to_string(statistics.fresh_literals) + " variables, " + std::to_string(statistics.clauses) +
+                      " clauses before constants were removed");
+  } catch (engine::Stopped const& e) {
+    console.message(options.output + ": not written: " + e.what());
+  } catch (Exception const& e) {
+    console.message(e.what());
+  } catch (std::bad_alloc const&) {
+    console.message(options.output + ": not written: out of memory");
+  }
+  watchdog.finish(code);
+}
+
+}  // namespace
+
+void add_cnf(CLI::App& app, CommonOptions& common, Action& action) {
+  auto options = std::make_shared<engine::CnfOptions>();
+  CLI::App* command = app.add_subcommand("cnf", "write one query of a script as DIMACS");
+  command->add_option("FILE", options->input, "SMT-LIB script; - is standard input")->required()->type_name("");
+  command->add_option("-o,--output", options->output, "CNF file; - is standard output; .gz .xz .zst .bz2 are compressed")
+      ->required()
+      ->type_name("OUT.cnf");
+  command->add_option("--query", options->query, "which check-sat, the first without")
+      ->type_name("N")
+      ->check(CLI::PositiveNumber);
+  command->add_option("--symbols", options->symbols, "map lines only for constants that match, as * and ? do in a shell")
+      ->type_name("PATTERN");
+  command->add_flag("--annotate", options->annotate, "a comment before each term's first clause");
+  command->add_flag("--raw", options->raw, "every clause as emitted; variable 1 is the constant true");
+  common.add_to(*command, {"--time-limit", "--memory-limit", "--stats", "--progress", "--div-by-zero", "--trace",
+                           "--verbose"});
+  command->callback([options, &common, &action] {
+    action = [options, &common] { return write(*options, common); };
+  });
+}
+
+}  // namespace vell::cli

@@ -1,0 +1,46 @@
+// vell-bv decode OUT.cnf SOLUTION
+
+#include <cstdio>
+
+#include "vell/cli/options.h"
+#include "vell/engine/decoder.h"
+#include "vell/terms/exception.h"
+
+namespace vell::cli {
+
+namespace {
+
+int run(std::string const& cnf, std::string const& solution) {
+  try {
+    std::string const text = engine::decode(cnf, solution);
+    bool const written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+    if (std::fflush(stdout) == 0 && written) return 0;
+    std::fputs("vell-bv: <stdout>: cannot write\n", stderr);
+  } catch (Exception const& e) {
+    std::fprintf(stderr, "vell-bv: %s\n", e.what());
+  } catch (std::bad_alloc const&) {
+    std::fputs("vell-bv: out of memory\n", stderr);
+  }
+  return exit_error;
+}
+
+}  // namespace
+
+void add_decode(CLI::App& app, CommonOptions& common, Action& action) {
+  struct Arguments {
+    std::string cnf;
+    std::string solution;
+  };
+  auto arguments = std::make_shared<Arguments>();
+  CLI::App* command = app.add_subcommand("decode", "turn a SAT solver's answer to a CNF file into a model");
+  command->add_option("CNF", arguments->cnf, "file that `vell-bv cnf` wrote")->required()->type_name("");
+  command->add_option("SOLUTION", arguments->solution, "the solver's s and v lines; - is standard input")
+      ->required()
+      ->type_name("");
+  common.add_to(*command, {});
+  command->callback([arguments, &action] {
+    action = [arguments] { return run(arguments->cnf, arguments->solution); };
+  });
+}
+
+}  // namespace vell::cli

@@ -1,0 +1,38 @@
+#include "vell/cli/options.h"
+
+#include <algorithm>
+
+namespace vell::cli {
+
+void CommonOptions::add_to(CLI::App& command, std::initializer_list<std::string_view> honoured) {
+  std::string const group = "Options everywhere";
+  auto keep = [&](CLI::Option* option) {
+    option->group(group);
+    std::string const name = option->get_name();
+    if (std::find(honoured.begin(), honoured.end(), name) != honoured.end()) return;
+    option->group("");
+    option->each([name, &command](std::string const&) {
+      throw CLI::ValidationError(name, "has no meaning for `" + command.get_name() + "`");
+    });
+  };
+  keep(command.add_option("--time-limit", time_limit, "seconds of wall-clock time for the run")
+           ->type_name("S")
+           ->check(CLI::PositiveNumber));
+  keep(command.add_option("--memory-limit", memory_limit, "memory of the process")
+           ->type_name("MIB")
+           ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{1} << 40)));
+  keep(command.add_option("--seed", seed, "seed of the SAT solver")->type_name("N")->check(CLI::Range(0, 2000000000)));
+  keep(command.add_flag("--stats{text}", stats, "figures on stderr at the end: text or json")
+           ->check(CLI::IsMember({"text", "json"})));
+  keep(command.add_flag("--progress{always}", progress, "progress line on stderr: auto, always or never")
+           ->check(CLI::IsMember({"auto", "always", "never"})));
+  keep(command.add_option("--proof", proof, "DRAT proof of the one unsat answer")->type_name("OUT.drat"));
+  keep(command.add_option("--div-by-zero", div_by_zero, "value of a division by zero: smtlib or free")
+           ->check(CLI::IsMember({"smtlib", "free"})));
+  keep(command.add_option("--trace", trace, "clausifier's trace on stderr, up to this level")
+           ->type_name("LEVEL")
+           ->check(CLI::Range(0, 5)));
+  keep(command.add_flag("-v,--verbose", verbosity, "say more on stderr"));
+}
+
+}  // namespace vell::cli

@@ -1,0 +1,78 @@
+#pragma once
+
+// Decides the assertions of a script, incrementally.
+//
+// Tested by tests/engine/scriptengine_test.cpp.
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "vell/engine/clausifiers.h"
+#include "vell/engine/evaluator.h"
+#include "vell/engine/limits.h"
+#include "vell/engine/satsolver.h"
+#include "vell/engine/scriptstate.h"
+#include "vell/engine/statistics.h"
+
+namespace vell::engine {
+
+struct CheckerOptions {
+  bool free_division = false;  // a zero divisor leaves the result open
+  int seed = 0;
+  std::string proof;           // file of a DRAT proof, "" for none
+  std::string solver_command;  // external solver, "" for the embedded one
+  unsigned verbosity = 0;      // above 0: a line on the diagnostic channel after each check
+  Logger* logger = nullptr;    // of the clausifier; null for none
+};
+
+class Checker : private Assignment {
+ public:
+  enum class Answer : std::uint8_t { sat, unsat, unknown };
+
+  // tm and the references must outlive the checker.
+  Checker(TermManager& tm, CheckerOptions const& options, Limits const& limits, Statistics& statistics);
+  ~Checker() override;
+
+  // Decides the state's assertions together with the assumptions (Boolean terms). named_selectors: named assertions
+  // can be told apart in a core. Between two calls the state changes by push, pop and assert only, and every pop is
+  // told by popped(). Throws Exception for a term that nothing translates.
+  Answer check(ScriptState const& state, std::vector<Term_ const*> const& assumptions, bool named_selectors);
+  // Gives up what the levels above the state's held.
+  void popped(ScriptState const& state);
+
+  // After unknown: why; a word as get-info :reason-unknown answers.
+  std::string const& reason_unknown() const { return reason_; }
+  // Whether a model was found that does not satisfy the assertions: a defect of this program.
+  bool model_failed() const { return model_failed_; }
+
+  // After sat, until the next call of check or popped.
+  Evaluator& model() { return evaluator_; }
+  // After unsat: indices of the named assertions in a core, and of the assumptions in one.
+  std::vector<std::size_t> core() const;
+  std::vector<std::size_t> failed_assumptions() const;
+
+ private:
+  void read(Term_ const* t, std::uint64_t width, std::uint64_t* words) const override;
+  bv::BvLit translate(Term_ const* t);
+  void encode(ScriptState const& state, bool named_selectors);
+  bool model_holds(ScriptState const& state, std::vector<Term_ const*> const& assumptions);
+  Answer give_up(std::string reason);
+
+  Limits const& limits_;
+  Statistics& statistics_;
+  Configuration::Theory::Bv config_;
+  std::unique_ptr<SatSolver> solver_;
+  ScriptClausifier clausifier_;
+  LimitTest limit_test_;
+  Evaluator evaluator_;
+  std::vector<bv::BvLit> selectors_;     // of the encoded assertions; l_undef where it has none of its own
+  std::vector<bv::BvLit> activations_;   // of levels 1, 2, ...; l_undef where no clause needed it yet
+  std::vector<bv::BvLit> assumed_;       // the last check's assumptions
+  std::string reason_;
+  bool model_failed_ = false;
+  bool broken_ = false;  // memory ran out inside the solver or the clausifier: neither can be used again
+};
+
+}  // namespace vell::engine

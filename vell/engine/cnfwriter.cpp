@@ -1,0 +1,193 @@
+// Clausify, count; clausify again, write.
+//
+// The header names the number of clauses and the map lines name literals, and both come first in the file. A second
+// run of the clausifier yields the same clauses, since nothing in it depends on more than the calls made; so the text
+// goes straight to its place, be it a pipe or a compressor, and no copy of it is ever held.
+
+#include "vell/engine/cnfwriter.h"
+
+#include <fnmatch.h>
+
+#include <vector>
+
+#include "vell/bv/inspector.h"
+#include "vell/engine/clausifiers.h"
+#include "vell/engine/digest.h"
+#include "vell/engine/evaluator.h"
+#include "vell/engine/mapline.h"
+#include "vell/engine/outputfile.h"
+#include "vell/engine/scriptengine.h"
+#include "vell/engine/scriptoptions.h"
+#include "vell/engine/scriptstate.h"
+#include "vell/sinks/countingsink.h"
+#include "vell/sinks/dimacssink.h"
+
+namespace vell::engine {
+
+namespace {
+
+using smtlib::Command;
+using smtlib::CommandKind;
+
+struct Query {
+  std::vector<Term_ const*> formulas;
+  std::vector<smtlib::Position> positions;
+  std::vector<Term_ const*> constants;
+};
+
+Query read_query(CnfOptions const& options, TermManager& tm, Limits const& limits, Statistics& statistics) {
+  statistics.enter(Phase::reading);
+  smtlib::Reader reader(tm, smtlib::Source::open(options.input));
+  ScriptState state;
+  Command command;
+  std::uint64_t checks = 0;
+  std::uint64_t const wanted = options.query == 0 ? 1 : options.query;
+  bool found = false;
+  while (!found && reader.next(command)) {
+    limits.check();
+    statistics.terms = tm.term_count();
+    if (command.kind == CommandKind::set_logic && !logic_supported(command.text))
+      throw smtlib::Error(reader.file(), command.position, "logic " + command.text + " is not supported");
+    state.apply(command);
+    if (command.kind != CommandKind::check_sat && command.kind != CommandKind::check_sat_assuming) continue;
+    found = ++checks == wanted;
+  }
+  if (!found && (options.query != 0 || checks != 0))
+    throw Exception(reader.file() + ": query " + std::to_string(wanted) + " of " + std::to_string(checks));
+  Query query;
+  for (Assertion const& a : state.assertions()) {
+    query.formulas.push_back(a.term);
+    query.positions.push_back(a.position);
+  }
+  if (found)
+    for (Term_ const* t : command.terms) {
+      query.formulas.push_back(t);
+      query.positions.push_back(command.position);
+    }
+  for (Term_ const* c : state.declared())
+    if (fnmatch(options.symbols.c_str(), c->symbol->name, 0) == 0) query.constants.push_back(c);
+  return query;
+}
+
+std::string one_line(std::string text) {
+  for (char& c : text)
+    if (c == '\n' || c == '\r') c = ' ';
+  return text;
+}
+
+// Writes a comment in front of the first clause of each term.
+class AnnotatingSink : public sinks::DimacsSink {
+ public:
+  using DimacsSink::DimacsSink;
+  void announce(Term_ const* term) { pending_ = term; }
+  void add_clause() override {
+    if (pending_ != nullptr) {
+      comment("term #" + std::to_string(pending_->id) + " " + one_line(pending_->to_shallow_str()));
+      pending_ = nullptr;
+    }
+    DimacsSink::add_clause();
+  }
+
+ private:
+  Term_ const* pending_ = nullptr;
+};
+
+// Tells the sink which term it is at before its handler runs.
+class AnnotatingClausifier : public ScriptClausifier {
+ public:
+  AnnotatingClausifier(TermManager* tm, Configuration::Theory::Bv* config, AnnotatingSink& sink)
+      : ScriptClausifier(tm, config), sink_(sink), handlers_(bv::WordClausifierInspector(*this).hooks()) {
+    for (std::size_t tag = 0; tag < handlers_.size(); ++tag)
+      if (handlers_[tag] != nullptr)
+        register_hook(static_cast<SymbolTag::tag>(tag), static_cast<Handler>(&AnnotatingClausifier::announced));
+  }
+
+ private:
+  void announced(bv::ClauseSink* sink, Term_ const* term) {
+    sink_.announce(term);
+    (this->*handlers_[term->symbol->tag()])(sink, term);
+    sink_.announce(nullptr);
+  }
+  AnnotatingSink& sink_;
+  std::vector<Handler> handlers_;
+};
+
+void clausify(CnfOptions const& options, Query const& query, bv::WordClausifier& clausifier, bv::ClauseSink& sink) {
+  for (std::size_t i = 0; i < query.formulas.size(); ++i) {
+    bv::BvLit holds = bv::l_undef;
+    try {
+      holds = clausifier.bit_blast(query.formulas[i], &sink);
+    } catch (Stopped const&) {
+      throw;
+    } catch (OutputError const&) {
+      throw;
+    } catch (Exception const& e) {
+      throw smtlib::Error(options.input == "-" ? "<stdin>" : options.input, query.positions[i], e.what());
+    }
+    sink.lits.assign(1, holds);
+    sink.add_clause();
+  }
+}
+
+std::string base_name(std::string const& path) {
+  if (path == "-") return "<stdin>";
+  return path.substr(path.find_last_of('/') + 1);
+}
+
+}  // namespace
+
+void write_cnf(CnfOptions const& options, Limits const& limits, Statistics& statistics) {
+  std::string const digest = input_digest(options.input);
+  TermManager tm;
+  Query const query = read_query(options, tm, limits, statistics);
+
+  Configuration::Theory::Bv config{options.free_division ? 1 : 0};
+  auto const form = options.raw ? sinks::DimacsSink::Form::raw : sinks::DimacsSink::Form::clean;
+  statistics.enter(Phase::clausifying);
+  sinks::CountingSink count;
+  std::vector<std::string> map_lines;
+  {
+    ScriptClausifier clausifier(&tm, &config);
+    auto const report = [&] {
+      statistics.fresh_literals = count.fresh_literals();
+      statistics.clauses = count.clauses();
+      statistics.literals = count.literals();
+    };
+    LimitTest const test(limits, statistics, report);
+    clausifier.set_termination_test(&test);
+    if (options.logger != nullptr) clausifier.set_logger(options.logger);
+    clausify(options, query, clausifier, count);
+    report();
+    for (Term_ const* c : query.constants)
+      map_lines.push_back(
+          map_line(c, clausifier.lookup(c), value_width(tm, c->symbol->get_output_type()), form));
+  }
+
+  statistics.enter(Phase::writing);
+  OutputFile file(options.output);
+  AnnotatingSink sink(file, form);
+  sink.comment(std::string("vell-bv ") + version);
+  sink.comment("input " + one_line(base_name(options.input)));
+  sink.comment("sha256 " + digest);
+  for (std::string const& line : map_lines) sink.comment(line);
+  std::uint64_t const clauses = options.raw ? count.clauses() + 1 : count.clauses() - count.satisfied_clauses();
+  sink.header(sinks::DimacsSink::variables(count.fresh_literals(), form), clauses);
+
+  Statistics unused;
+  LimitTest const test(limits, unused, [] {});
+  if (options.annotate) {
+    AnnotatingClausifier clausifier(&tm, &config, sink);
+    clausifier.set_termination_test(&test);
+    clausify(options, query, clausifier, sink);
+  } else {
+    ScriptClausifier clausifier(&tm, &config);
+    clausifier.set_termination_test(&test);
+    clausify(options, query, clausifier, sink);
+  }
+  sink.flush();
+  if (sink.written_clauses() != clauses) throw Exception("internal error: the second run gave other clauses");
+  limits.check();
+  file.commit();
+}
+
+}  // namespace vell::engine

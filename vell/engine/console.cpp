@@ -1,0 +1,85 @@
+#include "vell/engine/console.h"
+
+#include <chrono>
+
+namespace vell::engine {
+
+Console::~Console() {
+  std::lock_guard const lock(mutex_);
+  clear_progress();
+  if (regular_.owned) std::fclose(regular_.file);
+  if (diagnostic_.owned) std::fclose(diagnostic_.file);
+}
+
+void Console::clear_progress() {
+  if (progress_width_ == 0) return;
+  std::fputs("\r\033[K", stderr);
+  std::fflush(stderr);
+  progress_width_ = 0;
+}
+
+void Console::write(Channel& channel, std::string_view text) {
+  if (shut_) return;
+  clear_progress();
+  bool const written = std::fwrite(text.data(), 1, text.size(), channel.file) == text.size();
+  if (std::fflush(channel.file) != 0 || !written) good_ = false;
+}
+
+void Console::answer(std::string_view text) {
+  std::string line(text);
+  line += '\n';
+  std::lock_guard const lock(mutex_);
+  write(regular_, line);
+}
+
+void Console::diagnostic(std::string_view text) {
+  std::lock_guard const lock(mutex_);
+  write(diagnostic_, text);
+}
+
+void Console::message(std::string_view text) {
+  std::string line("vell-bv: ");
+  line += text;
+  line += '\n';
+  std::lock_guard const lock(mutex_);
+  write(diagnostic_, line);
+}
+
+void Console::progress(std::string_view text) {
+  std::lock_guard const lock(mutex_);
+  if (shut_) return;
+  if (text.empty()) {
+    clear_progress();
+    return;
+  }
+  std::string line("\r");
+  line += text;
+  line += "\033[K";
+  std::fwrite(line.data(), 1, line.size(), stderr);
+  std::fflush(stderr);
+  progress_width_ = text.size();
+}
+
+bool Console::redirect(Channel& channel, std::string const& name) {
+  std::FILE* file = name == "stdout" ? stdout : name == "stderr" ? stderr : std::fopen(name.c_str(), "ae");
+  if (file == nullptr) return false;
+  std::lock_guard const lock(mutex_);
+  if (channel.owned) std::fclose(channel.file);
+  channel = {name, file, file != stdout && file != stderr};
+  return true;
+}
+
+bool Console::set_regular_channel(std::string const& name) { return redirect(regular_, name); }
+bool Console::set_diagnostic_channel(std::string const& name) { return redirect(diagnostic_, name); }
+
+bool Console::shut(std::string_view last_answer, std::string_view last_diagnostic) {
+  std::unique_lock const lock(mutex_, std::chrono::milliseconds(50));
+  if (!lock.owns_lock()) return false;
+  if (!last_answer.empty()) write(regular_, std::string(last_answer) + "\n");
+  if (!last_diagnostic.empty()) write(diagnostic_, last_diagnostic);
+  clear_progress();
+  shut_ = true;
+  return true;
+}
+
+}  // namespace vell::engine

@@ -1,0 +1,137 @@
+#include "vell/engine/outputfile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <set>
+#include <vector>
+
+
+namespace vell::engine {
+
+namespace {
+
+// Temporary files that exist now. The set is never destroyed: a thread may ask while the process ends.
+struct Registry {
+  std::mutex mutex;
+  std::set<std::string> paths;
+};
+Registry& registry() {
+  static Registry* const r = new Registry;
+  return *r;
+}
+
+}  // namespace
+
+class OutputFile::Descriptor : public sinks::ByteOutput {
+ public:
+  explicit Descriptor(std::string const& path) : path_(path) {
+    if (path == "-") {
+      fd_ = STDOUT_FILENO;
+      return;
+    }
+    struct stat info {};
+    bool const exists = stat(path.c_str(), &info) == 0;
+    if (exists && S_ISDIR(info.st_mode)) {
+      errno = EISDIR;
+      fail();
+    }
+    if (exists && !S_ISREG(info.st_mode)) {
+      fd_ = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+      if (fd_ < 0) fail();
+      return;
+    }
+    // Through a link the file it names is replaced, not the link.
+    target_ = path;
+    if (exists)
+      if (char* real = realpath(path.c_str(), nullptr)) {
+        target_ = real;
+        std::free(real);
+      }
+    if (exists && access(target_.c_str(), W_OK) != 0) fail();
+    std::string name = target_ + ".part-XXXXXX";
+    Registry& r = registry();
+    std::lock_guard const lock(r.mutex);
+    fd_ = mkostemp(name.data(), O_CLOEXEC);
+    if (fd_ < 0) fail();
+    temporary_ = name;
+    r.paths.insert(temporary_);
+    mode_t const mask = umask(0);
+    umask(mask);
+    fchmod(fd_, exists ? info.st_mode & 0777 : 0666 & ~mask);
+  }
+
+  ~Descriptor() override {
+    if (fd_ > STDERR_FILENO) close(fd_);
+    forget(true);
+  }
+
+  void write(char const* data, std::size_t size) override {
+    while (size != 0) {
+      ssize_t const n = ::write(fd_, data, size);
+      if (n < 0) {
+        if (errno == EINTR) continue;
+        fail();
+      }
+      data += n;
+      size -= static_cast<std::size_t>(n);
+    }
+  }
+
+  void commit() {
+    int const fd = fd_;
+    fd_ = -1;
+    if (fd > STDERR_FILENO && close(fd) != 0) fail();
+    if (temporary_.empty()) return;
+    if (rename(temporary_.c_str(), target_.c_str()) != 0) fail();
+    forget(false);
+  }
+
+ private:
+  [[noreturn]] void fail() const {
+    throw OutputError((path_ == "-" ? "<stdout>" : path_) + ": " + std::strerror(errno));
+  }
+  void forget(bool remove) {
+    if (temporary_.empty()) return;
+    Registry& r = registry();
+    std::lock_guard const lock(r.mutex);
+    if (remove) unlink(temporary_.c_str());
+    r.paths.erase(temporary_);
+    temporary_.clear();
+  }
+
+  std::string path_;
+  std::string target_;
+  std::string temporary_;
+  int fd_ = -1;
+};
+
+OutputFile::OutputFile(std::string const& path)
+    : descriptor_(std::make_unique<Descriptor>(path)), compressor_(make_compressor(path, *descriptor_)) {}
+
+OutputFile::~OutputFile() = default;
+
+void OutputFile::write(char const* data, std::size_t size) {
+  if (compressor_ != nullptr)
+    compressor_->write(data, size);
+  else
+    descriptor_->write(data, size);
+}
+
+void OutputFile::commit() {
+  if (compressor_ != nullptr) compressor_->finish();
+  descriptor_->commit();
+}
+
+void OutputFile::discard_all() {
+  Registry& r = registry();
+  std::lock_guard const lock(r.mutex);
+  for (std::string const& path : r.paths) unlink(path.c_str());
+}
+
+}  // namespace vell::engine

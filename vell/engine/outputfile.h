@@ -1,0 +1,54 @@
+#pragma once
+
+// A file that appears whole or not at all.
+//
+// Tested by tests/engine/outputfile_test.cpp.
+
+#include <memory>
+#include <string>
+
+#include "vell/sinks/dimacssink.h"
+#include "vell/terms/exception.h"
+
+namespace vell::engine {
+
+// A file that cannot be made or written: "PATH: reason".
+class OutputError : public Exception {
+ public:
+  using Exception::Exception;
+};
+
+// A compressor in front of `out`, told by the path's suffix; null when there is none to use. It ends its stream in
+// finish().
+class Compressor : public sinks::ByteOutput {
+ public:
+  virtual void finish() = 0;
+};
+std::unique_ptr<Compressor> make_compressor(std::string const& path, sinks::ByteOutput& out);
+
+// Bytes go to a temporary file beside the path, which takes the path's name in commit(). Without commit() nothing
+// remains. "-" is standard output, and an existing file that is no regular one (a pipe, a device) is written directly;
+// these cannot be taken back. A path that ends in .gz, .xz, .zst or .bz2 is compressed. The bytes depend on nothing but
+// what is written and the path's suffix.
+class OutputFile : public sinks::ByteOutput {
+ public:
+  // Throws OutputError when the file cannot be made; so do write() and commit().
+  explicit OutputFile(std::string const& path);
+  ~OutputFile() override;
+  OutputFile(OutputFile const&) = delete;
+  OutputFile& operator=(OutputFile const&) = delete;
+
+  void write(char const* data, std::size_t size) override;
+  void commit();
+
+  // Removes the temporary files of all output files that are not committed, from any thread; the process is about to
+  // end.
+  static void discard_all();
+
+ private:
+  class Descriptor;
+  std::unique_ptr<Descriptor> descriptor_;
+  std::unique_ptr<Compressor> compressor_;
+};
+
+}  // namespace vell::engine

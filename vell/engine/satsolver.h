@@ -1,0 +1,47 @@
+#pragma once
+
+// The SAT solver behind the script engine: the embedded one, or any program that reads DIMACS.
+
+#include <cstdint>
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "vell/engine/limits.h"
+#include "vell/engine/statistics.h"
+#include "vell/terms/clausesink.h"
+
+namespace vell::engine {
+
+class SatSolver {
+ public:
+  enum class Answer : std::uint8_t { sat, unsat, unknown };
+
+  virtual ~SatSolver() = default;
+  // Takes clauses over literals as the clausifier emits them; valid for the solver's life.
+  virtual bv::ClauseSink& sink() = 0;
+  // Decides the clauses under the assumptions, which may be constants. Unknown when the limits stopped it, or the
+  // solver gave up.
+  virtual Answer solve(std::vector<bv::BvLit> const& assumptions) = 0;
+  // After sat. False for a variable in no clause.
+  virtual bool value(bv::BvLit literal) = 0;
+  // After unsat: whether the assumption may have been needed.
+  virtual bool failed(bv::BvLit assumption) = 0;
+  // Copies its figures.
+  virtual void report(Statistics& statistics) const = 0;
+
+  void add_clause(std::initializer_list<bv::BvLit> clause) {
+    sink().lits.assign(clause);
+    sink().add_clause();
+  }
+};
+
+// CaDiCaL. proof: file for a DRAT proof, empty for none. Throws Exception when it cannot be written.
+std::unique_ptr<SatSolver> make_cadical(Limits const& limits, Statistics& statistics, int seed,
+                                        std::string const& proof);
+
+// A program that reads DIMACS from the file put in place of "{cnf}" in the shell command and prints `s` and `v` lines.
+std::unique_ptr<SatSolver> make_external_solver(Limits const& limits, std::string const& command);
+
+}  // namespace vell::engine

@@ -1,0 +1,44 @@
+#include "vell/engine/scriptstate.h"
+
+namespace vell::engine {
+
+using smtlib::Command;
+using smtlib::CommandKind;
+
+void ScriptState::apply(Command const& command) {
+  switch (command.kind) {
+    case CommandKind::set_option:
+      if (command.text == ":global-declarations") global_declarations_ = command.value == "true";
+      break;
+    case CommandKind::declare: declared_.push_back(command.terms[0]); break;
+    case CommandKind::assert_:
+      assertions_.push_back({command.terms[0], command.name, command.position});
+      break;
+    case CommandKind::push:
+      marks_.insert(marks_.end(), command.number, {assertions_.size(), declared_.size(), named_.size()});
+      break;
+    case CommandKind::pop: {
+      if (command.number == 0) break;
+      if (command.number > marks_.size()) throw Exception("pop of more levels than there are");
+      Mark const mark = marks_[marks_.size() - command.number];
+      marks_.resize(marks_.size() - command.number);
+      assertions_.resize(mark.assertions);
+      if (global_declarations_) break;
+      declared_.resize(mark.declared);
+      named_.resize(mark.named);
+      break;
+    }
+    case CommandKind::reset: *this = ScriptState(); break;
+    case CommandKind::reset_assertions:
+      assertions_.clear();
+      marks_.clear();
+      if (global_declarations_) break;
+      declared_.clear();
+      named_.clear();
+      break;
+    default: break;
+  }
+  named_.insert(named_.end(), command.named.begin(), command.named.end());
+}
+
+}  // namespace vell::engine
