@@ -3,6 +3,7 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
+get_target_property(VELL_LIBRARY_TYPE vell TYPE)
 set(VELL_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/vell)
 
 install(TARGETS vell EXPORT vell

@@ -1,4 +1,5 @@
 # Builds the library alone in DIRECTORY/build, installs it into DIRECTORY/staging and moves it to DIRECTORY/prefix.
+cmake_minimum_required(VERSION 3.25)
 function(run)
   execute_process(COMMAND ${ARGV} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
   if(NOT result EQUAL 0)

@@ -1,4 +1,5 @@
 # The first C++ block of README stands in PROGRAM, and the block after it, what the program prints, in OUTPUT.
+cmake_minimum_required(VERSION 3.25)
 file(READ ${README} text)
 file(READ ${PROGRAM} program)
 file(READ ${OUTPUT} output)

@@ -1,4 +1,5 @@
 # Which requested versions the installed package answers: those of its own minor version, not newer than itself.
+cmake_minimum_required(VERSION 3.25)
 function(expect version compatible)
   set(PACKAGE_FIND_NAME vell)
   set(PACKAGE_FIND_VERSION ${version})
