@@ -15,8 +15,10 @@
 
 namespace vell::bv {
 
+// An instance belongs to one thread at a time; instances share nothing.
 class VELL_API WordClausifierInterface {
  public:
+  // Base of errors of the clausifier's own.
   struct VELL_API error : Exception {
     using Exception::Exception;
   };

@@ -18,6 +18,7 @@ namespace vell::sinks {
 class VELL_API ByteOutput {
  public:
   virtual ~ByteOutput() = default;
+  // Takes size bytes; the data is not kept.
   virtual void write(char const* data, std::size_t size) = 0;
 };
 
@@ -25,6 +26,7 @@ class VELL_API ByteOutput {
 // by a run into a CountingSink, which sees the same clauses.
 class VELL_API DimacsSink : public bv::ClauseSink {
  public:
+  // How literals become variables, and which clauses stand in the file.
   enum class Form : std::uint8_t {
     // Literal v >= 2 is variable v - 1. A clause that the constant true satisfies is left out, the constant false is
     // removed; a clause left without literals is written as the empty clause "0".
@@ -33,6 +35,7 @@ class VELL_API DimacsSink : public bv::ClauseSink {
     raw
   };
 
+  // out must outlive the sink. Takes a buffer of 1 MiB.
   DimacsSink(ByteOutput& out, Form form);
   // Hands nothing over: call flush() first.
   ~DimacsSink() override = default;

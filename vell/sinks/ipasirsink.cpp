@@ -109,8 +109,12 @@ IpasirSink::Answer IpasirSink::solve(std::vector<bv::BvLit> const& assumptions) 
   if (thrown_) std::rethrow_exception(std::exchange(thrown_, nullptr));
   switch (answer) {
     case 0: return Answer::unknown;
-    case 10: state_ = State::sat; return Answer::sat;
-    case 20: state_ = State::unsat; return Answer::unsat;
+    case 10:
+      state_ = State::sat;
+      return Answer::sat;
+    case 20:
+      state_ = State::unsat;
+      return Answer::unsat;
     default: throw Exception("the SAT solver answered " + std::to_string(answer) + " instead of 0, 10 or 20");
   }
 }

@@ -25,9 +25,9 @@ namespace vell::sinks {
 struct IpasirFunctions {
   char const* (*signature)() = nullptr;  // name and version
   void* (*init)() = nullptr;             // a new solver, passed to the functions below
-  void (*release)(void* solver) = nullptr;
+  void (*release)(void* solver) = nullptr;                    // frees the solver
   void (*add)(void* solver, std::int32_t literal) = nullptr;  // 0 ends the clause
-  void (*assume)(void* solver, std::int32_t literal) = nullptr;
+  void (*assume)(void* solver, std::int32_t literal) = nullptr;  // for the next solve
   int (*solve)(void* solver) = nullptr;                                // 10 sat, 20 unsat, 0 stopped
   std::int32_t (*val)(void* solver, std::int32_t literal) = nullptr;   // literal, -literal, or 0 for either
   int (*failed)(void* solver, std::int32_t literal) = nullptr;         // 1 where the assumption was used
@@ -46,6 +46,7 @@ class VELL_API IpasirLibrary {
   IpasirLibrary(IpasirLibrary const&) = delete;
   IpasirLibrary& operator=(IpasirLibrary const&) = delete;
 
+  // The solver's functions, for IpasirSink. Valid as long as the library.
   IpasirFunctions const& functions() const { return functions_; }
   // The solver's name and version as it gives them.
   std::string signature() const { return functions_.signature(); }
@@ -59,6 +60,7 @@ class VELL_API IpasirLibrary {
 // removed from the others; an empty clause makes the solver inconsistent for good.
 class VELL_API IpasirSink : public bv::ClauseSink {
  public:
+  // What a solver answers; unknown when it was stopped.
   enum class Answer : std::uint8_t { sat, unsat, unknown };
 
   // Makes a solver. The functions are copied; the library they come from must outlive the sink.

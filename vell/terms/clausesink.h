@@ -25,6 +25,7 @@ class VELL_API ClauseSink {
   // Takes the clause held in `lits`. The buffer is emptied by the next emission, not by the sink.
   virtual void add_clause() = 0;
 
+  // Appends literals to the clause under construction, in argument order.
   void push(BvLit a, BvLit b) {
     lits.push_back(a);
     lits.push_back(b);
@@ -41,6 +42,7 @@ class VELL_API ClauseSink {
     lits.push_back(d);
   }
 
+  // The clause under construction; add_clause() reads it.
   BvLitList lits;
 };
 

@@ -15,17 +15,21 @@ namespace vell {
 //   throw e;
 class VELL_API Exception : public std::exception {
  public:
+  // Without a message yet.
   Exception() = default;
+  // With this message, or its beginning.
   explicit Exception(std::string const& message) {
     stream_ << message;
     dump_msg_and_raise_assertion();
   }
+  // A copy has the text written so far and can be written on.
   Exception(Exception const& other) : std::exception(other) { stream_ << other.text(); }
   Exception& operator=(Exception const& other) {
     if (this != &other) stream_.str(other.text()), stream_.seekp(0, std::ios_base::end);
     return *this;
   }
 
+  // Appends a piece to the message, as an output stream renders it.
   template <typename T>
   Exception& operator<<(T const& piece) {
     bool const first = stream_.tellp() == std::ostringstream::pos_type(0);

@@ -9,9 +9,10 @@
 
 namespace vell {
 
+// A fraction of GMP integers, initialised and cleared with the object.
 struct GmpPair {
-  mpz_t numerator;
-  mpz_t denominator;
+  mpz_t numerator;    // carries the sign
+  mpz_t denominator;  // not 0 once the number is made
   GmpPair() { mpz_inits(numerator, denominator, nullptr); }
   ~GmpPair() { mpz_clears(numerator, denominator, nullptr); }
   GmpPair(GmpPair const&) = delete;

@@ -9,6 +9,7 @@ namespace vell {
 class VELL_API TerminationTest {
  public:
   virtual ~TerminationTest() = default;
+  // Returns to go on, throws to stop.
   virtual void operator()() const {}
 };
 
