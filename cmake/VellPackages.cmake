@@ -27,20 +27,19 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/vell)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 
-set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "Word-level bit-blaster, shared library
- Translates terms over fixed-size bit-vectors into propositional clauses.")
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "The shared library: translates terms over fixed-size bit-vectors into
+ propositional clauses.")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime_package})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 
-set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Word-level bit-blaster, development files
- Headers, CMake package and pkg-config file of the library.")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Headers, CMake package and pkg-config file of the library.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libvell-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${runtime_package} ${same_version}, libgmp-dev")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
 
-set(CPACK_COMPONENT_TOOL_DESCRIPTION "Word-level bit-blaster, command line
- Runs SMT-LIB scripts over bit-vectors and writes their clauses as DIMACS.")
+set(CPACK_COMPONENT_TOOL_DESCRIPTION "The command line: runs SMT-LIB scripts over bit-vectors and writes their
+ clauses as DIMACS.")
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME vell-bv)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION math)
 set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "${runtime_package} ${same_version}")
