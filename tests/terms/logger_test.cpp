@@ -178,13 +178,14 @@ class Terminal {
     if (master_ >= 0) close(master_);
   }
   bool usable() const { return saved_ >= 0; }
-  // What was written, line ends as the terminal shows them.
+  // What was written, to the end: with its last writer gone the terminal has no more.
   std::string finish() {
     std::cerr.flush();
-    char buffer[256];
-    ssize_t const n = read(master_, buffer, sizeof buffer);
     restore();
-    return n > 0 ? std::string(buffer, static_cast<std::size_t>(n)) : std::string();
+    std::string text;
+    char buffer[256];
+    for (ssize_t n; (n = read(master_, buffer, sizeof buffer)) > 0;) text.append(buffer, static_cast<std::size_t>(n));
+    return text;
   }
 
  private:

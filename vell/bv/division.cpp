@@ -49,6 +49,8 @@ void WordClausifier::word_udiv_simple(ClauseSink* sink, BvLitList* a, BvLitList*
     VELL_TRACE(4) << "      neg_div = " << *nd << endlog;
     PoolList s(bvlist_pool, word_add(sink, r, nd.get()));
     *r = *s;
+    nd.reset(nullptr);
+    s.reset(nullptr);
     VELL_TRACE(4) << "   quotient (after) = " << *q << endlog;
     VELL_TRACE(4) << "   remainder (after) = " << *r << endlog;
   }

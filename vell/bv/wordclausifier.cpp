@@ -10,6 +10,7 @@
 // Tested by tests/bv/driver_test.cpp.
 
 #include <cassert>
+#include <string>
 
 #include "vell/bv/trace.h"
 
@@ -128,9 +129,11 @@ void WordClausifier::call_hook(ClauseSink* sink, Term_ const* t, SymbolTag::tag 
   }
   if (generic_variable(sink, t)) return;
   Type const* type = symbol->get_output_type();
-  VELL_TRACE(1) << "Trying to bitblast the unsuported term " << t << " type:" << type << " symbol:" << symbol->name
-                << " number:" << tm->is_number(symbol) << " function:" << tm->is_function_type(type)
-                << " bv:" << tm->is_bv_type(type) << " bool:" << (type == tm->bool_type) << endlog;
+  // The name as a string: a null one is a logic_error rather than a crash.
+  VELL_TRACE(1) << "Trying to bitblast the unsuported term " << t << " type:" << type
+                << " symbol:" << std::string(symbol->name) << " number:" << tm->is_number(symbol)
+                << " function:" << tm->is_function_type(type) << " bv:" << tm->is_bv_type(type)
+                << " bool:" << (type == tm->bool_type) << endlog;
   fail(sink, t);
 }
 

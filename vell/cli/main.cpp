@@ -18,9 +18,11 @@ int main(int argc, char** argv) {
   cli::add_solve(app, common, action);
   cli::add_cnf(app, common, action);
   cli::add_decode(app, common, action);
+  cli::add_replay(app, common, action);
 
   try {
     app.parse(argc, argv);
+    common.check(app);
   } catch (CLI::Success const& e) {
     return app.exit(e);
   } catch (CLI::ParseError const& e) {

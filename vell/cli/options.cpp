@@ -4,17 +4,26 @@
 
 namespace vell::cli {
 
+namespace {
+constexpr char group[] = "Options everywhere";
+}
+
+void CommonOptions::check(CLI::App const& app) const {
+  std::vector<CLI::App*> const given = app.get_subcommands();
+  CLI::App const& command = given.empty() ? app : *given[0];
+  std::vector<std::string_view> const& honoured = honoured_.at(&command);
+  for (CLI::App const* a = &command; a != nullptr; a = a->get_parent())
+    for (CLI::Option const* option : a->get_options()) {
+      if (option->get_group() != group || option->count() == 0) continue;
+      std::string const name = option->get_name();
+      if (std::find(honoured.begin(), honoured.end(), name) == honoured.end())
+        throw CLI::ValidationError(name, "has no meaning for " + command.get_name());
+    }
+}
+
 void CommonOptions::add_to(CLI::App& command, std::initializer_list<std::string_view> honoured) {
-  std::string const group = "Options everywhere";
-  auto keep = [&](CLI::Option* option) {
-    option->group(group);
-    std::string const name = option->get_name();
-    if (std::find(honoured.begin(), honoured.end(), name) != honoured.end()) return;
-    option->group("");
-    option->each([name, &command](std::string const&) {
-      throw CLI::ValidationError(name, "has no meaning for `" + command.get_name() + "`");
-    });
-  };
+  honoured_[&command] = honoured;
+  auto keep = [](CLI::Option* option) { option->group(group); };
   keep(command.add_option("--time-limit", time_limit, "seconds of wall-clock time for the run")
            ->type_name("S")
            ->check(CLI::PositiveNumber));

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <initializer_list>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,8 +24,14 @@ struct CommonOptions {
   int verbosity = 0;
   int trace = -1;                  // level of the clausifier's trace; below 0: none
 
-  // Adds the options to the command. Those not in `honoured` (names as "--seed") are refused when given.
+  // Adds the options to a command, which can honour those named ("--seed"); they may stand in front of the command's
+  // name as well.
   void add_to(CLI::App& command, std::initializer_list<std::string_view> honoured);
+  // After parsing: refuses, by CLI::ValidationError, options that the command given cannot honour.
+  void check(CLI::App const& app) const;
+
+ private:
+  std::map<CLI::App const*, std::vector<std::string_view>> honoured_;
 };
 
 // What the command line asks for; set by the command that was given.
@@ -34,6 +41,7 @@ using Action = std::function<int()>;
 void add_solve(CLI::App& app, CommonOptions& common, Action& action);
 void add_cnf(CLI::App& app, CommonOptions& common, Action& action);
 void add_decode(CLI::App& app, CommonOptions& common, Action& action);
+void add_replay(CLI::App& app, CommonOptions& common, Action& action);
 
 // Exit codes.
 inline constexpr int exit_error = 1;        // bad input, a defect, a file that cannot be written

@@ -14,8 +14,8 @@
 namespace vell::engine {
 
 struct CnfOptions {
-  std::string input;           // path, "-" for standard input
-  std::string output;          // path, "-" for standard output; see OutputFile
+  std::string input = {};      // path, "-" for standard input
+  std::string output = {};     // path, "-" for standard output; see OutputFile
   std::uint64_t query = 0;     // which check-sat, from 1; 0: the first, or the script's end where it has none
   std::string symbols = "*";   // glob pattern: constants with a map line
   bool annotate = false;       // a comment before each term's first clause

@@ -30,7 +30,7 @@ class Descriptor {
 };
 
 [[noreturn]] void fail(std::string const& path) {
-  throw Exception((path == "-" ? "<stdin>" : path) + ":1:1: " + std::strerror(errno));
+  throw Exception((path == "-" ? "<stdin>" : path) + ":1:1: cannot read: " + std::strerror(errno));
 }
 
 }  // namespace

@@ -67,39 +67,50 @@ std::unordered_map<std::string_view, Replay::Command> const& Replay::commands() 
 
 void Replay::run(std::istream& in) {
   std::string text;
-  for (std::uint64_t number = 1; std::getline(in, text); ++number) {
-    Line line(file_, number, text);
-    if (line.at_end() || line.peek().front() == '#') continue;
-    std::string_view const name = line.token("a command");
-    if (clausifier_ == nullptr) {
-      bool const null_configuration = name == "config" && line.peek() == "null";
-      start(!null_configuration);
-      if (null_configuration) {
-        line.token("null");
-        line.finish();
-        continue;
-      }
+  for (std::uint64_t number = 1; std::getline(in, text); ++number) step(number, text);
+  finish();
+}
+
+void Replay::step(std::uint64_t number, std::string_view text) {
+  Line line(file_, number, text);
+  if (line.at_end() || line.peek().front() == '#') return;
+  std::string_view const name = line.token("a command");
+  if (clausifier_ == nullptr) {
+    bool const null_configuration = name == "config" && line.peek() == "null";
+    start(!null_configuration);
+    if (null_configuration) {
+      line.token("null");
+      line.finish();
+      return;
     }
-    auto const command = commands().find(name);
-    if (command == commands().end()) line.fail("unknown command `" + std::string(name) + "`");
-    try {
-      (this->*command->second)(line);
-    } catch (smtlib::Error const&) {
-      throw;
-    } catch (std::exception const& e) {
-      out_ << "error " << e.what() << '\n';
-      continue;
-    }
-    line.finish();
   }
+  auto const command = commands().find(name);
+  if (command == commands().end()) line.fail("unknown command `" + std::string(name) + "`");
+  try {
+    (this->*command->second)(line);
+  } catch (smtlib::Error const&) {
+    throw;
+  } catch (std::exception const& e) {
+    out_ << "error " << e.what() << '\n';
+    return;
+  }
+  line.finish();
+}
+
+void Replay::finish() {
   if (!trace_lines_.pending().empty()) out_ << "partial " << trace_lines_.pending() << '\n';
+}
+
+Term_ const* Replay::find_term(std::string const& name) const {
+  auto const found = terms_.find(name);
+  return found == terms_.end() ? nullptr : found->second;
 }
 
 Term_ const* Replay::term(Line& line) {
   std::string const name(line.token("a term"));
-  auto const found = terms_.find(name);
-  if (found == terms_.end()) line.fail("unknown term `" + name + "`");
-  return found->second;
+  Term_ const* t = find_term(name);
+  if (t == nullptr) line.fail("unknown term `" + name + "`");
+  return t;
 }
 
 // ---- settings ----

@@ -30,6 +30,16 @@ class Replay {
   // was written up to there stands.
   void run(std::istream& in);
 
+  // The same by hand, for whoever looks at the state between two lines. Lines count from 1; `text` has no newline.
+  // Call finish() after the last one.
+  void step(std::uint64_t number, std::string_view text);
+  void finish();
+  // Null before the first command.
+  bv::WordClausifier* clausifier() { return clausifier_.get(); }
+  TermManager const& term_manager() const { return tm_; }
+  // The term of a name; null when it is not declared.
+  Term_ const* find_term(std::string const& name) const;
+
  private:
   using Command = void (Replay::*)(Line&);
   static std::unordered_map<std::string_view, Command> const& commands();

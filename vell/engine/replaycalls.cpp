@@ -61,7 +61,8 @@ void Replay::call(Line& line) {
   } else if (with_proxy) {
     clausifier_->word_equal(&sink_, t, flag);
   } else if (handler->handler == nullptr) {
-    out_ << "result " << (clausifier_->generic_variable(&sink_, t) ? "true" : "false") << '\n';
+    bool const made = clausifier_->generic_variable(&sink_, t);
+    out_ << "result " << (made ? "true" : "false") << '\n';
   } else {
     (clausifier_.get()->*handler->handler)(&sink_, t);
   }

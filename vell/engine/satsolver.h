@@ -28,6 +28,9 @@ class SatSolver {
   virtual bool value(bv::BvLit literal) = 0;
   // After unsat: whether the assumption may have been needed.
   virtual bool failed(bv::BvLit assumption) = 0;
+  // After unsat: ends the proof and gives its file the name asked for. Does nothing where no proof is written. Throws
+  // OutputError when it cannot be written.
+  virtual void commit_proof() {}
   // Copies its figures.
   virtual void report(Statistics& statistics) const = 0;
 
@@ -37,7 +40,8 @@ class SatSolver {
   }
 };
 
-// CaDiCaL. proof: file for a DRAT proof, empty for none. Throws Exception when it cannot be written.
+// CaDiCaL. proof: file for a DRAT proof, empty for none; it appears in commit_proof(). Throws OutputError when it
+// cannot be made.
 std::unique_ptr<SatSolver> make_cadical(Limits const& limits, Statistics& statistics, int seed,
                                         std::string const& proof);
 

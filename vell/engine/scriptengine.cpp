@@ -9,6 +9,7 @@
 #include <new>
 
 #include "vell/engine/termprinter.h"
+#include "vell/engine/watchedsource.h"
 #include "vell/terms/exception.h"
 #include "vell/terms/operators.h"
 
@@ -76,7 +77,7 @@ bool ScriptEngine::run(std::unique_ptr<smtlib::Source> source) {
   std::string const file = source->name();
   Command command;
   try {
-    smtlib::Reader reader(tm_, std::move(source));
+    smtlib::Reader reader(tm_, std::make_unique<WatchedSource>(std::move(source), limits_, statistics_));
     for (;;) {
       statistics_.enter(Phase::reading);
       bool const more = reader.next(command);
@@ -86,16 +87,20 @@ bool ScriptEngine::run(std::unique_ptr<smtlib::Source> source) {
         if (!execute(command)) break;
       } catch (smtlib::Error const&) {
         throw;
+      } catch (Stopped const&) {
+        throw;
       } catch (Exception const& e) {
         throw smtlib::Error(file, command.position, e.what());
       }
       if (limits_.reason() == StopReason::interrupted) break;
     }
-    if (limits_.reason() == StopReason::interrupted && statistics_.unknown == 0) {
-      // Interrupted between two checks: the answer to the script as a whole is unknown.
-      ++statistics_.unknown;
-      console_.answer("unknown");
-    }
+    if (limits_.reason() == StopReason::interrupted) limits_.check();
+  } catch (Stopped const& s) {
+    // Between two checks: the answer to the script as a whole is unknown, unless it is given already.
+    if (statistics_.unknown == 0) console_.answer("unknown");
+    ++statistics_.unknown;
+    if (s.reason() == StopReason::memout) console_.message(file + ": memory limit reached while reading");
+    return false;
   } catch (smtlib::Error const& e) {
     console_.answer("(error " + string_literal(e.what()) + ")");
     return false;
@@ -181,6 +186,7 @@ void ScriptEngine::check(Command const& command) {
       mode_ = Mode::sat;
       ++statistics_.sat;
       console_.answer("sat");
+      if (!checker_options_.proof.empty()) console_.message(checker_options_.proof + ": no proof, the answer is sat");
       verbose("sat");
       return;
     case Checker::Answer::unsat:
@@ -339,8 +345,8 @@ void ScriptEngine::get_info(Command const& command) {
   else if (keyword == ":all-statistics")
     console_.answer(statistics_.smtlib());
   else if (keyword == ":reason-unknown") {
-    if (mode_ != Mode::unknown) error("the last command was no check-sat that answered unknown");
-    console_.answer("(:reason-unknown " + reason_unknown_ + ")");
+    // Asked for at any time: a question about an answer that was not given needs no refusal.
+    console_.answer("(:reason-unknown " + (mode_ == Mode::unknown ? reason_unknown_ : std::string("none")) + ")");
   } else
     console_.answer("unsupported");
 }

@@ -5,6 +5,11 @@ namespace vell::engine {
 using smtlib::Command;
 using smtlib::CommandKind;
 
+namespace {
+// Each level takes memory; a script that pushes more at once has a wrong number in it.
+constexpr std::uint64_t max_levels = 10000000;
+}  // namespace
+
 void ScriptState::apply(Command const& command) {
   switch (command.kind) {
     case CommandKind::set_option:
@@ -15,6 +20,8 @@ void ScriptState::apply(Command const& command) {
       assertions_.push_back({command.terms[0], command.name, command.position});
       break;
     case CommandKind::push:
+      if (command.number > max_levels - marks_.size())
+        throw Exception("more than " + std::to_string(max_levels) + " levels");
       marks_.insert(marks_.end(), command.number, {assertions_.size(), declared_.size(), named_.size()});
       break;
     case CommandKind::pop: {

@@ -23,7 +23,7 @@ class ScriptState {
  public:
   // Carries out declare, define, assert_, push, pop, reset, reset_assertions and set_option :global-declarations, and
   // collects the names in every command; other commands leave the state as it is. Throws Exception for a
-  // pop of levels that are not there.
+  // pop of levels that are not there, and for more than ten million of them.
   void apply(smtlib::Command const& command);
 
   std::vector<Assertion> const& assertions() const { return assertions_; }

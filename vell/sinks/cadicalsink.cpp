@@ -62,7 +62,10 @@ void CadicalSink::add_clause(std::initializer_list<bv::BvLit> clause) {
   add_clause();
 }
 
-bool CadicalSink::trace_proof(char const* path) { return solver_->trace_proof(path); }
+void CadicalSink::trace_proof(std::FILE* file) {
+  solver_->set("binary", 0);
+  solver_->trace_proof(file, "proof");
+}
 void CadicalSink::close_proof() { solver_->close_proof_trace(); }
 
 void CadicalSink::set_terminate(std::function<bool()> terminate) { observer_->stop = std::move(terminate); }

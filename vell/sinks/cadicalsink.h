@@ -5,6 +5,7 @@
 // Tested by tests/sinks/cadicalsink_test.cpp.
 
 #include <cstdint>
+#include <cstdio>
 #include <functional>
 #include <initializer_list>
 #include <memory>
@@ -36,10 +37,10 @@ class CadicalSink : public bv::ClauseSink {
   // The clause of these literals.
   void add_clause(std::initializer_list<bv::BvLit> clause);
 
-  // Writes a DRAT proof of everything from here on to the file. To be called before the first clause.
-  // False when the file cannot be opened.
-  bool trace_proof(char const* path);
-  // Ends the proof.
+  // Writes a DRAT proof, as text, of everything from here on to the file, which stays the caller's. To be called before
+  // the first clause.
+  void trace_proof(std::FILE* file);
+  // Ends the proof; the file may be closed then.
   void close_proof();
 
   // Called again and again during solve(); true ends it with `unknown`. Empty for none.

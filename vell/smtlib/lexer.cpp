@@ -39,6 +39,13 @@ constexpr std::array<std::uint8_t, 256> classes = make_classes();
 
 bool is(char c, std::uint8_t mask) { return (classes[static_cast<unsigned char>(c)] & mask) != 0; }
 
+// The first byte from p on that is not of the class.
+template <std::uint8_t mask>
+char const* past(char const* p, char const* end) {
+  while (p != end && is(*p, mask)) ++p;
+  return p;
+}
+
 }  // namespace
 
 Lexer::Lexer(Source& source)
@@ -84,7 +91,7 @@ Token Lexer::scan() {
 
   // White space and comments.
   for (;;) {
-    while (p != end_ && is(*p, space)) ++p;
+    p = past<space>(p, end_);
     if (p == end_) {
       start_ = p;
       if (more(start_, p)) continue;
@@ -102,11 +109,9 @@ Token Lexer::scan() {
   }
 
   start_ = p;
-  auto run = [&](std::uint8_t mask) {
-    for (;;) {
-      while (p != end_ && is(*p, mask)) ++p;
-      if (p != end_ || !more(start_, p)) return;
-    }
+  auto run = [&]<std::uint8_t mask>() {
+    do p = past<mask>(p, end_);
+    while (p == end_ && more(start_, p));
   };
   auto finish = [&](Token kind) {
     next_ = stop_ = p;
@@ -115,7 +120,7 @@ Token Lexer::scan() {
   // After a literal no symbol character may follow.
   auto finish_literal = [&](Token kind) {
     if (p != end_ && is(*p, symbol_char)) {
-      run(symbol_char);
+      run.template operator()<symbol_char>();
       next_ = stop_ = p;
       fail(describe() + " is neither a literal nor a symbol");
     }
@@ -155,7 +160,7 @@ Token Lexer::scan() {
       return finish(Token::string);
     case ':':
       ++p;
-      run(symbol_char);
+      run.template operator()<symbol_char>();
       if (p - start_ == 1) stop_ = p, fail("`:` without the name of a keyword");
       return finish(Token::keyword);
     case '#': {
@@ -164,7 +169,10 @@ Token Lexer::scan() {
       bool const hex = *p == 'x';
       if (!hex && *p != 'b') stop_ = p, fail("`#` without x or b and digits");
       ++p;
-      run(hex ? hex_digit : binary_digit);
+      if (hex)
+        run.template operator()<hex_digit>();
+      else
+        run.template operator()<binary_digit>();
       if (p - start_ == 2) stop_ = p, fail(describe() + " without digits");
       skip_front_ = 2;
       return finish_literal(hex ? Token::hexadecimal : Token::binary);
@@ -172,16 +180,16 @@ Token Lexer::scan() {
     default: break;
   }
   if (is(c, digit)) {
-    run(digit);
+    run.template operator()<digit>();
     if (p == end_ || *p != '.') return finish_literal(Token::numeral);
     ++p;
     std::ptrdiff_t const fraction = p - start_;
-    run(digit);
+    run.template operator()<digit>();
     if (p - start_ == fraction) stop_ = p, fail(describe() + " without digits behind the point");
     return finish_literal(Token::decimal);
   }
   if (!is(c, symbol_char)) bad_byte(p);
-  run(symbol_char);
+  run.template operator()<symbol_char>();
   return finish(Token::symbol);
 }
 

@@ -51,6 +51,7 @@ Macro::Macro(std::vector<Term_ const*> parameters_in, Term_ const* body_in)
     std::uint64_t const arity = t->symbol->arity;
     if (std::none_of(t->children, t->children + arity, [&](Term_ const* c) { return places.contains(c); })) continue;
     steps_.push_back({t->symbol, children_.size()});
+    widest_ = std::max(widest_, arity);
     for (std::uint64_t i = 0; i < arity; ++i) children_.push_back(child(t->children[i]));
     if (places.size() >= UINT32_MAX) throw std::length_error("a definition is too large");
     places.emplace(t, static_cast<std::uint32_t>(places.size()));
@@ -61,12 +62,11 @@ Macro::Macro(std::vector<Term_ const*> parameters_in, Term_ const* body_in)
 Term_ const* Macro::instance(TermManager& terms, std::span<Term_ const* const> arguments) const {
   std::vector<Term_ const*> at(arguments.begin(), arguments.end());
   at.reserve(arguments.size() + steps_.size());
-  std::vector<Term_ const*> children;
+  std::vector<Term_ const*> children(widest_);
   for (Step const& s : steps_) {
-    children.clear();
     for (std::uint64_t i = 0; i < s.symbol->arity; ++i) {
       Child const& c = children_[s.first_child + i];
-      children.push_back(c.term != nullptr ? c.term : at[c.place]);
+      children[i] = c.term != nullptr ? c.term : at[c.place];
     }
     // A constant that an argument brings to the second place of a product goes first, as where it is written there.
     if (s.symbol->tag() == SymbolTag::bv_mul && terms.is_number(children[1]->symbol) &&
@@ -79,9 +79,9 @@ Term_ const* Macro::instance(TermManager& terms, std::span<Term_ const* const> a
 
 bool occurs(std::span<Term_ const* const> variables, Term_ const* term) {
   if (variables.empty()) return false;
-  for (Term_ const* t : young_cone(term, least_id(variables)))
-    if (std::find(variables.begin(), variables.end(), t) != variables.end()) return true;
-  return false;
+  std::unordered_set<Term_ const*> const set(variables.begin(), variables.end());
+  std::vector<Term_ const*> const cone = young_cone(term, least_id(variables));
+  return std::any_of(cone.begin(), cone.end(), [&](Term_ const* t) { return set.contains(t); });
 }
 
 }  // namespace vell::smtlib

@@ -43,6 +43,7 @@ struct Macro {
   std::vector<Step> steps_;
   std::vector<Child> children_;
   Child result_;
+  std::uint64_t widest_ = 0;  // the most children of a step
 };
 
 // Whether one of the variables occurs in the term. No variable or term made before the variable with the least id is

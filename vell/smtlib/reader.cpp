@@ -68,7 +68,6 @@ struct Reader::State {
   Term_ const* next_term_of(Type const* sort, char const* what, Command& c);
   void term_list(Command& c, bool formulas);
   void declare(Command& c, Name* name);
-  [[noreturn]] void refuse_functions() const { lexer.fail("functions with arguments are not supported"); }
 
   TermManager& terms;
   std::unique_ptr<Source> source;
@@ -226,10 +225,7 @@ void Reader::State::declare_const(Command& c) {
 void Reader::State::declare_fun(Command& c) {
   Name* const name = new_symbol(c);
   expect_open(lexer, "the list of argument sorts");
-  if (lexer.next() != Token::close) {
-    sorts.parse();
-    refuse_functions();
-  }
+  if (lexer.next() != Token::close) lexer.fail("functions with arguments are not supported");
   declare(c, name);
 }
 
@@ -362,15 +358,18 @@ void Reader::State::levels(Command& c) {
 
 void Reader::State::push(Command& c) {
   levels(c);
-  if (c.number > (std::uint64_t{1} << 32) - symbols.scopes()) lexer.fail("more than 2^32 levels");
+  // Each level is a word here and more in the engine; nobody needs as many as this.
+  constexpr std::uint64_t most = std::uint64_t{1} << 24;
+  if (c.number > most || c.number + symbols.scopes() > most)
+    lexer.fail("more than " + std::to_string(most) + " levels");
   symbols.push(c.number);
 }
 
 void Reader::State::pop(Command& c) {
   levels(c);
   if (c.number > symbols.scopes())
-    lexer.fail("pop takes away " + std::to_string(c.number) + " levels and there are " +
-               std::to_string(symbols.scopes()));
+    lexer.fail("pop takes away " + std::to_string(c.number) + (c.number == 1 ? " level" : " levels") +
+               " and there are " + std::to_string(symbols.scopes()));
   symbols.pop(c.number);
 }
 

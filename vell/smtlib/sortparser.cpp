@@ -38,6 +38,12 @@ void SortParser::unknown(Name const* name) const {
   lexer_.fail("unknown sort " + quoted);
 }
 
+void SortParser::wrong_count(Name const* name, std::size_t given, std::uint64_t offset) const {
+  lexer_.fail(offset, "sort `" + std::string(name->view()) + "` takes " + std::to_string(name->sort->parameters) +
+                          (name->sort->parameters == 1 ? " argument, not " : " arguments, not ") +
+                          std::to_string(given));
+}
+
 SortParser::Value SortParser::symbol_value() {
   Name const* const n = read_symbol(lexer_, symbols_, "a sort");
   if (!parameters_.empty()) {
@@ -46,9 +52,7 @@ SortParser::Value SortParser::symbol_value() {
   }
   if (n == bool_) return {terms_.bool_type, 0};
   if (n->sort == nullptr) unknown(n);
-  if (n->sort->parameters != 0)
-    lexer_.fail("sort `" + std::string(n->view()) + "` takes " + std::to_string(n->sort->parameters) +
-                " arguments, not 0");
+  if (n->sort->parameters != 0) wrong_count(n, 0, lexer_.offset());
   return {n->sort->type, 0};
 }
 
@@ -78,8 +82,7 @@ SortParser::Value SortParser::close() {
   std::size_t const given = values_.size() - f.base;
   SortDefinition const& sort = *f.name->sort;
   if (given != sort.parameters)
-    lexer_.fail(f.offset, "sort `" + std::string(f.name->view()) + "` takes " + std::to_string(sort.parameters) +
-                              " arguments, not " + std::to_string(given));
+    wrong_count(f.name, given, f.offset);
   Value const v = sort.type != nullptr ? Value{sort.type, 0} : values_[f.base + sort.argument];
   values_.resize(f.base);
   frames_.pop_back();

@@ -39,6 +39,7 @@ class SortParser {
   Value close();
   Type const* indexed();
   [[noreturn]] void unknown(Name const* name) const;
+  [[noreturn]] void wrong_count(Name const* name, std::size_t given, std::uint64_t offset) const;
 
   TermManager& terms_;
   Lexer& lexer_;

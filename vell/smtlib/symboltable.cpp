@@ -20,24 +20,20 @@ std::uint64_t load4(char const* p) {
   return w;
 }
 
-// Eight bytes at a time; the rest by two loads that may overlap, so that no loop runs over bytes.
-std::uint32_t hash_of(std::string_view s) {
-  constexpr std::uint64_t k = 0x9e3779b97f4a7c15u;
-  char const* p = s.data();
-  std::size_t n = s.size();
-  std::uint64_t h = n * k;
-  auto mix = [&](std::uint64_t w) {
-    h = (h ^ w) * k;
-    h ^= h >> 32;
-  };
-  for (; n > 8; n -= 8, p += 8) mix(load8(p));
-  if (n >= 4)
-    mix(load4(p) << 32 | load4(p + n - 4));
-  else if (n > 0)
-    mix(static_cast<std::uint64_t>(static_cast<unsigned char>(p[0])) << 16 |
-        static_cast<std::uint64_t>(static_cast<unsigned char>(p[n / 2])) << 8 | static_cast<unsigned char>(p[n - 1]));
-  h *= k;
-  return static_cast<std::uint32_t>(h >> 32);
+constexpr std::uint64_t multiplier = 0x9e3779b97f4a7c15u;
+
+// The last 1 to 8 bytes as a word, by loads that may overlap so that no loop runs over bytes: for a given number of
+// bytes, different words for different bytes.
+std::uint64_t tail_word(char const* p, std::size_t n) {
+  if (n >= 4) return load4(p) << 32 | load4(p + n - 4);
+  if (n == 0) return 0;
+  auto byte = [p](std::size_t i) { return static_cast<std::uint64_t>(static_cast<unsigned char>(p[i])); };
+  return byte(0) << 16 | byte(n / 2) << 8 | byte(n - 1);
+}
+
+std::uint64_t mix(std::uint64_t h, std::uint64_t w) {
+  h = (h ^ w) * multiplier;
+  return h ^ (h >> 32);
 }
 
 }  // namespace
@@ -58,24 +54,31 @@ SymbolTable::SymbolTable() : slots_(1024) {
 }
 
 Name* SymbolTable::intern(std::string_view symbol) {
-  std::uint32_t const hash = hash_of(symbol);
+  char const* p = symbol.data();
+  std::size_t n = symbol.size();
+  std::uint64_t h = n * multiplier;
+  for (; n > 8; n -= 8, p += 8) h = mix(h, load8(p));
+  std::uint64_t const tail = tail_word(p, n);
+  std::uint32_t const hash = static_cast<std::uint32_t>((mix(h, tail) * multiplier) >> 32);
   std::size_t const mask = slots_.size() - 1;
   std::size_t i = hash & mask;
   for (; slots_[i].number != 0; i = (i + 1) & mask) {
     if (slots_[i].hash != hash) continue;
-    Name* const n = entry(slots_[i].number - 1);
-    if (n->length == symbol.size() && std::memcmp(n->text, symbol.data(), symbol.size()) == 0) return n;
+    Name* const name = entry(slots_[i].number - 1);
+    if (name->length == symbol.size() && name->tail == tail &&
+        (symbol.size() <= 8 || std::memcmp(name->text, symbol.data(), symbol.size()) == 0))
+      return name;
   }
-  return insert(symbol, hash, i);
+  return insert(symbol, hash, tail, i);
 }
 
-Name* SymbolTable::insert(std::string_view symbol, std::uint32_t hash, std::size_t slot) {
+Name* SymbolTable::insert(std::string_view symbol, std::uint32_t hash, std::uint64_t tail, std::size_t slot) {
   if (symbol.size() > UINT32_MAX || count_ == UINT32_MAX - 1) throw std::length_error("too many or too long symbols");
   if (count_ >> chunk_bits == chunks_.size()) chunks_.push_back(std::make_unique<Name[]>(std::size_t{1} << chunk_bits));
   Name* const n = entry(count_);
   n->text = text_.copy(symbol);
   n->length = static_cast<std::uint32_t>(symbol.size());
-  n->hash = hash;
+  n->tail = tail;
   slots_[slot] = {hash, ++count_};
   if (std::size_t{count_} * 2 > slots_.size()) {
     std::vector<Slot> old(slots_.size() * 2);

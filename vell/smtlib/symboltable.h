@@ -49,8 +49,7 @@ struct Name {
   enum class Meaning : std::uint8_t { none, constant, definition, macro };
 
   char const* text;
-  std::uint32_t length;
-  std::uint32_t hash;
+  std::uint64_t tail;  // the last 1 to 8 bytes; with the length they tell short symbols apart
   Term_ const* local;  // let variable or parameter; null: none
   union {
     Term_ const* term;   // constant, definition
@@ -58,11 +57,12 @@ struct Name {
   };
   SortDefinition const* sort;
   Operator const* theory;  // the operator or constant of the theories so called; null: none
-  Meaning meaning;         // global
+  Meaning meaning;  // global
   Reserved reserved;
-  std::uint8_t command;     // CommandKind + 1 and further ones, see reader.cpp; 0: no command
+  std::uint8_t command;      // CommandKind + 1 and further ones, see reader.cpp; 0: no command
   std::uint8_t theory_sort;  // nonzero: names a sort of the theories
-  std::uint32_t stamp;      // of the let or parameter list that bound it last
+  std::uint32_t length;
+  std::uint32_t stamp;       // of the let or parameter list that bound it last
 
   std::string_view view() const { return {text, length}; }
 };
@@ -124,7 +124,7 @@ class SymbolTable {
   Name* entry(std::uint32_t number) const {
     return &chunks_[number >> chunk_bits][number & ((1u << chunk_bits) - 1)];
   }
-  Name* insert(std::string_view symbol, std::uint32_t hash, std::size_t slot);
+  Name* insert(std::string_view symbol, std::uint32_t hash, std::uint64_t tail, std::size_t slot);
   void log(Name* name, bool sort);
   void forget(std::vector<Declared>& list, std::size_t mark);
 

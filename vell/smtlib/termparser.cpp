@@ -19,6 +19,14 @@ unsigned digit_value(char c) {
   return static_cast<unsigned>(c <= '9' ? c - '0' : (c | 32) - 'a' + 10);
 }
 
+// bv5
+bool is_numeral(std::string_view symbol) {
+  if (symbol.size() < 3 || symbol[0] != 'b' || symbol[1] != 'v') return false;
+  for (char c : symbol.substr(2))
+    if (c < '0' || c > '9') return false;
+  return true;
+}
+
 }  // namespace
 
 TermParser::TermParser(TermManager& terms, Lexer& lexer, SymbolTable& symbols, SortParser& sorts)
@@ -144,9 +152,7 @@ void TermParser::push_indexed_function(std::uint64_t offset) {
   Operator const* const op = n->theory;
   if (op == nullptr || op->indices == 0) {
     if (op != nullptr || n->meaning != Name::Meaning::none) lexer_.fail(quoted(n) + " takes no index");
-    if (n->view().starts_with("bv") && n->length > 2 &&
-        n->view().find_first_not_of("0123456789", 2) == std::string_view::npos)
-      lexer_.fail("a numeral is no function");
+    if (is_numeral(n->view())) lexer_.fail(quoted(n) + " is no function");
     unknown(n, lexer_.offset());
   }
   std::uint64_t const head = lexer_.offset();
@@ -247,39 +253,40 @@ Term_ const* TermParser::constant(Name const* name, std::uint64_t offset) {
 
 // Behind "(_": a constant, (_ bv5 8).
 Term_ const* TermParser::indexed_constant() {
-  lexer_.next();
+  // Numerals are not interned: there may be very many.
+  if (lexer_.next() == Token::symbol && is_numeral(lexer_.text())) return bit_vector_numeral();
   Name const* const n = read_symbol(lexer_, symbols_, "an indexed symbol");
-  if (n->view().starts_with("bv") && n->length > 2 &&
-      n->view().find_first_not_of("0123456789", 2) == std::string_view::npos)
-    return bit_vector_numeral(n);
   if (n->theory != nullptr && n->theory->indices != 0)
     lexer_.fail(quoted(n) + " is a function: write ((_ " + n->theory->name + " ...) argument)");
   if (n->theory != nullptr || n->meaning != Name::Meaning::none) lexer_.fail(quoted(n) + " takes no index");
   unknown(n, lexer_.offset());
 }
 
-Term_ const* TermParser::bit_vector_numeral(Name const* name) {
+// At bvN.
+Term_ const* TermParser::bit_vector_numeral() {
   std::uint64_t const offset = lexer_.offset();
-  std::string_view const digits = name->view().substr(2);
-  lexer_.next();
+  std::string_view digits = lexer_.text().substr(2);
+  std::uint64_t value = 0;
+  QNumber large;
+  std::string shown(digits.substr(0, 20));
+  bool const small = digits.size() <= 19;
+  if (small)
+    for (char c : digits) value = value * 10 + digit_value(c);
+  else
+    large = QNumber::from_digits(digits, 10);
+  std::size_t const length = digits.size();
+  lexer_.next();  // digits is gone
   std::uint64_t const width = read_numeral(lexer_);
   if (width == 0) lexer_.fail("the width of a bit-vector is at least 1");
   if (width > max_width)
     lexer_.fail("the width of a bit-vector is at most " + std::to_string(max_width) + ", not " + std::to_string(width));
   expect_close(lexer_, "after the width of a numeral");
-  auto too_large = [&]() {
-    lexer_.fail(offset, std::string(digits.substr(0, 40)) + (digits.size() > 40 ? "..." : "") + " does not fit " +
-                            std::to_string(width) + (width == 1 ? " bit" : " bits"));
-  };
-  if (digits.size() <= 19) {
-    std::uint64_t value = 0;
-    for (char c : digits) value = value * 10 + digit_value(c);
-    if (width < 64 && value >> width != 0) too_large();
-    if (width <= 64) return number(value, width);
-  }
-  QNumber const value = QNumber::from_digits(digits, 10);
-  if (value.sign() != 0 && value.size_in_base_2() > width) too_large();
-  return terms_.mk_number(value, terms_.bv_type(width));
+  if (small ? width < 64 && value >> width != 0 : large.sign() != 0 && large.size_in_base_2() > width)
+    lexer_.fail(offset, "bv" + shown + (length > shown.size() ? "..." : "") + " does not fit " + std::to_string(width) +
+                            (width == 1 ? " bit" : " bits"));
+  if (small && width <= 64) return number(value, width);
+  if (small) large = QNumber::from_words(&value, 1);
+  return terms_.mk_number(large, terms_.bv_type(width));
 }
 
 Term_ const* TermParser::literal(unsigned bits_per_digit) {

@@ -58,7 +58,7 @@ class TermParser {
 
   Term_ const* plain_symbol();
   Term_ const* constant(Name const* name, std::uint64_t offset);
-  Term_ const* bit_vector_numeral(Name const* name);
+  Term_ const* bit_vector_numeral();
   Term_ const* indexed_constant();
   Term_ const* qualified_constant(std::uint64_t offset);
   Term_ const* literal(unsigned bits_per_digit);

@@ -1,0 +1,306 @@
+// The tool as a user meets it: answers, exit codes, errors, files.
+
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <algorithm>
+
+#include "tests/cli/process.h"
+#include "tests/engine/scratch.h"
+
+namespace vell::cli {
+namespace {
+
+using test::Finished;
+using test::Scratch;
+using test::vell_bv;
+
+constexpr char small[] =
+    "(set-logic QF_BV)\n(declare-const x (_ BitVec 8))\n(assert (= (bvmul x #x03) #x21))\n(check-sat)\n(get-model)\n";
+
+// Multiplication is associative: takes the solver long.
+std::string hard() {
+  std::string s;
+  for (std::string const v : {"a", "b", "c"}) s += "(declare-const " + v + " (_ BitVec 24))";
+  return s + "(assert (distinct (bvmul a (bvmul b c)) (bvmul (bvmul a b) c)))(check-sat)\n";
+}
+
+// ---- scripts ----
+
+TEST(CommandLine, RunsAScript) {
+  Scratch s;
+  Finished const f = vell_bv({s.write("a.smt2", small)});
+  EXPECT_EQ("sat\n(\n  (define-fun x () (_ BitVec 8) #b00001011)\n)\n", f.out);
+  EXPECT_EQ("", f.err);
+  EXPECT_EQ(0, f.code);
+}
+
+TEST(CommandLine, ReadsStandardInput) {
+  Finished const f = vell_bv({"-"}, small);
+  EXPECT_EQ(0u, f.out.find("sat\n"));
+  EXPECT_EQ(0, f.code);
+  EXPECT_EQ("(error \"<stdin>:2:9: ", vell_bv({"-"}, "\n(assert q)").out.substr(0, 21));
+}
+
+struct Broken {
+  std::string name;
+  std::string script;
+  std::string where;  // LINE:COLUMN
+};
+void PrintTo(Broken const& b, std::ostream* out) { *out << b.script; }
+
+class BrokenScript : public testing::TestWithParam<Broken> {};
+
+TEST_P(BrokenScript, IsRefusedWithItsPosition) {
+  Scratch s;
+  std::string const path = s.write("bad.smt2", GetParam().script);
+  Finished const f = vell_bv({path});
+  EXPECT_EQ(1, f.code);
+  EXPECT_EQ(0u, f.out.find("(error \"" + path + ":" + GetParam().where + ": ")) << f.out;
+  EXPECT_EQ(1, std::count(f.out.begin(), f.out.end(), '\n')) << f.out;
+  EXPECT_EQ(std::string::npos, f.out.find("sat\n"));
+  EXPECT_EQ("", f.err);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, BrokenScript,
+    testing::Values(Broken{"empty", "", "1:1"}, Broken{"truncated", "(set-logic QF_BV)\n(assert (= #b1", "2:1"},
+                    Broken{"unbalanced", "(push 1))", "1:9"}, Broken{"unclosed", "(assert true", "1:1"},
+                    Broken{"unknown_symbol", "(declare-const x (_ BitVec 8))\n(assert (= x y))\n(check-sat)", "2:14"},
+                    Broken{"sort_mismatch", "(declare-const x (_ BitVec 8))\n(assert (= x #b1))\n(check-sat)", "2:9"},
+                    Broken{"width_zero", "(declare-const x (_ BitVec 0))(check-sat)", "1:28"},
+                    Broken{"literal_too_large", "(assert (= (_ bv16 4) #x0))(check-sat)", "1:15"},
+                    Broken{"declared_twice", "(declare-const x Bool)\n(declare-const x Bool)", "2:16"},
+                    Broken{"unknown_command", "\n\n  (frobnicate)", "3:4"},
+                    Broken{"array", "(declare-const m (Array (_ BitVec 2) Bool))", "1:19"},
+                    Broken{"function", "(declare-fun f (Bool) Bool)", "1:17"},
+                    Broken{"pop_too_much", "(push 1)(pop 2)", "1:14"}, Broken{"logic", "(set-logic QF_LIA)", "1:1"},
+                    Broken{"no_model", "(push 1)(get-model)", "1:9"}),
+    [](auto const& info) { return info.param.name; });
+
+TEST(CommandLine, FilesThatCannotBeRead) {
+  Scratch s;
+  Finished f = vell_bv({s.file("none.smt2")});
+  EXPECT_EQ(1, f.code);
+  EXPECT_EQ("(error \"" + s.file("none.smt2") + ":1:1: cannot read: No such file or directory\")\n", f.out);
+  f = vell_bv({s.file("")});
+  EXPECT_EQ(1, f.code);
+  EXPECT_EQ(0u, f.out.find("(error \"" + s.file("") + ":1:1: "));
+  f = vell_bv({"cnf", s.file("none.smt2"), "-o", s.file("o.cnf")});
+  EXPECT_EQ(1, f.code);
+  EXPECT_EQ("vell-bv: " + s.file("none.smt2") + ":1:1: cannot read: No such file or directory\n", f.err);
+  EXPECT_EQ(0u, s.files());
+}
+
+// ---- options ----
+
+TEST(CommandLine, OptionsWithoutMeaningAreRefused) {
+  Scratch s;
+  std::string const path = s.write("a.smt2", small);
+  for (std::vector<std::string> const& arguments : std::vector<std::vector<std::string>>{
+           {},
+           {"--nonsense", path},
+           {path, path},
+           {"--time-limit", "-3", path},
+           {"--time-limit", "x", path},
+           {"--memory-limit", "0", path},
+           {"--stats=xml", path},
+           {"--progress=sometimes", path},
+           {"--div-by-zero", "one", path},
+           {"--solver", "cadical", path},
+           {"--solver", "cadical {cnf}", "--proof", "p", path},
+           {"cnf", path},
+           {"cnf", path, "-o", s.file("o"), "--seed", "3"},
+           {"--seed", "3", "cnf", path, "-o", s.file("o")},
+           {"cnf", path, "-o", s.file("o"), "--proof", s.file("p")},
+           {"cnf", path, "-o", s.file("o"), "--query", "0"},
+           {path, "cnf", path, "-o", s.file("o")},
+           {"decode", path, path, "--stats"},
+       }) {
+    Finished const f = vell_bv(arguments);
+    EXPECT_EQ(2, f.code) << testing::PrintToString(arguments);
+    EXPECT_EQ("", f.out);
+    EXPECT_EQ(0u, f.err.find("vell-bv: ")) << f.err;
+    EXPECT_EQ(1, std::count(f.err.begin(), f.err.end(), '\n')) << f.err;
+  }
+  EXPECT_EQ(1u, s.files());
+}
+
+TEST(CommandLine, VersionAndHelp) {
+  EXPECT_EQ(0u, vell_bv({"--version"}).out.find("vell-bv "));
+  EXPECT_EQ(0, vell_bv({"--help"}).code);
+  EXPECT_NE(std::string::npos, vell_bv({"cnf", "--help"}).out.find("--annotate"));
+}
+
+TEST(CommandLine, Statistics) {
+  Scratch s;
+  std::string const path = s.write("a.smt2", small);
+  Finished f = vell_bv({path, "--stats"});
+  EXPECT_NE(std::string::npos, f.err.find("clauses "));
+  EXPECT_EQ(std::string::npos, f.out.find("clauses"));
+  f = vell_bv({path, "--stats=json"});
+  EXPECT_EQ(0u, f.err.find("{\"input-bytes\": " + std::to_string(std::string(small).size())));
+  EXPECT_EQ("}\n", f.err.substr(f.err.size() - 2));
+}
+
+TEST(CommandLine, TraceAndVerbosity) {
+  Finished const f = vell_bv({"-", "--trace", "3"}, "(declare-const p Bool)(assert (not p))(check-sat)");
+  EXPECT_NE(std::string::npos, f.err.find("BV:Word clausifier - calling a hook for p"));
+  EXPECT_EQ("sat\n", f.out);
+  EXPECT_NE(std::string::npos, vell_bv({"-", "-v"}, "(check-sat)").err.find("check-sat 1: sat"));
+}
+
+TEST(CommandLine, DivisionByZero) {
+  std::string const script =
+      "(declare-const x (_ BitVec 4))(assert (distinct (bvudiv x #x0) #xf))(check-sat)";
+  EXPECT_EQ("unsat\n", vell_bv({"-"}, script).out);
+  EXPECT_EQ("unsat\n", vell_bv({"-", "--div-by-zero", "smtlib"}, script).out);
+  EXPECT_EQ("sat\n", vell_bv({"-", "--div-by-zero=free"}, script).out);
+}
+
+TEST(CommandLine, ExternalSolvers) {
+  for (char const* command : {"cadical -q {cnf}", "cryptominisat5 --verb 0 {cnf}", "minisat -verb=0 {cnf} {cnf}.out >/dev/null; cat {cnf}.out; rm {cnf}.out"}) {
+    EXPECT_EQ("sat\n(\n  (define-fun x () (_ BitVec 8) #b00001011)\n)\n", vell_bv({"-", "--solver", command}, small).out)
+        << command;
+    EXPECT_EQ("unsat\n", vell_bv({"-", "--solver", command}, "(declare-const p Bool)(assert (= p (not p)))(check-sat)").out)
+        << command;
+  }
+}
+
+// ---- limits ----
+
+TEST(CommandLine, TimeLimit) {
+  Finished const f = vell_bv({"-", "--time-limit", "0.3"}, hard() + "(get-info :reason-unknown)(check-sat)");
+  EXPECT_EQ("unknown\n(:reason-unknown timeout)\nunknown\n", f.out);
+  EXPECT_EQ(0, f.code);
+  EXPECT_LT(f.seconds, 3);
+}
+
+TEST(CommandLine, MemoryLimit) {
+  // Some 300 MB of clauses.
+  std::string script = "(declare-const a (_ BitVec 600))(declare-const b (_ BitVec 600))(assert (= (bvmul a b) (bvudiv a b)))"
+                       "(check-sat)(get-info :reason-unknown)";
+  Finished const f = vell_bv({"-", "--memory-limit", "60"}, script);
+  EXPECT_EQ(0u, f.out.find("unknown\n")) << f.out;
+  EXPECT_LT(f.seconds, 20);
+}
+
+TEST(CommandLine, InterruptWhileSolving) {
+  Finished const f = vell_bv({.arguments = {"-", "--stats"}, .input = hard(), .signal = SIGINT, .signal_after = 0.5});
+  EXPECT_EQ("unknown\n", f.out);
+  EXPECT_NE(std::string::npos, f.err.find("conflicts"));
+  EXPECT_EQ(130, f.code);
+  EXPECT_LT(f.seconds, 1);
+}
+
+TEST(CommandLine, InterruptWhileReadingAndClausifying) {
+  // One assertion of a hundred thousand multiplications.
+  std::string script = "(declare-const x (_ BitVec 64))(declare-const y (_ BitVec 64))(assert (= #x0000000000000001 ";
+  for (int i = 0; i < 100000; ++i) script += "(bvmul (bvadd x (_ bv" + std::to_string(i) + " 64)) ";
+  script += "y" + std::string(100000, ')') + "))(check-sat)";
+  Scratch s;
+  std::string const path = s.write("a.smt2", script);
+  for (double after : {0.05, 0.4, 1.0}) {
+    Finished f = vell_bv({.arguments = {path}, .signal = SIGINT, .signal_after = after});
+    EXPECT_EQ("unknown\n", f.out);
+    EXPECT_EQ(130, f.code);
+    EXPECT_LT(f.seconds, 1);
+    f = vell_bv({.arguments = {"cnf", path, "-o", s.file("out.cnf")}, .signal = SIGINT, .signal_after = after});
+    EXPECT_EQ(130, f.code);
+    EXPECT_LT(f.seconds, 1);
+    EXPECT_EQ(1u, s.files());
+  }
+  Finished const f = vell_bv({.arguments = {path}, .signal = SIGTERM, .signal_after = 0.3});
+  EXPECT_EQ(143, f.code);
+}
+
+// ---- CNF files ----
+
+std::string shell(std::string const& command) {
+  std::string out;
+  FILE* const p = popen(command.c_str(), "r");
+  char block[4096];
+  for (std::size_t n = 0; (n = fread(block, 1, sizeof block, p)) > 0;) out.append(block, n);
+  pclose(p);
+  return out;
+}
+
+TEST(CommandLine, CnfIsDecidedLikeTheScript) {
+  Scratch s;
+  for (std::string const operation : {"bvadd", "bvmul", "bvudiv", "bvurem", "bvsdiv", "bvsrem", "bvshl", "bvashr"})
+    for (std::string const value : {"#b00000", "#b10110", "#b11111"}) {
+      std::string const script = "(declare-const x (_ BitVec 5))(declare-const y (_ BitVec 5))(assert (= (" + operation +
+                                 " x y) " + value + "))(assert (bvult x y))(assert (bvult y #b00111))(check-sat)";
+      std::string const path = s.write("a.smt2", script);
+      std::string const answer = vell_bv({path}).out;
+      for (bool raw : {false, true}) {
+        std::vector<std::string> arguments = {"cnf", path, "-o", s.file("a.cnf")};
+        if (raw) arguments.push_back("--raw");
+        ASSERT_EQ(0, vell_bv(arguments).code);
+        std::string const solution = shell("cadical -q " + s.file("a.cnf"));
+        EXPECT_EQ(answer == "sat\n" ? "s SATISFIABLE" : "s UNSATISFIABLE", solution.substr(0, solution.find('\n')))
+            << script;
+        Finished const decoded = vell_bv({"decode", s.file("a.cnf"), "-"}, solution);
+        EXPECT_EQ(0, decoded.code);
+        EXPECT_EQ(answer, decoded.out.substr(0, answer.size()));
+        if (answer != "sat\n") continue;
+        // The decoded model, pasted in front of the assertions, satisfies them.
+        std::string model = decoded.out.substr(6, decoded.out.size() - 8);
+        EXPECT_EQ("sat\n", vell_bv({"-"}, model + script.substr(script.find("(assert"))).out) << model;
+      }
+    }
+}
+
+TEST(CommandLine, CnfFilesAreWholeOrAbsent) {
+  Scratch s;
+  std::string const good = s.write("a.smt2", small);
+  std::string const bad = s.write("b.smt2", "(declare-const x (_ BitVec 8))(assert (= x y))(check-sat)");
+  Finished f = vell_bv({"cnf", bad, "-o", s.file("b.cnf")});
+  EXPECT_EQ(1, f.code);
+  EXPECT_EQ(0u, f.err.find("vell-bv: " + bad + ":1:44: ")) << f.err;
+  EXPECT_EQ("", f.out);
+  EXPECT_EQ(2u, s.files());
+  f = vell_bv({"cnf", good, "-o", "/no/such/folder/a.cnf"});
+  EXPECT_EQ(1, f.code);
+  EXPECT_EQ("vell-bv: /no/such/folder/a.cnf: No such file or directory\n", f.err);
+  f = vell_bv({"cnf", good, "-o", "/dev/full"});
+  EXPECT_EQ(1, f.code);
+  EXPECT_EQ("vell-bv: /dev/full: No space left on device\n", f.err);
+}
+
+TEST(CommandLine, CnfIsTheSameWhereverItGoes) {
+  Scratch s;
+  std::string const path = s.write("a.smt2", small);
+  std::string const out = vell_bv({"cnf", path, "-o", "-"}).out;
+  ASSERT_EQ(0, vell_bv({"cnf", path, "-o", s.file("a.cnf")}).code);
+  EXPECT_EQ(out, s.read("a.cnf"));
+  ASSERT_EQ(0, vell_bv({"cnf", path, "-o", s.file("a.cnf.gz")}).code);
+  EXPECT_EQ(out, shell("zcat " + s.file("a.cnf.gz")));
+  std::string const digest = shell("sha256sum " + path).substr(0, 64);
+  EXPECT_NE(std::string::npos, out.find("c sha256 " + digest + "\n"));
+  // Standard input: the same but for the name.
+  std::string const piped = vell_bv({"cnf", "-", "-o", "-"}, small).out;
+  EXPECT_NE(std::string::npos, piped.find("c sha256 " + digest + "\n"));
+  EXPECT_EQ(out.substr(out.find("c sha256")), piped.substr(piped.find("c sha256")));
+}
+
+// ---- proofs ----
+
+TEST(CommandLine, ProofsAreForOneUnsatAnswer) {
+  Scratch s;
+  std::string const proof = s.file("p.drat");
+  std::string const unsat = "(declare-const x (_ BitVec 6))(assert (distinct (bvmul x #b000011) (bvadd x x x)))(check-sat)";
+  EXPECT_EQ("unsat\n", vell_bv({"-", "--proof", proof}, unsat).out);
+  EXPECT_NE("", s.read("p.drat"));
+  std::filesystem::remove(proof);
+  Finished f = vell_bv({"-", "--proof", proof}, small);
+  EXPECT_EQ(0u, f.out.find("sat\n"));
+  EXPECT_NE(std::string::npos, f.err.find("no proof"));
+  EXPECT_EQ(0u, s.files());
+  EXPECT_EQ(1, vell_bv({"-", "--proof", proof}, unsat + "(check-sat)").code);
+  EXPECT_EQ(1, vell_bv({"-", "--proof", proof}, "(push 1)" + unsat).code);
+  EXPECT_EQ(1, vell_bv({"-", "--proof", "/no/such/folder/p"}, unsat).code);
+}
+
+}  // namespace
+}  // namespace vell::cli

@@ -1,0 +1,285 @@
+// What each command hands to the engine, and the scopes of symbols.
+
+#include <gtest/gtest.h>
+
+#include "tests/smtlib/script.h"
+
+namespace vell::smtlib {
+namespace {
+
+using Texts = std::vector<std::string>;
+
+Command only(std::string_view text) {
+  Script s(text);
+  EXPECT_EQ(s.commands.size(), 1u);
+  return s.commands.at(0);
+}
+
+TEST(Commands, WithoutArguments) {
+  std::pair<char const*, CommandKind> const commands[] = {
+      {"check-sat", CommandKind::check_sat},
+      {"reset", CommandKind::reset},
+      {"reset-assertions", CommandKind::reset_assertions},
+      {"get-model", CommandKind::get_model},
+      {"get-assignment", CommandKind::get_assignment},
+      {"get-unsat-core", CommandKind::get_unsat_core},
+      {"get-unsat-assumptions", CommandKind::get_unsat_assumptions},
+      {"get-assertions", CommandKind::get_assertions},
+      {"get-proof", CommandKind::get_proof},
+      {"exit", CommandKind::exit}};
+  for (auto const& [name, kind] : commands) {
+    std::string const open = "(" + std::string(name);
+    EXPECT_EQ(only(open + ")").kind, kind);
+    EXPECT_EQ(only("\n ( " + std::string(name) + " ;c\n )").position.line, 2u);
+    EXPECT_EQ(error_of(open + " 1)"),
+              "1:" + std::to_string(open.size() + 2) + ": expected `)` at the end of `" + name + "`, found `1`");
+    EXPECT_EQ(error_of(open), "1:1: the file ends inside this `" + std::string(name) + "`");
+  }
+}
+
+TEST(Commands, Positions) {
+  Script s("(set-logic QF_BV)\r\n  (push)(pop)\n\n(check-sat)");
+  ASSERT_EQ(s.commands.size(), 4u);
+  EXPECT_EQ(s.commands[0].position.line, 1u);
+  EXPECT_EQ(s.commands[1].position.line, 2u);
+  EXPECT_EQ(s.commands[1].position.column, 3u);
+  EXPECT_EQ(s.commands[2].position.column, 9u);
+  EXPECT_EQ(s.commands[3].position.line, 4u);
+  EXPECT_EQ(s.commands[3].position.column, 1u);
+}
+
+TEST(Commands, SetLogic) {
+  EXPECT_EQ(only("(set-logic QF_BV)").text, "QF_BV");
+  EXPECT_EQ(only("(set-logic |QF_BV|)").text, "QF_BV");
+  EXPECT_EQ(error_of("(set-logic)"), "1:11: expected the name of a logic, found `)`");
+  EXPECT_EQ(error_of("(set-logic QF_BV)(set-logic QF_BV)"), "1:29: the logic is already set");
+  EXPECT_EQ(error_of("(set-logic QF_BV)(reset)(set-logic QF_BV)"), "");
+}
+
+TEST(Commands, Attributes) {
+  auto value = [](std::string const& v) {
+    Command const a = only("(set-info :k " + v + ")");
+    Command const b = only("(set-option :k " + v + ")");
+    EXPECT_EQ(a.kind, CommandKind::set_info);
+    EXPECT_EQ(b.kind, CommandKind::set_option);
+    EXPECT_EQ(a.text, ":k");
+    EXPECT_EQ(b.text, ":k");
+    EXPECT_EQ(a.value, b.value);
+    return a.value;
+  };
+  EXPECT_EQ(value("true"), "true");
+  EXPECT_EQ(value("|a\n b|"), "|a\n b|");
+  EXPECT_EQ(value("\"a\"\"  b\""), "\"a\"\"  b\"");
+  EXPECT_EQ(value("2.6"), "2.6");
+  EXPECT_EQ(value("17"), "17");
+  EXPECT_EQ(value("#xF"), "#xF");
+  EXPECT_EQ(value("( a  (:k let) \"s\" () ; c\n 1 )"), "(a (:k let) \"s\" () 1)");
+  EXPECT_EQ(value(""), "");
+  EXPECT_EQ(error_of("(set-info k v)"), "1:11: expected a keyword, found `k`");
+  EXPECT_EQ(error_of("(set-info)"), "1:10: expected a keyword, found `)`");
+  EXPECT_EQ(error_of("(set-info :k 1 2)"), "1:16: expected `)` at the end of `set-info`, found `2`");
+  EXPECT_EQ(error_of("(set-info :k :l)"), "1:14: expected `)` at the end of `set-info`, found `:l`");
+  EXPECT_EQ(error_of("(set-info :k let)"), "1:14: expected an attribute's value, found the reserved word `let`");
+  EXPECT_EQ(error_of("(set-info :k (a (b)"), "1:1: the file ends inside this `set-info`");
+  EXPECT_EQ(error_of("(set-option :global-declarations 1)"), "1:35: :global-declarations is true or false");
+}
+
+TEST(Commands, KeywordsAndStrings) {
+  EXPECT_EQ(only("(get-info :name)").text, ":name");
+  EXPECT_EQ(only("(get-option :seed)").text, ":seed");
+  EXPECT_EQ(only("(get-option :seed)").kind, CommandKind::get_option);
+  EXPECT_EQ(only("(echo \"a \"\" b\")").text, "\"a \"\" b\"");
+  EXPECT_EQ(error_of("(echo a)"), "1:7: expected a string, found `a`");
+  EXPECT_EQ(error_of("(get-info name)"), "1:11: expected a keyword, found `name`");
+}
+
+TEST(Commands, Declarations) {
+  for (char const* text : {"(declare-const x Bool)", "(declare-fun x () Bool)", "(declare-fun |x| () Bool)"}) {
+    TermManager tm;
+    Reader reader(tm, Source::text(text));
+    Command c;
+    ASSERT_TRUE(reader.next(c));
+    EXPECT_EQ(c.kind, CommandKind::declare);
+    EXPECT_EQ(c.text, "x");
+    ASSERT_EQ(c.terms.size(), 1u);
+    EXPECT_EQ(std::string(c.terms[0]->symbol->name), "x");
+    EXPECT_EQ(c.terms[0]->symbol->get_output_type(), tm.bool_type);
+    EXPECT_TRUE(tm.is_uninterpreted_function(c.terms[0]->symbol));
+    EXPECT_FALSE(reader.next(c));
+  }
+  EXPECT_EQ(only("(declare-const |a b| Bool)").text, "a b");
+}
+
+TEST(Commands, Definitions) {
+  Script s("(declare-const a (_ BitVec 4))(define-fun f () (_ BitVec 4) (bvnot a))(define-const |g h| Bool (= f a))"
+           "(define-fun m ((x (_ BitVec 4)) (y Bool)) Bool (and y (= x a)))(assert (m f |g h|))");
+  EXPECT_EQ(s.commands[1].kind, CommandKind::define);
+  EXPECT_EQ(s.commands[1].text, "f");
+  EXPECT_EQ(text_of(s.terms, s.commands[1].terms.at(0)), "(bvnot a)");
+  EXPECT_EQ(s.commands[2].kind, CommandKind::define);
+  EXPECT_EQ(s.commands[2].text, "g h");
+  EXPECT_EQ(s.commands[3].kind, CommandKind::define);
+  EXPECT_EQ(s.commands[3].text, "m");
+  EXPECT_TRUE(s.commands[3].terms.empty());
+  EXPECT_EQ(text_of(s.terms, s.asserted()), "(and (= (bvnot a) a) (= (bvnot a) a))");
+}
+
+TEST(Commands, TermLists) {
+  Script s("(declare-const a (_ BitVec 4))(declare-const p Bool)"
+           "(get-value ( ( bvadd  a ;x\n #x1 ) |a| ((_ extract 1 0)a) (let ((b a)) b)))"
+           "(check-sat-assuming (p (not p) (= a #x0)))(check-sat-assuming ( ))");
+  EXPECT_EQ(s.commands[2].kind, CommandKind::get_value);
+  EXPECT_EQ(s.commands[2].texts, (Texts{"(bvadd a #x1)", "|a|", "((_ extract 1 0) a)", "(let ((b a)) b)"}));
+  EXPECT_EQ(s.commands[2].terms.size(), 4u);
+  EXPECT_EQ(s.commands[2].terms[1], s.declared.at("a"));
+  EXPECT_EQ(s.commands[2].terms[3], s.declared.at("a"));
+  EXPECT_EQ(s.commands[3].kind, CommandKind::check_sat_assuming);
+  EXPECT_EQ(s.commands[3].texts, (Texts{"p", "(not p)", "(= a #x0)"}));
+  EXPECT_TRUE(s.commands[4].terms.empty());
+  EXPECT_TRUE(s.commands[4].texts.empty());
+  std::string const p = "(declare-const p Bool)(declare-const a (_ BitVec 4))";
+  EXPECT_EQ(error_of(p + "(get-value ())"), "1:65: expected a term, found `)`");
+  EXPECT_EQ(error_of(p + "(get-value p)"), "1:64: expected a list of terms, found `p`");
+  EXPECT_EQ(error_of(p + "(check-sat-assuming (p a))"), "1:76: the assumption has sort (_ BitVec 4), not Bool");
+  EXPECT_EQ(error_of(p + "(get-value (p)) (get-value (p) p)"),
+            "1:84: expected `)` at the end of `get-value`, found `p`");
+}
+
+TEST(Commands, Levels) {
+  EXPECT_EQ(only("(push 3)").number, 3u);
+  EXPECT_EQ(only("(push)").number, 1u);
+  EXPECT_EQ(only("(push 0)").number, 0u);
+  Script s("(push 3)(pop 2)(pop)");
+  EXPECT_EQ(s.commands[1].number, 2u);
+  EXPECT_EQ(s.commands[2].number, 1u);
+  EXPECT_EQ(error_of("(push 2)(pop 3)"), "1:14: pop takes away 3 levels and there are 2");
+  EXPECT_EQ(error_of("(push)(reset-assertions)(pop)"), "1:29: pop takes away 1 level and there are 0");
+  EXPECT_EQ(error_of("(push)(reset)(pop)"), "1:18: pop takes away 1 level and there are 0");
+  EXPECT_EQ(error_of("(push -1)"), "1:7: expected a numeral, found `-1`");
+  EXPECT_EQ(error_of("(push 1.0)"), "1:7: expected a numeral, found `1.0`");
+  EXPECT_EQ(error_of("(push 18446744073709551616)"), "1:7: numeral `18446744073709551616` is too large");
+  EXPECT_EQ(error_of("(push 1000000000000)"), "1:7: more than 16777216 levels");
+  EXPECT_EQ(error_of("(push 1 2)"), "1:9: expected `)` at the end of `push`, found `2`");
+}
+
+TEST(Commands, NamedTerms) {
+  Script s("(declare-const p Bool)(assert (! (and (! p :named a) p) :pattern (x (y)) :named |b c| :foo))(assert (! p :foo 1))"
+           "(check-sat-assuming ((! (not a) :named d)))(assert (and |b c| d))");
+  Command const& first = s.commands[1];
+  EXPECT_EQ(first.name, "|b c|");
+  ASSERT_EQ(first.named.size(), 2u);
+  EXPECT_EQ(first.named[0].name, "a");
+  EXPECT_EQ(first.named[0].term, s.declared.at("p"));
+  EXPECT_EQ(first.named[1].name, "|b c|");
+  EXPECT_EQ(first.named[1].term, first.terms[0]);
+  EXPECT_EQ(s.commands[2].name, "");
+  EXPECT_TRUE(s.commands[2].named.empty());
+  EXPECT_EQ(s.commands[3].named.size(), 1u);
+  EXPECT_EQ(text_of(s.terms, s.asserted()), "(and (and p p) (not p))");
+}
+
+// Inside the term the name can be used as soon as the annotation is closed.
+TEST(Commands, NameIsUsableAtOnce) {
+  Script s("(declare-const p Bool)(assert (and (! (not p) :named n) n))");
+  EXPECT_EQ(text_of(s.terms, s.asserted()), "(and (not p) (not p))");
+  EXPECT_EQ(s.commands[1].name, "");
+}
+
+TEST(Commands, ExitEndsTheScript) {
+  Script s("(check-sat)(exit) this is not read (");
+  EXPECT_EQ(s.commands.size(), 2u);
+}
+
+TEST(Commands, Unknown) {
+  EXPECT_EQ(error_of("(foo)"), "1:2: unknown command `foo`");
+  EXPECT_EQ(error_of("(simplify true)"), "1:2: unknown command `simplify`");
+  EXPECT_EQ(error_of("()"), "1:2: expected the name of a command, found `)`");
+  EXPECT_EQ(error_of("((assert))"), "1:2: expected the name of a command, found `(`");
+  EXPECT_EQ(error_of("(let)"), "1:2: expected the name of a command, found the reserved word `let`");
+  EXPECT_EQ(error_of("(check-sat))"), "1:12: unexpected `)`");
+  EXPECT_EQ(error_of("(check-sat) x"), "1:13: expected a command in parentheses, found `x`");
+  EXPECT_EQ(error_of("("), "1:1: the file ends inside the command that begins here");
+  for (char const* text : {"", " \n; only a comment\n"}) EXPECT_EQ(error_of(text), "1:1: the script holds no command");
+}
+
+TEST(Commands, RefusedByName) {
+  EXPECT_EQ(error_of("(declare-fun f (Bool) Bool)"), "1:17: functions with arguments are not supported");
+  EXPECT_EQ(error_of("(declare-fun f ((_ BitVec 3) Bool) Bool)"), "1:17: functions with arguments are not supported");
+  EXPECT_EQ(error_of("(declare-sort S 0)"), "1:1: declare-sort: uninterpreted sorts are not supported");
+  EXPECT_EQ(error_of("(declare-datatypes ())"), "1:1: declare-datatypes: datatypes are not supported");
+  EXPECT_EQ(error_of("(declare-datatype D ())"), "1:1: declare-datatype: datatypes are not supported");
+  EXPECT_EQ(error_of("(define-fun-rec f () Bool f)"), "1:1: define-fun-rec: recursive functions are not supported");
+  EXPECT_EQ(error_of("(define-funs-rec () ())"), "1:1: define-funs-rec: recursive functions are not supported");
+}
+
+// ---- scopes ----
+
+TEST(Scopes, DeclarationsEndWithTheirScope) {
+  EXPECT_EQ(error_of("(push)(declare-const x Bool)(pop)(assert x)"), "1:42: unknown symbol `x`");
+  EXPECT_EQ(error_of("(push)(define-fun x () Bool true)(pop)(assert x)"), "1:47: unknown symbol `x`");
+  EXPECT_EQ(error_of("(push)(define-fun x ((p Bool)) Bool p)(pop)(assert (x true))"), "1:53: unknown symbol `x`");
+  EXPECT_EQ(error_of("(push)(assert (! true :named x))(pop)(assert x)"), "1:46: unknown symbol `x`");
+  EXPECT_EQ(error_of("(push)(define-sort S () Bool)(pop)(declare-const x S)"), "1:52: unknown sort `S`");
+  EXPECT_EQ(error_of("(push 2)(declare-const x Bool)(pop)(assert x)"), "1:44: unknown symbol `x`");
+  EXPECT_EQ(error_of("(declare-const x Bool)(push 2)(pop 2)(assert x)"), "");
+  EXPECT_EQ(error_of("(push)(declare-const x Bool)(push)(declare-const y Bool)(pop)(assert x)"), "");
+}
+
+TEST(Scopes, ANameMayBeUsedAgainAfterItsScope) {
+  Script s("(push)(declare-const x Bool)(pop)(declare-const x (_ BitVec 3))(push)(pop)(assert (= x #b000))");
+  EXPECT_EQ(text_of(s.terms, s.asserted()), "(= x #b000)");
+}
+
+TEST(Scopes, NoRedeclaration) {
+  std::string const x = "(declare-const x Bool)";
+  EXPECT_EQ(error_of(x + x), "1:38: symbol `x` is already declared");
+  EXPECT_EQ(error_of(x + "(push)" + x), "1:44: symbol `x` is already declared");
+  EXPECT_EQ(error_of(x + "(define-fun |x| () Bool true)"), "1:35: symbol `x` is already declared");
+  EXPECT_EQ(error_of(x + "(declare-fun x () Bool)"), "1:36: symbol `x` is already declared");
+  EXPECT_EQ(error_of(x + "(define-const x Bool true)"), "1:37: symbol `x` is already declared");
+  EXPECT_EQ(error_of(x + "(assert (! x :named x))"), "1:43: symbol `x` is already declared");
+  EXPECT_EQ(error_of("(define-fun f () Bool (! true :named f))"), "1:13: symbol `f` is already declared");
+  EXPECT_EQ(error_of("(define-sort S () Bool)(define-sort S () Bool)"), "1:37: sort `S` is already declared");
+  EXPECT_EQ(error_of("(define-sort x () Bool)" + x), "");  // sorts and functions have names of their own
+}
+
+TEST(Scopes, TheoryNamesAreTaken) {
+  EXPECT_EQ(error_of("(declare-const bvadd Bool)"), "1:16: symbol `bvadd` belongs to the theory");
+  EXPECT_EQ(error_of("(declare-const |true| Bool)"), "1:16: symbol `true` belongs to the theory");
+  EXPECT_EQ(error_of("(define-fun = () Bool true)"), "1:13: symbol `=` belongs to the theory");
+  EXPECT_EQ(error_of("(assert (! true :named and))"), "1:24: symbol `and` is already declared");
+  EXPECT_EQ(error_of("(define-sort Bool () (_ BitVec 1))"), "1:14: sort `Bool` belongs to the theory");
+  EXPECT_EQ(error_of("(define-sort BitVec () Bool)"), "1:14: sort `BitVec` belongs to the theory");
+  EXPECT_EQ(error_of("(declare-const select Bool)(assert select)"), "");
+  EXPECT_EQ(error_of("(declare-const assert Bool)(assert assert)"), "");
+}
+
+TEST(Scopes, GlobalDeclarations) {
+  std::string const global = "(set-option :global-declarations true)";
+  EXPECT_EQ(error_of(global + "(push)(declare-const x Bool)(pop)(assert x)"), "");
+  EXPECT_EQ(error_of(global + "(push)(define-sort S () Bool)(pop)(declare-const x S)"), "");
+  EXPECT_EQ(error_of(global + "(push)(declare-const x Bool)(pop)(declare-const x Bool)"),
+            "1:87: symbol `x` is already declared");
+  EXPECT_EQ(error_of(global + "(declare-const x Bool)(reset-assertions)(assert x)"), "");
+  EXPECT_EQ(error_of(global + "(declare-const x Bool)(reset)(assert x)"), "1:76: unknown symbol `x`");
+  // The option itself goes with reset.
+  EXPECT_EQ(error_of(global + "(reset)(push)(declare-const x Bool)(pop)(assert x)"), "1:87: unknown symbol `x`");
+}
+
+TEST(Scopes, Resets) {
+  EXPECT_EQ(error_of("(declare-const x Bool)(reset-assertions)(assert x)"), "1:49: unknown symbol `x`");
+  EXPECT_EQ(error_of("(declare-const x Bool)(reset)(assert x)"), "1:38: unknown symbol `x`");
+  EXPECT_EQ(error_of("(declare-const x Bool)(reset)(declare-const x Bool)(assert x)"), "");
+  EXPECT_EQ(error_of("(set-logic QF_BV)(reset-assertions)(set-logic QF_BV)"), "1:47: the logic is already set");
+}
+
+TEST(QuoteSymbol, Quotes) {
+  EXPECT_EQ(quote_symbol("abc"), "abc");
+  EXPECT_EQ(quote_symbol("~!@$%^&*_-+=<>.?/a0"), "~!@$%^&*_-+=<>.?/a0");
+  for (char const* s : {"", "0a", "a b", "a|", "let", "!", "_", "as", "forall", "exists", "match", "par", "BINARY", "a;",
+                        "#x0", ":k", "\xc3\xa4"})
+    EXPECT_EQ(quote_symbol(s), "|" + std::string(s) + "|");
+}
+
+}  // namespace
+}  // namespace vell::smtlib

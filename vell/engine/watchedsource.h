@@ -1,0 +1,61 @@
+#pragma once
+
+// A script's bytes in windows of bounded size, so that reading can be counted and interrupted.
+//
+// Tested by tests/engine/watchedsource_test.cpp.
+
+#include <algorithm>
+#include <memory>
+
+#include "vell/engine/limits.h"
+#include "vell/engine/statistics.h"
+#include "vell/smtlib/source.h"
+
+namespace vell::engine {
+
+class WatchedSource : public smtlib::Source {
+ public:
+  // refill() throws Stopped after an interrupt or when memory ran out. A time limit lets reading go on: what follows an
+  // `unknown` may ask for its reason.
+  WatchedSource(std::unique_ptr<smtlib::Source> inner, Limits const& limits, Statistics& statistics,
+                std::size_t window = std::size_t{1} << 20)
+      : inner_(std::move(inner)), limits_(limits), statistics_(statistics), window_(window) {
+    name_ = inner_->name();
+    begin_ = inner_->begin();
+    offset_ = inner_->offset();
+    show();
+  }
+
+  bool refill(char const* keep) override {
+    if (limits_.reason() != StopReason::timeout) limits_.check();
+    offset_ += static_cast<std::uint64_t>(keep - begin_);
+    if (end_ == inner_->end()) {
+      std::size_t const kept = static_cast<std::size_t>(end_ - keep);
+      bool const more = inner_->refill(keep);
+      begin_ = inner_->begin();
+      end_ = begin_ + kept;
+      if (!more) return false;
+    } else {
+      begin_ = keep;
+    }
+    show();
+    return true;
+  }
+
+  smtlib::Position position(std::uint64_t offset) const override { return inner_->position(offset); }
+
+ private:
+  // Moves end() forward by at most a window.
+  void show() {
+    char const* const from = end_ == nullptr ? begin_ : end_;
+    end_ = from + std::min<std::size_t>(window_, static_cast<std::size_t>(inner_->end() - from));
+    statistics_.input_bytes = offset_ + static_cast<std::uint64_t>(end_ - begin_);
+  }
+
+  std::unique_ptr<smtlib::Source> inner_;
+  Limits const& limits_;
+  Statistics& statistics_;
+  std::size_t window_;
+};
+
+}  // namespace vell::engine
