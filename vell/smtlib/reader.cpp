@@ -391,6 +391,10 @@ bool Reader::next(Command& command) { return state_->next(command); }
 
 std::string const& Reader::file() const { return state_->source->name(); }
 
+std::uint64_t Reader::bytes_read() const { return state_->lexer.offset() + state_->lexer.raw().size(); }
+
+std::uint64_t Reader::bytes_total() const { return state_->source->size(); }
+
 std::string quote_symbol(std::string_view symbol) {
   constexpr std::string_view reserved[] = {"!",     "_",      "as",      "let",         "exists",  "forall", "match",
                                            "par",   "lambda", "BINARY",  "DECIMAL",     "HEXADECIMAL",
