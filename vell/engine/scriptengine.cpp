@@ -107,9 +107,11 @@ bool ScriptEngine::run(std::unique_ptr<smtlib::Source> source) {
     if (limits_.reason() == StopReason::interrupted) limits_.check();
   } catch (Stopped const& s) {
     // Between two checks: the answer to the script as a whole is unknown, unless it is given already.
-    if (statistics_.unknown == 0) console_.answer("unknown");
+    if (statistics_.unknown == 0) {
+      console_.answer("unknown");
+      if (s.reason() == StopReason::memout) console_.message(file + ": memory limit reached while reading");
+    }
     ++statistics_.unknown;
-    if (s.reason() == StopReason::memout) console_.message(file + ": memory limit reached while reading");
     return false;
   } catch (smtlib::Error const& e) {
     console_.answer("(error " + string_literal(e.what()) + ")");
