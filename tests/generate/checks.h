@@ -34,13 +34,11 @@ class StructureCheck : public Watcher {
   bool tested_ = false;  // a termination test is installed
 };
 
-// Trail, cache and pools after every command are what the command makes of those before it. Takes lists that the
-// system leaks by contract (the earlier list of a term whose bits are replaced) and gives them back at the end, so that
-// a leak checker sees every other leak.
+// Trail, cache and pools after every command are what the command makes of those before it. Lists that the system leaks
+// by contract (the earlier list of a term whose bits are replaced) are counted; the replay gives them back.
 class StateCheck : public Watcher {
  public:
   void after(Step const& step) override;
-  void at_end(replay::Replay& replay) override;
 
  private:
   struct Entry {

@@ -139,8 +139,4 @@ void StateCheck::after(Step const& step) {
   order_ = std::move(order);
 }
 
-void StateCheck::at_end(replay::Replay& replay) {
-  for (bv::BvLitList* list : leaked_) replay.clausifier()->release(list);
-}
-
 }  // namespace vell::generate
