@@ -78,9 +78,9 @@ void WordIdentities::assume(Term_ const* formula) {
   for (unsigned side = 0; side < 2; ++side) {
     Term_ const* x = formula->children[side];
     Term_ const* definition = formula->children[1 - side];
-    if (!s.tm.is_uninterpreted_function(x->symbol) || s.polynomials.definition(x) != nullptr ||
-        s.depends_on(definition, x))
-      continue;
+    bool const constant = s.tm.is_number(definition->symbol) && !s.tm.is_number(x->symbol);
+    bool const variable = s.tm.is_uninterpreted_function(x->symbol) && !s.depends_on(definition, x);
+    if ((!constant && !variable) || s.polynomials.definition(x) != nullptr) continue;
     s.polynomials.define(x, definition);
     s.defining.insert(formula);
     return;
@@ -116,9 +116,12 @@ bool WordIdentities::State::scan(Term_ const* root) {
     std::size_t const waiting = stack.size();
     for (std::uint64_t i = 0; i < t->symbol->arity; ++i)
       if ((marks[t->children[i]->id] & seen) == 0) stack.push_back(t->children[i]);
+    Term_ const* definition = polynomials.definition(t);
+    if (definition != nullptr && (marks[definition->id] & seen) == 0) stack.push_back(definition);
     if (stack.size() != waiting) continue;
     stack.pop_back();
     std::uint8_t mark = seen;
+    if (definition != nullptr) mark |= marks[definition->id];
     SymbolTag::tag const tag = tm.get_tag(t->symbol);
     if (tag == SymbolTag::bv_mul || tag == SymbolTag::bv_urem) mark |= product;
     for (std::uint64_t i = 0; i < t->symbol->arity; ++i) mark |= marks[t->children[i]->id];

@@ -24,8 +24,9 @@ class WordIdentities {
   WordIdentities(WordIdentities const&) = delete;
   WordIdentities& operator=(WordIdentities const&) = delete;
 
-  // Takes note of a formula that holds for good. Where it defines a variable, (= x t), formulas are read with t for x
-  // from now on: decide() gives formulas equivalent under what was assumed. Note everything before deciding anything.
+  // Takes note of a formula that holds for good. Where it defines a word, (= x t) with a variable x or a numeral t,
+  // formulas are read with t for x from now on: decide() gives formulas equivalent under what was assumed. To be called
+  // for everything that holds before anything is decided.
   void assume(Term_ const* formula);
 
   // An equivalent formula: `formula` itself, or one in which decided atoms are constants and atoms that say the same

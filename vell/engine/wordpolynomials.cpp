@@ -209,26 +209,23 @@ bool WordPolynomials::transparent(Term_ const* t) const {
   }
 }
 
-void WordPolynomials::define(Term_ const* variable, Term_ const* definition) {
-  if (memo_.count(variable) == 0) definitions_.try_emplace(variable, definition);
+void WordPolynomials::define(Term_ const* word, Term_ const* definition) {
+  if (memo_.count(word) == 0) definitions_.try_emplace(word, definition);
 }
 
-Term_ const* WordPolynomials::definition(Term_ const* variable) const {
-  auto const found = definitions_.find(variable);
+Term_ const* WordPolynomials::definition(Term_ const* word) const {
+  auto const found = definitions_.find(word);
   return found == definitions_.end() ? nullptr : found->second;
 }
 
 std::span<Term_ const* const> WordPolynomials::inputs(Term_ const* t) const {
-  if (t->symbol->arity == 0) {
-    auto const found = definitions_.find(t);
-    return found == definitions_.end() ? std::span<Term_ const* const>() : std::span(&found->second, 1);
-  }
+  if (auto const found = definitions_.find(t); found != definitions_.end()) return std::span(&found->second, 1);
   return transparent(t) ? std::span<Term_ const* const>(t->children, t->symbol->arity)
                         : std::span<Term_ const* const>();
 }
 
 WordPolynomials::Value WordPolynomials::make(Term_ const* t) {
-  if (Term_ const* d = t->symbol->arity == 0 ? definition(t) : nullptr) return memo_.at(d);
+  if (Term_ const* d = definition(t)) return memo_.at(d);
   if (t->symbol->get_output_type() == tm_.bool_type) return bit(t);
   if (tm_.number(t->symbol) != nullptr) {
     mpz_class n;

@@ -34,11 +34,11 @@ class WordPolynomials {
     mpz_class high;
   };
 
-  // From now on variable stands for definition, a term that does not depend on it. Does nothing where the variable is
-  // an atom already.
-  void define(Term_ const* variable, Term_ const* definition);
-  // The definition of a variable; null without.
-  Term_ const* definition(Term_ const* variable) const;
+  // From now on `word` has the value of `definition`, a term that does not depend on it. Does nothing where the word's
+  // polynomial was made already.
+  void define(Term_ const* word, Term_ const* definition);
+  // The definition of a word; null without.
+  Term_ const* definition(Term_ const* word) const;
 
   // The polynomial of a word, kept for later. No recursion.
   Value const& value(Term_ const* word);

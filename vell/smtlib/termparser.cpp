@@ -366,7 +366,9 @@ bool TermParser::next_binding(Frame& frame) {
   for (std::size_t i = 0; i < count; ++i) {
     Binder const& b = binders_[first + i];
     if (count > 1) {
-      if (b.name->stamp == stamp) lexer_.fail(b.offset, quoted(b.name) + " is bound twice in one let");
+      // To one and the same term: nobody can be misled, and other solvers read such scripts.
+      if (b.name->stamp == stamp && b.name->local != values_[frame.base + i])
+        lexer_.fail(b.offset, quoted(b.name) + " is bound to two terms in one let");
       b.name->stamp = stamp;
     }
     symbols_.bind_local(b.name, values_[frame.base + i]);
