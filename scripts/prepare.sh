@@ -3,7 +3,8 @@
 
 program_packages="g++ cmake ninja-build libgmp-dev libcadical-dev libcli11-dev nettle-dev
   zlib1g-dev libbz2-dev liblzma-dev libzstd-dev"
-test_packages="libgtest-dev libbenchmark-dev cadical z3 cvc5 minisat2 cryptominisat python3"
+test_packages="libgtest-dev libbenchmark-dev cadical z3 cvc5 minisat2 cryptominisat python3
+  libcryptominisat5-dev make pkg-config doxygen"
 
 say() { echo "$*" >&2; }
 

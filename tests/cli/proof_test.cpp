@@ -126,7 +126,7 @@ TEST(Proof, RefutesTheCnfOfTheSameScript) {
   test::Scratch s;
   std::string const declarations = "(declare-const x (_ BitVec 4))(declare-const y (_ BitVec 4))(declare-const p Bool)";
   for (std::string const formula :
-       {"(distinct (bvmul x y) (bvmul y x))", "(distinct (bvadd x (bvneg x)) #x0)",
+       {"(distinct (bvmul x y) (bvmul y x))", "(and (= (bvmul x y) #x5) (= (bvand x #x1) #x0))", "(distinct (bvadd x (bvneg x)) #x0)",
         "(and (bvult x y) (bvult y x))", "(and (distinct y #x0) (bvuge (bvurem x y) y))", "false", "(= p (not p))",
         "(distinct (bvshl x #x1) (bvadd x x))", "(and (bvsgt x y) (= (bvsub y x) #x0))"}) {
     std::string const path = s.write("a.smt2", declarations + "(assert " + formula + ")(check-sat)");

