@@ -49,8 +49,11 @@ build() {
   directory="$root/build/$1"
   (
     flock 9
-    if ninja -C "$directory" -n ${2:-} 2>/dev/null | grep -q 'no work to do'; then exit 0; fi
-    say "building $1"
-    cmake --build "$directory" ${2:+--target "$2"} >&2
+    {
+      status=0
+      ninja -C "$directory" ${2:-} 2>&1 || status=$?
+      echo "$status" >"$directory/.status"
+    } | sed -u '/Re-checking globbed directories/d; /no work to do/d; /Entering directory/d' >&2
+    exit "$(cat "$directory/.status")"
   ) 9>"$directory/.lock"
 }
