@@ -16,7 +16,7 @@ struct Failure {
   std::string message;
 };
 
-// The outcome of check_script in a child process; at most `seconds` long.
+// The outcome of check_script in a child process; at most `seconds` of processor time long.
 std::optional<Failure> check_isolated(Script const& script, std::uint64_t seed, unsigned seconds);
 
 // Checks the scripts of the seeds first .. first + count - 1, in child processes that live as long as nothing crashes.

@@ -131,7 +131,8 @@ class VELL_API WordClausifier : public WordClausifierInterface {
 
   // The literal of x = y over words of one length; out as for the comparators.
   BvLit word_equal(ClauseSink* sink, BvLitList* x, BvLitList* y, BvLit out);
-  // Equality of two words; the shared part of the handlers below. use_proxy: whether the sink is asked for a literal of the atom.
+  // Equality of two words; the shared part of the handlers below. use_proxy: whether the sink is asked for a literal of
+  // the atom.
   void word_equal(ClauseSink* sink, Term_ const* term, bool use_proxy);
   // Handlers of equal, which asks the sink for a literal, and equal_noproxy.
   void word_equal(ClauseSink* sink, Term_ const* term);

@@ -312,7 +312,8 @@ Term_ const* Reader::State::next_term_of(Type const* sort, char const* what, Com
   std::uint64_t const offset = lexer.offset();
   Term_ const* const t = term_parser.parse(c.named);
   Type const* const found = t->symbol->get_output_type();
-  if (found != sort) lexer.fail(offset, std::string(what) + " has sort " + sort_text(found) + ", not " + sort_text(sort));
+  if (found != sort)
+    lexer.fail(offset, std::string(what) + " has sort " + sort_text(found) + ", not " + sort_text(sort));
   return t;
 }
 

@@ -43,7 +43,8 @@ struct SymbolSpec {
   std::string_view label = {};                   // text of the symbol's terms; empty: made from name and children
 };
 
-// Owns its types, symbols and terms. One thread at a time; two managers share nothing.
+// Owns its types, symbols and terms. Several threads may read them as long as none makes any; two managers share
+// nothing.
 class VELL_API TermManager {
  public:
   TermManager();
