@@ -45,7 +45,7 @@ def execute(binary, path, limit, folder):
     out = p.stdout.decode(errors="replace")
     answers = [l for l in out.split("\n") if l in ("sat", "unsat", "unknown")]
     at = out.rfind('(error "')
-    return answers, out[at:].rstrip("\n") if at >= 0 else None, p.returncode
+    return answers, out[at:].split("\n")[0] if at >= 0 else None, p.returncode
 
 
 def judge_answers(binary, root, row, limit, scratch):
