@@ -1,6 +1,7 @@
-# GMP::GMP, the C library. GMP ships neither a CMake package nor, everywhere, a .pc file.
+# GMP::GMP, the C library, and GMP::GMPXX, its C++ classes. GMP ships neither a CMake package nor, everywhere, a .pc file.
 find_path(GMP_INCLUDE_DIR gmp.h)
 find_library(GMP_LIBRARY gmp)
+find_library(GMPXX_LIBRARY gmpxx)
 include(FindPackageHandleStandardArgs)
 find_package_handle_standard_args(GMP REQUIRED_VARS GMP_LIBRARY GMP_INCLUDE_DIR)
 if(GMP_FOUND AND NOT TARGET GMP::GMP)
@@ -8,4 +9,8 @@ if(GMP_FOUND AND NOT TARGET GMP::GMP)
   set_target_properties(GMP::GMP PROPERTIES IMPORTED_LOCATION "${GMP_LIBRARY}"
                                             INTERFACE_INCLUDE_DIRECTORIES "${GMP_INCLUDE_DIR}")
 endif()
-mark_as_advanced(GMP_INCLUDE_DIR GMP_LIBRARY)
+if(GMP_FOUND AND GMPXX_LIBRARY AND NOT TARGET GMP::GMPXX)
+  add_library(GMP::GMPXX UNKNOWN IMPORTED)
+  set_target_properties(GMP::GMPXX PROPERTIES IMPORTED_LOCATION "${GMPXX_LIBRARY}" INTERFACE_LINK_LIBRARIES GMP::GMP)
+endif()
+mark_as_advanced(GMPXX_LIBRARY GMP_INCLUDE_DIR GMP_LIBRARY)

@@ -3,7 +3,8 @@
 
 program_packages="g++ cmake ninja-build libgmp-dev libcadical-dev libcli11-dev nettle-dev
   zlib1g-dev libbz2-dev liblzma-dev libzstd-dev"
-test_packages="libgtest-dev libbenchmark-dev cadical z3 cvc5 minisat2 cryptominisat python3"
+test_packages="libgtest-dev libbenchmark-dev cadical z3 cvc5 minisat2 cryptominisat python3
+  libcryptominisat5-dev make pkg-config doxygen"
 
 say() { echo "$*" >&2; }
 
@@ -48,8 +49,11 @@ build() {
   directory="$root/build/$1"
   (
     flock 9
-    if ninja -C "$directory" -n ${2:-} 2>/dev/null | grep -q 'no work to do'; then exit 0; fi
-    say "building $1"
-    cmake --build "$directory" ${2:+--target "$2"} >&2
+    {
+      status=0
+      ninja -C "$directory" ${2:-} 2>&1 || status=$?
+      echo "$status" >"$directory/.status"
+    } | sed -u '/Re-checking globbed directories/d; /no work to do/d; /Entering directory/d' >&2
+    exit "$(cat "$directory/.status")"
   ) 9>"$directory/.lock"
 }

@@ -1,6 +1,7 @@
 // Boolean connectives and if-then-else: literals, order of arguments, traces, and whose list is whose.
 
 #include "tests/support/clausifiertest.h"
+#include "tests/support/meaning.h"
 #include "tests/support/streamtest.h"
 
 namespace vell::test {
@@ -294,7 +295,7 @@ TEST_F(BooleansTest, ReadingTheChildrenGrowsALoadedTable) {
                         {&WordClausifier::bool_ite, tm.mk_app(SymbolTag::bool_ite, {b, p, b})},
                         {&WordClausifier::word_ite, tm.mk_app(SymbolTag::term_ite, {b, x, y})}};
   for (Case const& k : cases) {
-    WordClausifier d(&tm, nullptr);
+    QuietClausifier d(&tm, nullptr);
     bv::WordClausifierInspector const look(d);
     d.set_bits(b, &sink, {2});
     d.set_bits(p, &sink, {3});

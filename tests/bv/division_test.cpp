@@ -2,6 +2,7 @@
 // handlers with their traces and lists.
 
 #include "tests/support/clausifiertest.h"
+#include "tests/support/meaning.h"
 #include "tests/support/streamtest.h"
 
 namespace vell::test {
@@ -507,7 +508,7 @@ TEST_F(DivisionTest, AThrowingSinkLeavesNothing) {
 // Children are read by a plain look-up: the table does not grow before the result is stored.
 TEST_F(DivisionTest, ReadingTheChildrenDoesNotGrowTheTable) {
   for (SymbolTag::tag const tag : tags) {
-    WordClausifier d(&tm, nullptr);
+    QuietClausifier d(&tm, nullptr);
     bv::WordClausifierInspector const look(d);
     Term_ const* x = bv_var("x", 2);
     Term_ const* y = bv_var("y", 2);

@@ -1,6 +1,7 @@
 // Variables, numerals and Boolean constants: bits, fresh literals, traces, and what is left behind on errors.
 
 #include "tests/support/clausifiertest.h"
+#include "tests/support/meaning.h"
 #include "tests/support/streamtest.h"
 
 namespace vell::test {
@@ -197,7 +198,7 @@ TEST_F(LeavesTest, BooleanConstants) {
   EXPECT_EQ(bits(t), (BvLitList{T}));
   EXPECT_EQ(bits(f), (BvLitList{F}));
   EXPECT_EQ(trail(), "true false");
-  WordClausifier d(&tm, nullptr);
+  QuietClausifier d(&tm, nullptr);
   EXPECT_EQ(d.bit_blast(t, &sink), T);
   EXPECT_EQ(d.bit_blast(f, &sink), F);
 }

@@ -1,6 +1,7 @@
 // Barrel shifters against their second description; shifts by numerals and rotations literal by literal.
 
 #include "tests/support/clausifiertest.h"
+#include "tests/support/meaning.h"
 #include "tests/support/streamtest.h"
 
 namespace vell::test {
@@ -228,7 +229,7 @@ TEST_F(ShiftsTest, TheRightShiftOfATermIsNotCached) {
 // The children are read by an insertion, which grows a table that is loaded enough, found or not.
 TEST_F(ShiftsTest, ReadingTheChildrenGrowsALoadedTable) {
   for (SymbolTag::tag const tag : {SymbolTag::bv_shl, SymbolTag::bv_lshr, SymbolTag::bv_ashr}) {
-    WordClausifier k(&tm, nullptr);
+    QuietClausifier k(&tm, nullptr);
     bv::WordClausifierInspector const look(k);
     Term_ const* x = bv_var("x", 2);
     Term_ const* s = bv_var("s", 2);

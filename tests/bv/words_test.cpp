@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "tests/support/clausifiertest.h"
+#include "tests/support/meaning.h"
 #include "tests/support/streamtest.h"
 
 namespace vell::test {
@@ -270,7 +271,7 @@ TEST_F(WordsTest, ReadingTheChildrenGrowsALoadedTable) {
       {word_zext, raw_term(SymbolTag::bv_zero_extend, huge, {x}, "zext")},
       {word_sext, raw_term(SymbolTag::bv_sign_extend, huge, {x}, "sext")}};
   for (Case const& k : cases) {
-    WordClausifier d(&tm, nullptr);
+    QuietClausifier d(&tm, nullptr);
     bv::WordClausifierInspector const look(d);
     d.set_bits(x, &sink, {2, 3});
     d.set_bits(y, &sink, {4, 5});
@@ -282,7 +283,7 @@ TEST_F(WordsTest, ReadingTheChildrenGrowsALoadedTable) {
     EXPECT_EQ(look.trail().size(), 22u);
     EXPECT_EQ(stray_lists(d), 0);
   }
-  WordClausifier d(&tm, nullptr);
+  QuietClausifier d(&tm, nullptr);
   bv::WordClausifierInspector const look(d);
   d.set_bits(x, &sink, {2, 3});
   d.set_bits(y, &sink, {4, 5});

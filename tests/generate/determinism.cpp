@@ -21,7 +21,7 @@ bool is_declaration(std::vector<std::string> const& tokens) {
 }
 
 std::vector<std::string> run_watched(Script const& script) {
-  StateCheck state;  // gives back what leaks by contract
+  StateCheck state;  // each of the runs is looked at
   return run(script, {&state});
 }
 

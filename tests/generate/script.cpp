@@ -54,7 +54,6 @@ std::vector<std::string> run(Script const& script, std::vector<Watcher*> const& 
   }
   replay.finish();
   if (!out.str().empty()) written.push_back(out.str());
-  for (Watcher* w : watchers) w->at_end(replay);
   return written;
 }
 

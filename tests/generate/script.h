@@ -52,8 +52,6 @@ class Watcher {
  public:
   virtual ~Watcher() = default;
   virtual void after(Step const& step) = 0;
-  // Before the clausifier goes.
-  virtual void at_end(replay::Replay&) {}
 };
 
 // Runs the script under the watchers. Returns what it wrote, one element for each line of the script; text that is

@@ -48,6 +48,26 @@ TEST(Commands, Positions) {
   EXPECT_EQ(s.commands[3].position.column, 1u);
 }
 
+// All commands on one line: the position of each costs the bytes since the one before, not since the line's start.
+TEST(Commands, PositionsOnOneLongLine) {
+  constexpr std::size_t n = 200000;
+  std::string text;
+  for (std::size_t i = 0; i < n; ++i) text += "(check-sat)";
+  for (bool const stream : {false, true}) {
+    TermManager terms;
+    Reader reader(terms, stream ? Source::blocks(text, 1 << 16) : Source::text(text));
+    Command c;
+    std::size_t i = 0;
+    for (; reader.next(c); ++i) {
+      ASSERT_EQ(c.position.line, 1u);
+      ASSERT_EQ(c.position.column, i * 11 + 1);
+      ASSERT_EQ(reader.bytes_read(), (i + 1) * 11);
+    }
+    EXPECT_EQ(i, n);
+    EXPECT_EQ(reader.bytes_total(), stream ? 0 : text.size());
+  }
+}
+
 TEST(Commands, SetLogic) {
   EXPECT_EQ(only("(set-logic QF_BV)").text, "QF_BV");
   EXPECT_EQ(only("(set-logic |QF_BV|)").text, "QF_BV");

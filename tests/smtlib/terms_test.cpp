@@ -239,10 +239,12 @@ TEST(Terms, Let) {
   EXPECT_EQ(wrong("(let ((x a) (y x)) y)"), "16: unknown symbol `x`");
 }
 
+TEST(Terms, LetMayBindTwiceToOneTerm) { EXPECT_EQ(built("(let ((x p) (x p)) (and x q))"), "(and p q)"); }
+
 TEST(Terms, LetErrors) {
-  EXPECT_EQ(wrong("(let ((x a) (x b)) x)"), "14: `x` is bound twice in one let");
-  EXPECT_EQ(wrong("(let ((x (let ((x a)) x)) (x b)) x)"), "28: `x` is bound twice in one let");
-  EXPECT_EQ(wrong("(let ((x a) (|x| b)) x)"), "14: `x` is bound twice in one let");
+  EXPECT_EQ(wrong("(let ((x a) (x b)) x)"), "14: `x` is bound to two terms in one let");
+  EXPECT_EQ(wrong("(let ((x (let ((x a)) x)) (x b)) x)"), "28: `x` is bound to two terms in one let");
+  EXPECT_EQ(wrong("(let ((x a) (|x| b)) x)"), "14: `x` is bound to two terms in one let");
   EXPECT_EQ(wrong("(let () a)"), "7: expected a let variable, found `)`");
   EXPECT_EQ(wrong("(let a a)"), "6: expected the list of let variables, found `a`");
   EXPECT_EQ(wrong("(let (x a) a)"), "7: expected a let binding in parentheses, found `x`");

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <random>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,6 +16,20 @@
 #include "vell/terms/termmanager.h"
 
 namespace vell::test {
+
+class QuietLogger {
+ protected:
+  std::ostringstream quiet_stream_;
+  Logger quiet_logger_{quiet_stream_};
+};
+
+// A clausifier whose logger is not its own: the one it makes itself is freed by set_logger alone.
+class QuietClausifier : private QuietLogger, public bv::WordClausifier {
+ public:
+  QuietClausifier(TermManager* tm, Configuration::Theory::Bv* config) : WordClausifier(tm, config) {
+    set_logger(&quiet_logger_);
+  }
+};
 
 // An operand of an operation under test. Width 0 stands for a Boolean.
 struct Operand {
@@ -45,7 +60,7 @@ class Meaning {
 
   TermManager tm;
   Configuration::Theory::Bv config;
-  bv::WordClausifier c{&tm, &config};
+  QuietClausifier c{&tm, &config};
   CnfSink sink;
 
  private:

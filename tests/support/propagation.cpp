@@ -1,7 +1,7 @@
 #include "tests/support/propagation.h"
 
-#include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 namespace vell::test {
 
@@ -23,7 +23,8 @@ Propagator::Propagator(CnfSink const& sink) {
     } else {
       // Two true-or-open literals first, so that the watches hold under the constants.
       BvLit* l = literals_.data() + clause.begin;
-      std::stable_partition(l, l + clause.size, [](BvLit a) { return a != bv::l_false; });
+      for (std::uint32_t i = 0, open = 0; i < clause.size && open < 2; ++i)
+        if (l[i] != bv::l_false) std::swap(l[open++], l[i]);
       auto const id = static_cast<std::uint32_t>(clauses_.size());
       watches_[index(l[0])].push_back(id);
       watches_[index(l[1])].push_back(id);

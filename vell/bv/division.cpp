@@ -5,7 +5,7 @@
 // Restoring division, most significant quotient bit first. The remainder register never needs a bit more than the
 // operands: before the shift of stage i it is at most the n - 1 - i dividend bits consumed so far, so the bit shifted
 // out is 0. Per stage one comparator, n and gates, one negation, one addition, in that order; the subtraction is always
-// built, and folds where the quotient bit or the divisor is constant. About 20n clauses per stage, 20n^2 in all.
+// built, and folds where the quotient bit or the divisor is constant. About 30n clauses per stage, 30n^2 in all.
 //
 // A zero divisor gives a quotient of all ones and the dividend as remainder, by itself. Under div_semantics 1 the result
 // is replaced by fresh literals where the divisor is zero.

@@ -16,19 +16,28 @@
 #include "vell/terms/configuration.h"
 #include "vell/terms/ieeefloat.h"
 #include "vell/terms/termmanager.h"
+#include "vell/utils/export.h"
 #include "vell/utils/hashtable.h"
 #include "vell/utils/objectpool.h"
 
 namespace vell::bv {
 
-class WordClausifier : public WordClausifierInterface {
+// What an operation throws is what the sink, the termination test, the floating-point layer or the allocator throws,
+// and Exception from fail(). A handler that is left this way has cached nothing for its term.
+//
+// Lists given as BvLitList* are not owned by the circuit that reads them; a list that a circuit returns belongs to the
+// caller, who hands it to add_to_cache() or release().
+class VELL_API WordClausifier : public WordClausifierInterface {
  public:
   // Encodes one term whose children are cached and leaves exactly one new list for it in the cache.
   using Handler = void (WordClausifier::*)(ClauseSink*, Term_ const*);
 
+  // Terms are numbered without a gap, so their ids spread evenly over the buckets.
   struct TermHash {
+    // The term's id.
     std::uint64_t operator()(Term_ const* t) const { return t->id; }
   };
+  // From terms to their lists.
   using BitsCache = hsh::Hashtable<Term_ const*, BvLitList*, TermHash>;
 
   // ---- wordclausifier.cpp: construction, traversal, dispatch ----
@@ -81,22 +90,27 @@ class WordClausifier : public WordClausifierInterface {
 
   // ---- gates.cpp ----
 
+  // The negation; no clause.
   BvLit bit_not(BvLit a);
+  // a and b, a or b: at most three clauses and a fresh literal.
   BvLit bit_and(ClauseSink* sink, BvLit a, BvLit b);
   BvLit bit_or(ClauseSink* sink, BvLit a, BvLit b);
+  // Exclusive or: at most four clauses and a fresh literal.
   BvLit bit_xor(ClauseSink* sink, BvLit a, BvLit b);
-  // c ? t : e
+  // c ? t : e, at most four clauses and a fresh literal.
   BvLit bit_ite(ClauseSink* sink, BvLit c, BvLit t, BvLit e);
   // result[i] = a[i] & b[i] for every i below a's length; result has that length, b at least that.
   void word_and(ClauseSink* sink, BvLitList& result, BvLitList* a, BvLitList* b);
 
   // ---- adders.cpp ----
 
+  // sum and carry of three bits: at most 14 clauses and two fresh literals.
   void full_adder(ClauseSink* sink, BvLit& sum, BvLit& carry, BvLit a, BvLit b, BvLit c);
   // x + y modulo 2^n, n the length of x; y has at least that length. The caller owns the result.
   BvLitList* word_add(ClauseSink* sink, BvLitList* x, BvLitList* y);
   // -x modulo 2^n. The caller owns the result.
   BvLitList* word_neg(ClauseSink* sink, BvLitList* x);
+  // Handlers of bvadd, bvneg and bvsub.
   void word_add(ClauseSink* sink, Term_ const* term);
   void word_neg(ClauseSink* sink, Term_ const* term);
   void word_sub(ClauseSink* sink, Term_ const* term);
@@ -107,6 +121,7 @@ class WordClausifier : public WordClausifierInterface {
   // l_undef, is used as the literal of the last stage where that stage needs one.
   BvLitList* word_ule(ClauseSink* sink, BvLitList* x, BvLitList* y, BvLit out);
   BvLitList* word_ult(ClauseSink* sink, BvLitList* x, BvLitList* y, BvLit out);
+  // Handlers of bvult, bvule, bvslt and bvsle; the sink is asked for a literal of the atom.
   void word_ult(ClauseSink* sink, Term_ const* term);
   void word_ule(ClauseSink* sink, Term_ const* term);
   void word_slt(ClauseSink* sink, Term_ const* term);
@@ -116,16 +131,21 @@ class WordClausifier : public WordClausifierInterface {
 
   // The literal of x = y over words of one length; out as for the comparators.
   BvLit word_equal(ClauseSink* sink, BvLitList* x, BvLitList* y, BvLit out);
-  // use_proxy: whether the sink is asked for a literal of the atom.
+  // Equality of two words; the shared part of the handlers below. use_proxy: whether the sink is asked for a literal of
+  // the atom.
   void word_equal(ClauseSink* sink, Term_ const* term, bool use_proxy);
+  // Handlers of equal, which asks the sink for a literal, and equal_noproxy.
   void word_equal(ClauseSink* sink, Term_ const* term);
   void word_equal_noproxy(ClauseSink* sink, Term_ const* term);
   bool bit_blast_theory_eq(BvLit lit, Term_ const* t1, Term_ const* t2, ClauseSink* sink) override;
 
   // ---- multiplication.cpp ----
 
+  // Handler of bvmul: chooses between the two below, by whether the first operand is a numeral.
   void word_mul(ClauseSink* sink, Term_ const* term);
+  // Shift and add: one addition for each bit set in the first operand, which must be a numeral.
   void word_mul_by_constant(ClauseSink* sink, Term_ const* term);
+  // Partial products: about n^2 / 2 and gates and as many full adders for width n.
   void word_mul_generic(ClauseSink* sink, Term_ const* term);
 
   // ---- division.cpp ----
@@ -137,10 +157,12 @@ class WordClausifier : public WordClausifierInterface {
   void word_div_complete_semantics(ClauseSink* sink, BvLitList* b, BvLitList* res);
   // Truncating signed division by absolute values.
   void word_sdiv_simple(ClauseSink* sink, BvLitList* a, BvLitList* b, BvLitList* q, BvLitList* r);
+  // Handlers of bvudiv, bvurem, bvsdiv and bvsrem.
   void word_udiv(ClauseSink* sink, Term_ const* term);
   void word_urem(ClauseSink* sink, Term_ const* term);
   void word_sdiv(ClauseSink* sink, Term_ const* term);
   void word_srem(ClauseSink* sink, Term_ const* term);
+  // In no table: gives the term bits that mean nothing yet, all l_undef.
   void word_srem_by_power_of_2(ClauseSink* sink, Term_ const* term);
 
   // ---- divisionarray.cpp ----
@@ -150,11 +172,12 @@ class WordClausifier : public WordClausifierInterface {
 
   // ---- shifts.cpp ----
 
-  // x shifted by the value of s, which is at least as long as x. The caller owns the result.
+  // x shifted right, or left, by the value of s, which is at least as long as x. The caller owns the result.
   BvLitList* word_sr(ClauseSink* sink, BvLitList* x, BvLitList* s, bool arithmetic);
   BvLitList* word_sl(ClauseSink* sink, BvLitList* x, BvLitList* s);
   // The right shift of a term, not cached; the caller owns the result.
   BvLitList* word_sr(ClauseSink* sink, Term_ const* term, bool arithmetic);
+  // Handlers of bvlshr, bvashr, bvshl and the two rotations. By a numeral they cost nothing.
   void word_lsr(ClauseSink* sink, Term_ const* term);
   void word_asr(ClauseSink* sink, Term_ const* term);
   void word_lsl(ClauseSink* sink, Term_ const* term);
@@ -163,22 +186,29 @@ class WordClausifier : public WordClausifierInterface {
 
   // ---- booleans.cpp ----
 
+  // Handlers of not, and, or and the equivalence: at most one gate.
   void bool_not(ClauseSink* sink, Term_ const* term);
   void bool_and(ClauseSink* sink, Term_ const* term);
   void bool_or(ClauseSink* sink, Term_ const* term);
   void bool_iff(ClauseSink* sink, Term_ const* term);
-  // Not in the hook table; register them where a solver has such terms.
+  // The next four are not in the hook table; register them where a solver has such terms.
+
+  // A term with the bits of its only child.
   void word_atom(ClauseSink* sink, Term_ const* term);
+  // If-then-else over Boolean terms, and over words: condition, then, else. One gate for each bit.
   void bool_ite(ClauseSink* sink, Term_ const* term);
   void word_ite(ClauseSink* sink, Term_ const* term);
+  // As word_ite for a symbol that TermManager::is_term_ite knows. Any other is left without bits.
   void generic_ite(ClauseSink* sink, Term_ const* term);
 
   // ---- words.cpp: bitwise and structural operators ----
 
+  // Handlers of the bitwise operators: one gate for each bit, none for the negation.
   void word_not(ClauseSink* sink, Term_ const* term);
   void word_and(ClauseSink* sink, Term_ const* term);
   void word_or(ClauseSink* sink, Term_ const* term);
   void word_xor(ClauseSink* sink, Term_ const* term);
+  // Handlers of extract, concat, zero_extend and sign_extend, which only rearrange literals.
   void word_sel(ClauseSink* sink, Term_ const* term);
   void word_concat(ClauseSink* sink, Term_ const* term);
   void word_zext(ClauseSink* sink, Term_ const* term);
@@ -186,10 +216,14 @@ class WordClausifier : public WordClausifierInterface {
 
   // ---- leaves.cpp: variables and constants ----
 
+  // A numeral: constant literals, bit i of the number in element i.
   void word_constant(ClauseSink* sink, Term_ const* term);
+  // A word of fresh literals.
   void word_variable(ClauseSink* sink, Term_ const* term);
+  // The constants.
   void bool_true(ClauseSink* sink, Term_ const* term);
   void bool_false(ClauseSink* sink, Term_ const* term);
+  // One fresh literal.
   void bool_variable(ClauseSink* sink, Term_ const* term);
   // Encodes a term as a fresh variable of its type; false, and nothing done, when the type has no bits.
   bool generic_variable(ClauseSink* sink, Term_ const* term);
@@ -200,13 +234,18 @@ class WordClausifier : public WordClausifierInterface {
   bool get_new_fp_terms(std::vector<Term_ const*>& out) override;
   // The two literals of a rounding mode, element 0 the low bit; two l_undef for a value that is no mode.
   BvLitList fp_rounding(IEEEFloat::rounding_mode mode);
+  // A floating-point variable: the bits that the combination gives it, or fresh ones, fraction first, the sign last.
   void fp_variable(ClauseSink* sink, Term_ const* term);
+  // A rounding mode: its number where it is a constant, two fresh literals otherwise.
   void fp_rounding_variable(ClauseSink* sink, Term_ const* term);
 
   // ---- fpconversion.cpp: floating-point values to integers ----
 
+  // Handlers of fp.to_sbv and fp.to_ubv over a rounding mode and a floating-point value. Infinities, NaN and values out
+  // of range have some result.
   void fp_to_sbv(ClauseSink* sink, Term_ const* term);
   void fp_to_ubv(ClauseSink* sink, Term_ const* term);
+  // Handler of the IEEE bit pattern: the literals of the floating-point term itself.
   void fp_as_ieeebv(ClauseSink* sink, Term_ const* term);
   // Argument 1 rounded by the mode of argument 0, as a two's-complement word of `width` bits that the caller owns.
   BvLitList* fp_to_bv(ClauseSink* sink, Term_ const* term, std::uint64_t width);

@@ -11,12 +11,15 @@
 #include "vell/terms/logger.h"
 #include "vell/terms/term.h"
 #include "vell/terms/terminationtest.h"
+#include "vell/utils/export.h"
 
 namespace vell::bv {
 
-class WordClausifierInterface {
+// An instance belongs to one thread at a time; instances share nothing.
+class VELL_API WordClausifierInterface {
  public:
-  struct error : Exception {
+  // Base of errors of the clausifier's own.
+  struct VELL_API error : Exception {
     using Exception::Exception;
   };
 

@@ -21,6 +21,7 @@ Checker::Checker(TermManager& tm, CheckerOptions const& options, Limits const& l
       solver_(options.solver_command.empty() ? make_cadical(limits, statistics, options.seed, options.proof)
                                              : make_external_solver(limits, options.solver_command)),
       clausifier_(&tm, &config_),
+      identities_(tm, options.free_division),
       limit_test_(limits, statistics, [this] { solver_->report(statistics_); }),
       evaluator_(tm, options.free_division) {
   if (options.logger != nullptr) clausifier_.set_logger(options.logger);
@@ -31,11 +32,17 @@ Checker::~Checker() {
   if (broken_) static_cast<void>(solver_.release());  // its state is unknown: taking it apart could crash
 }
 
-bv::BvLit Checker::translate(Term_ const* t) { return clausifier_.bit_blast(t, &solver_->sink()); }
+bv::BvLit Checker::translate(Term_ const* t) {
+  return clausifier_.bit_blast(identities_.decide(t), &solver_->sink());
+}
 
 void Checker::encode(ScriptState const& state, bool named_selectors) {
   std::vector<Assertion> const& assertions = state.assertions();
   activations_.resize(state.levels(), bv::l_undef);
+  // What is asserted on the first level holds for good; in a core every assertion must speak for itself.
+  std::size_t const lasting = state.levels() == 0 ? assertions.size() : state.level_start(1);
+  if (!named_selectors)
+    for (std::size_t i = selectors_.size(); i < lasting; ++i) identities_.assume(assertions[i].term);
   std::uint64_t level = 0;
   while (selectors_.size() < assertions.size()) {
     std::size_t const i = selectors_.size();

@@ -15,6 +15,7 @@
 #include "vell/engine/satsolver.h"
 #include "vell/engine/scriptstate.h"
 #include "vell/engine/statistics.h"
+#include "vell/engine/wordidentities.h"
 
 namespace vell::engine {
 
@@ -65,6 +66,7 @@ class Checker : private Assignment {
   Configuration::Theory::Bv config_;
   std::unique_ptr<SatSolver> solver_;
   ScriptClausifier clausifier_;
+  WordIdentities identities_;
   LimitTest limit_test_;
   Evaluator evaluator_;
   std::vector<bv::BvLit> selectors_;     // of the encoded assertions; l_undef where it has none of its own

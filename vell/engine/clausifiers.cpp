@@ -4,6 +4,7 @@ namespace vell::engine {
 
 ScriptClausifier::ScriptClausifier(TermManager* tm, Configuration::Theory::Bv* config)
     : bv::WordClausifier(tm, config), terms_(tm) {
+  set_logger(&silent_);
   register_hook(SymbolTag::bool_ite, &WordClausifier::bool_ite);
   register_hook(SymbolTag::term_ite, static_cast<Handler>(&ScriptClausifier::checked_ite));
 }

@@ -8,6 +8,7 @@
 #include "vell/bv/wordclausifier.h"
 #include "vell/engine/limits.h"
 #include "vell/engine/statistics.h"
+#include "vell/terms/logger.h"
 
 namespace vell::engine {
 
@@ -19,6 +20,7 @@ class ScriptClausifier : public bv::WordClausifier {
  private:
   void checked_ite(bv::ClauseSink* sink, Term_ const* term);
   TermManager* terms_;
+  Logger silent_;  // in place of the clausifier's own, which would outlive it
 };
 
 // Ends a clausifier's work when the limits say so, and counts the terms on the way.

@@ -20,6 +20,7 @@
 #include "vell/engine/scriptoptions.h"
 #include "vell/engine/scriptstate.h"
 #include "vell/engine/watchedsource.h"
+#include "vell/engine/wordidentities.h"
 #include "vell/sinks/countingsink.h"
 #include "vell/sinks/dimacssink.h"
 
@@ -57,13 +58,17 @@ Query read_query(CnfOptions const& options, TermManager& tm, Limits const& limit
   if (!found && (options.query != 0 || checks != 0))
     throw Exception(reader.file() + ": query " + std::to_string(wanted) + " of " + std::to_string(checks));
   Query query;
+  // As for a check: the file holds what the embedded solver is given.
+  WordIdentities identities(tm, options.free_division);
+  std::size_t const lasting = state.levels() == 0 ? state.assertions().size() : state.level_start(1);
+  for (std::size_t i = 0; i < lasting; ++i) identities.assume(state.assertions()[i].term);
   for (Assertion const& a : state.assertions()) {
-    query.formulas.push_back(a.term);
+    query.formulas.push_back(identities.decide(a.term));
     query.positions.push_back(a.position);
   }
   if (found)
     for (Term_ const* t : command.terms) {
-      query.formulas.push_back(t);
+      query.formulas.push_back(identities.decide(t));
       query.positions.push_back(command.position);
     }
   for (Term_ const* c : state.declared())

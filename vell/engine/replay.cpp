@@ -7,7 +7,6 @@
 #include <istream>
 
 #include "vell/bv/inspector.h"
-#include "vell/engine/replayoperands.h"
 
 namespace vell::replay {
 
@@ -20,7 +19,9 @@ Replay::Replay(std::string file, std::ostream& out)
       logger_(trace_, 0),
       combination_(out, tm_) {}
 
-Replay::~Replay() = default;
+Replay::~Replay() {
+  for (bv::BvLitList* list : replaced_) clausifier_->release(list);
+}
 
 void Replay::start(bool with_configuration) {
   clausifier_ = std::make_unique<bv::WordClausifier>(&tm_, with_configuration ? &config_ : nullptr);
@@ -119,7 +120,7 @@ void Replay::set_config(Line& line) {
   std::string_view const field = line.token("div or null");
   if (field == "null") line.fail("`config null` must be the first command");
   if (field != "div") line.fail("unknown field `" + std::string(field) + "`");
-  config_.div_semantics = static_cast<std::int32_t>(line.signed_number("a number"));
+  config_.div_semantics = line.small_number("a number");
 }
 
 void Replay::set_nextlit(Line& line) {
@@ -138,7 +139,7 @@ void Replay::set_atomlit(Line& line) {
   }
 }
 
-void Replay::set_verbosity(Line& line) { logger_.set_verbosity(static_cast<int>(line.signed_number("a level"))); }
+void Replay::set_verbosity(Line& line) { logger_.set_verbosity(line.small_number("a level")); }
 
 void Replay::set_termtest(Line& line) {
   if (line.peek() == "off") {
@@ -154,7 +155,8 @@ void Replay::set_termtest(Line& line) {
 void Replay::set_fpcomb(Line& line) {
   std::string_view const t = line.token("on or off");
   if (t != "on" && t != "off") line.fail("`" + std::string(t) + "` stands where on or off should");
-  clausifier_->set_fp_combination(t == "on" ? &combination_ : nullptr);
+  combination_on_ = t == "on";
+  clausifier_->set_fp_combination(combination_on_ ? &combination_ : nullptr);
 }
 
 void Replay::set_fpbits(Line& line) {
@@ -170,15 +172,26 @@ void Replay::echo(Line& line) {
 
 // ---- operations ----
 
-// A term that is about to be translated. The clausifier trusts its operands; a script's are looked at first.
-Term_ const* Replay::sound_term(Line& line) {
+Operands Replay::operands() { return {tm_, *clausifier_, combination_on_ ? &combination_ : nullptr}; }
+
+// A term that is about to be translated, and the number of its bits. The clausifier trusts its operands; a script's are
+// looked at first.
+std::pair<Term_ const*, std::uint64_t> Replay::sound_term(Line& line) {
   Term_ const* t = term(line);
-  if (auto const problem = misfit(tm_, *clausifier_, t)) line.fail("the operands do not fit: " + *problem);
+  Cone const cone = examine(operands(), t);
+  if (!cone.misfit.empty()) line.fail("the operands do not fit: " + cone.misfit);
+  return {t, cone.length};
+}
+
+// The same for bit_blast, which returns a bit and needs one.
+Term_ const* Replay::sound_root(Line& line) {
+  auto const [t, length] = sound_term(line);
+  if (length == 0) line.fail("the term has no bits");
   return t;
 }
 
 void Replay::blast(Line& line) {
-  Term_ const* t = sound_term(line);
+  Term_ const* t = sound_root(line);
   bv::BvLit const l = clausifier_->bit_blast(t, &sink_);
   out_ << "blast " << t->to_shallow_str() << " = " << l << '\n';
 }
@@ -221,8 +234,11 @@ void Replay::makebits(Line& line) {
 
 void Replay::theory_eq(Line& line) {
   bv::BvLit const l = line.literal();
-  Term_ const* t1 = sound_term(line);
-  Term_ const* t2 = sound_term(line);
+  auto const [t1, length1] = sound_term(line);
+  auto const [t2, length2] = sound_term(line);
+  for (Term_ const* t : {t1, t2})
+    if (!clausifier_->is_cached(t) && (t == t1 ? length1 : length2) == 0) line.fail("the term has no bits");
+  if (length2 < length1) line.fail("the second term has fewer bits than the first");
   bool const possible = clausifier_->bit_blast_theory_eq(l, t1, t2, &sink_);
   out_ << "eq = " << (possible ? "true" : "false") << '\n';
 }
@@ -248,7 +264,7 @@ void Replay::retract(Line& line) {
   clausifier_->retract_upto(t);
 }
 
-void Replay::notify(Line& line) { clausifier_->notify_interface_term(sound_term(line), &sink_); }
+void Replay::notify(Line& line) { clausifier_->notify_interface_term(sound_root(line), &sink_); }
 
 void Replay::isterminal(Line& line) {
   Term_ const* t = term(line);

@@ -11,11 +11,13 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "vell/bv/wordclausifier.h"
 #include "vell/engine/replayevents.h"
 #include "vell/engine/replayline.h"
+#include "vell/engine/replayoperands.h"
 #include "vell/terms/termmanager.h"
 
 namespace vell::replay {
@@ -67,7 +69,9 @@ class Replay {
   void iscached(Line& line);
   void newfpterms(Line& line);
   Term_ const* term(Line& line);
-  Term_ const* sound_term(Line& line);
+  Operands operands();
+  std::pair<Term_ const*, std::uint64_t> sound_term(Line& line);
+  Term_ const* sound_root(Line& line);
 
   // ---- replaydump.cpp: the clausifier's state ----
   void hooks(Line& line);
@@ -101,8 +105,10 @@ class Replay {
   std::ostream trace_;
   Logger logger_;
   Combination combination_;
+  bool combination_on_ = false;
   std::unique_ptr<CountedTest> test_;
   std::unique_ptr<bv::WordClausifier> clausifier_;
+  std::vector<bv::BvLitList*> replaced_;  // lists that a direct call took out of the cache; nobody else gives them back
   std::unordered_map<std::string, Term_ const*> terms_;
   std::vector<Term_ const*> fp_terms_;
 };

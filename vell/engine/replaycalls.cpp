@@ -2,8 +2,6 @@
 
 // Handlers, gates and circuits called directly.
 
-#include "vell/engine/replayoperands.h"
-
 namespace vell::replay {
 
 using bv::BvLit;
@@ -43,17 +41,24 @@ void Replay::call(Line& line) {
   std::uint64_t width = 0;
   bool const with_proxy = name == "word_equal" && !line.at_end();
   if (shift || with_proxy) flag = line.flag();
-  if (conversion) width = line.number("a width");
+  if (conversion) {
+    width = line.number("a width");
+    if (width > max_length) line.fail("a width above " + std::to_string(max_length));
+  }
   line.finish();
+  // The arithmetic shift needs a sign.
+  if (shift && flag) handler = find_handler("word_asr");
 
-  if (!handler->leaf)
+  bool const needs_children = !handler->leaf || (name == "generic_ite" && tm_.is_term_ite(t->symbol));
+  if (needs_children)
     for (std::uint64_t i = 0; i < t->symbol->arity; ++i)
       if (!clausifier_->is_cached(t->children[i])) {
         out_ << "error not cached: " << t->children[i]->to_shallow_str() << '\n';
         return;
       }
-  if (!fits(tm_, *clausifier_, *handler, t)) line.fail("the operands of " + t->to_shallow_str() + " do not fit " + name);
+  if (!fits(operands(), *handler, t)) line.fail("the operands of " + t->to_shallow_str() + " do not fit " + name);
 
+  bv::BvLitList* const old = clausifier_->lookup(t);
   if (shift) {
     write_result_and_release(clausifier_->word_sr(&sink_, t, flag));
   } else if (conversion) {
@@ -66,6 +71,7 @@ void Replay::call(Line& line) {
   } else {
     (clausifier_.get()->*handler->handler)(&sink_, t);
   }
+  if (old != nullptr && clausifier_->lookup(t) != old) replaced_.push_back(old);
 }
 
 void Replay::circuit(Line& line) {
@@ -99,7 +105,9 @@ void Replay::circuit(Line& line) {
     c.full_adder(&sink_, sum, carry, a, b, cin);
     out_ << "result " << sum << ' ' << carry << '\n';
   } else if (name == "fp_rounding") {
-    write_result(c.fp_rounding(static_cast<IEEEFloat::rounding_mode>(line.number("a mode"))));
+    std::uint64_t const mode = line.number("a mode");
+    if (mode > UINT32_MAX) line.fail("a number of more than 32 bits");
+    write_result(c.fp_rounding(static_cast<IEEEFloat::rounding_mode>(mode)));
   } else {
     BvLitList x = line.list();
     if (name == "word_neg") {
@@ -134,6 +142,7 @@ void Replay::circuit(Line& line) {
       BvLitList q(x.size());
       BvLitList r(x.size());
       if (name == "word_udiv_simple") {
+        if (x.size() != y.size()) line.fail("the lists differ in length");
         c.word_udiv_simple(&sink_, &x, &y, &q, &r, true);
       } else {
         not_empty(x);

@@ -112,7 +112,9 @@ Type const* Replay::type(Line& line) {
   if (t == "bool") return tm_.bool_type;
   if (t == "fp") {
     std::uint64_t const e = line.number("an exponent width");
+    if (e > max_length) line.fail("an exponent width above " + std::to_string(max_length));
     std::uint64_t const s = line.number("a fraction width");
+    if (s > max_length) line.fail("a fraction width above " + std::to_string(max_length));
     return tm_.fp_type(e, s);
   }
   if (t == "rm") return tm_.rounding_mode_type;

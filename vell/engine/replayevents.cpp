@@ -9,6 +9,7 @@ void write_literals(std::ostream& out, bv::BvLitList const& literals) {
 }
 
 bv::BvLit Sink::new_lit() {
+  if (next_ == INT32_MAX) throw Exception("no fresh literal left");
   bv::BvLit const l = next_++;
   out_ << "new " << l << '\n';
   return l;
@@ -63,6 +64,14 @@ void Combination::encode_term(Term_ const* term) {
 
 bool Combination::is_encoded(Term_ const* term) const { return encoded_.count(term) != 0; }
 
+std::uint64_t Combination::length(Term_ const* term) const {
+  if (auto const found = bits_.find(term->to_shallow_str()); found != bits_.end()) return found->second.size();
+  std::uint64_t e = 0;
+  std::uint64_t s = 0;
+  tm_.is_fp_type(term->symbol->get_output_type(), &e, &s);
+  return e + s + 1;
+}
+
 void Combination::get_term_bits(Term_ const* term, bv::BvLitList* out) {
   std::string const name = term->to_shallow_str();
   out_ << "fpbits " << name << '\n';
@@ -70,10 +79,8 @@ void Combination::get_term_bits(Term_ const* term, bv::BvLitList* out) {
     *out = found->second;
     return;
   }
-  std::uint64_t e = 0;
-  std::uint64_t s = 0;
-  tm_.is_fp_type(term->symbol->get_output_type(), &e, &s);
-  for (std::uint64_t i = 0; i < e + s + 1; ++i)
+  std::uint64_t const n = length(term);
+  for (std::uint64_t i = 0; i < n; ++i)
     out->push_back(static_cast<bv::BvLit>(500000 + 100 * term->id + i));
 }
 

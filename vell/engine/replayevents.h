@@ -17,7 +17,8 @@
 
 namespace vell::replay {
 
-// "new LIT", "atom NAME LIT|none", "clause LIT ...". Terms are named by their shallow form.
+// "new LIT", "atom NAME LIT|none", "clause LIT ...". Terms are named by their shallow form. Throws Exception where no
+// fresh literal is left.
 class Sink : public bv::ClauseSink {
  public:
   explicit Sink(std::ostream& out) : out_(out) {}
@@ -71,6 +72,8 @@ class Combination : public FpBvCombination {
   Combination(std::ostream& out, TermManager const& tm) : out_(out), tm_(tm) {}
 
   void set_bits(std::string const& name, bv::BvLitList bits) { bits_[name] = std::move(bits); }
+  // How many bits it delivers for the term.
+  std::uint64_t length(Term_ const* term) const;
 
   void encode_term(Term_ const* term) override;
   bool is_encoded(Term_ const* term) const override;

@@ -1,7 +1,6 @@
 #include "vell/engine/replayline.h"
 
 #include <charconv>
-#include <limits>
 
 namespace vell::replay {
 
@@ -50,12 +49,17 @@ std::int64_t Line::signed_number(char const* what) {
   return n;
 }
 
+std::int32_t Line::small_number(char const* what) {
+  std::int64_t const n = signed_number(what);
+  if (n > INT32_MAX || n < INT32_MIN) fail("a number of more than 32 bits");
+  return static_cast<std::int32_t>(n);
+}
+
 bv::BvLit Line::literal() {
-  std::int64_t const n = signed_number("a literal");
+  bv::BvLit const l = small_number("a literal");
   // The most negative word has no negation and is no literal.
-  if (n > std::numeric_limits<bv::BvLit>::max() || n < -std::numeric_limits<bv::BvLit>::max())
-    fail("a literal of more than 32 bits");
-  return static_cast<bv::BvLit>(n);
+  if (l == INT32_MIN) fail("a number of more than 32 bits");
+  return l;
 }
 
 bv::BvLitList Line::list() {

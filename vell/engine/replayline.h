@@ -26,6 +26,8 @@ class Line {
   std::string_view token(char const* what);
   std::uint64_t number(char const* what);
   std::int64_t signed_number(char const* what);
+  // A number of 32 bits with a sign.
+  std::int32_t small_number(char const* what);
   // A signed 32-bit literal.
   bv::BvLit literal();
   // "[ LIT ... ]"

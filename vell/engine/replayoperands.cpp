@@ -94,6 +94,10 @@ Length mul(TermManager const& tm, Term_ const* t, Lengths const& l) {
   if (l.size() < 2) return {};
   return tm.is_number(t->children[0]->symbol) ? mul_by_constant(tm, t, l) : mul_generic(tm, t, l);
 }
+// The divisor is compared with a remainder as long as the dividend.
+Length unsigned_division(TermManager const&, Term_ const*, Lengths const& l) {
+  return l.size() < 2 || l[1] != l[0] ? Length() : l[0];
+}
 Length signed_division(TermManager const& tm, Term_ const* t, Lengths const& l) {
   if (l.size() < 2) return {};
   std::uint64_t const w = width_of(tm, t->children[0]);
@@ -129,7 +133,7 @@ Length conversion(TermManager const& tm, Term_ const* t, Lengths const& l) {
   std::uint64_t const n = fp_bits(tm, t->children[1]);
   std::uint64_t e = 0;
   tm.is_fp_type(t->children[1]->symbol->get_output_type(), &e);
-  return n == 0 || e == 0 || l[1] < n || l[0] != 2 ? Length() : width_of(tm, t);
+  return n == 0 || e == 0 || l[1] < n || l[0] > 2 ? Length() : width_of(tm, t);
 }
 
 // A circuit of the same name makes the address ambiguous without the cast.
@@ -157,8 +161,8 @@ NamedHandler const handlers[] = {
     {"word_mul_generic", &WordClausifier::word_mul_generic, false, mul_generic},
     {"word_sdiv", over_term(&WordClausifier::word_sdiv), false, signed_division},
     {"word_srem", &WordClausifier::word_srem, false, signed_division},
-    {"word_udiv", &WordClausifier::word_udiv, false, arithmetic},
-    {"word_urem", &WordClausifier::word_urem, false, arithmetic},
+    {"word_udiv", &WordClausifier::word_udiv, false, unsigned_division},
+    {"word_urem", &WordClausifier::word_urem, false, unsigned_division},
     {"word_srem_by_power_of_2", &WordClausifier::word_srem_by_power_of_2, false, by_power_of_2},
     {"word_ult", over_term(&WordClausifier::word_ult), false, unsigned_order},
     {"word_ule", over_term(&WordClausifier::word_ule), false, unsigned_order},
@@ -187,11 +191,23 @@ NamedHandler const handlers[] = {
     {"fp_rounding_variable", &WordClausifier::fp_rounding_variable, true, two_bits},
 };
 
+// The list of a floating-point variable: the combination may deliver any number of bits.
+Length fp_variable_length(Operands const& o, Term_ const* t) {
+  return o.combination != nullptr ? o.combination->length(t) : fp_value(o.tm, t, {});
+}
+
 // The list a term gets from the fallbacks: by its type.
-std::uint64_t leaf_length(TermManager const& tm, Term_ const* t) {
+Length leaf_length(Operands const& o, Term_ const* t) {
   Type const* type = t->symbol->get_output_type();
-  if (type == tm.rounding_mode_type) return 2;
-  return tm.is_bv_type(type) ? width_of(tm, t) : std::max<std::uint64_t>(fp_bits(tm, t), 1);
+  if (type == o.tm.rounding_mode_type) return o.tm.is_number(t->symbol) ? 1 : 2;
+  if (o.tm.is_fp_type(type) && !o.tm.is_number(t->symbol)) return fp_variable_length(o, t);
+  return o.tm.is_bv_type(type) ? width_of(o.tm, t) : std::max<std::uint64_t>(fp_bits(o.tm, t), 1);
+}
+
+Length length_of(Operands const& o, NamedHandler const& handler, Term_ const* t, Lengths const& children) {
+  Length const n = handler.result_length(o.tm, t, children);
+  if (n && handler.handler == &WordClausifier::fp_variable) return fp_variable_length(o, t);
+  return n;
 }
 
 }  // namespace
@@ -207,10 +223,10 @@ NamedHandler const* find_handler(WordClausifier::Handler handler) {
   return h == std::end(handlers) ? nullptr : h;
 }
 
-std::optional<std::string> misfit(TermManager const& tm, WordClausifier& clausifier, Term_ const* root) {
-  auto const& hooks = bv::WordClausifierInspector(clausifier).hooks();
+Cone examine(Operands const& o, Term_ const* root) {
+  auto const& hooks = bv::WordClausifierInspector(o.clausifier).hooks();
   auto const hook = [&](Term_ const* t) -> WordClausifier::Handler {
-    SymbolTag::tag const tag = tm.get_tag(t->symbol);
+    SymbolTag::tag const tag = o.tm.get_tag(t->symbol);
     return tag < hooks.size() ? hooks[tag] : nullptr;
   };
 
@@ -222,7 +238,7 @@ std::optional<std::string> misfit(TermManager const& tm, WordClausifier& clausif
     Term_ const* t = stack.back();
     stack.pop_back();
     if (!lengths.emplace(t, 0).second) continue;
-    if (bv::BvLitList const* bits = clausifier.lookup(t)) {
+    if (bv::BvLitList const* bits = o.clausifier.lookup(t)) {
       lengths[t] = bits->size();
       continue;
     }
@@ -232,28 +248,36 @@ std::optional<std::string> misfit(TermManager const& tm, WordClausifier& clausif
   std::sort(cone.begin(), cone.end(), [](Term_ const* a, Term_ const* b) { return a->id < b->id; });
 
   for (Term_ const* t : cone) {
-    WordClausifier::Handler const h = hook(t);
-    if (h == nullptr) {
-      lengths[t] = leaf_length(tm, t);
-      continue;
+    NamedHandler const* named = hook(t) == nullptr ? nullptr : find_handler(hook(t));
+    Length length;
+    if (named == nullptr) {
+      length = leaf_length(o, t);
+    } else {
+      Lengths children;
+      for (std::uint64_t i = 0; i < t->symbol->arity; ++i) children.push_back(lengths[t->children[i]]);
+      length = length_of(o, *named, t, children);
+      // Over any other term it caches nothing, and the traversal would wait for it without end.
+      if (named->handler == &WordClausifier::generic_ite && !o.tm.is_term_ite(t->symbol)) length.reset();
     }
-    NamedHandler const* named = find_handler(h);
-    Lengths children;
-    for (std::uint64_t i = 0; i < t->symbol->arity; ++i) children.push_back(lengths[t->children[i]]);
-    std::optional<std::uint64_t> const length = named->result_length(tm, t, children);
-    if (!length) return t->to_shallow_str() + ": " + std::string(named->name);
+    if (!length) return {t->to_shallow_str() + ": " + std::string(named == nullptr ? "variable" : named->name), 0};
+    if (*length > max_length) return {t->to_shallow_str() + " has more than " + std::to_string(max_length) + " bits", 0};
     lengths[t] = *length;
   }
-  return std::nullopt;
+  return {"", lengths[root]};
 }
 
-bool fits(TermManager const& tm, WordClausifier& clausifier, NamedHandler const& handler, Term_ const* term) {
+bool fits(Operands const& o, NamedHandler const& handler, Term_ const* term) {
   Lengths children;
   for (std::uint64_t i = 0; i < term->symbol->arity; ++i) {
-    bv::BvLitList const* bits = clausifier.lookup(term->children[i]);
+    bv::BvLitList const* bits = o.clausifier.lookup(term->children[i]);
     children.push_back(bits == nullptr ? 0 : bits->size());
   }
-  return handler.result_length(tm, term, children).has_value();
+  Length const n = length_of(o, handler, term, children);
+  if (handler.handler == nullptr) {  // generic_variable goes by the type
+    Length const leaf = leaf_length(o, term);
+    return leaf && *leaf <= max_length;
+  }
+  return n && *n <= max_length;
 }
 
 }  // namespace vell::replay

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "vell/bv/wordclausifier.h"
+#include "vell/engine/replayevents.h"
 
 namespace vell::replay {
 
@@ -26,11 +27,24 @@ struct NamedHandler {
 NamedHandler const* find_handler(std::string_view name);
 NamedHandler const* find_handler(bv::WordClausifier::Handler handler);
 
-// Looks through everything that bit_blast(root) would translate. Returns the name of the first term whose handler could
-// not work on its operands and the handler's name ("t: word_add"), or nothing.
-std::optional<std::string> misfit(TermManager const& tm, bv::WordClausifier& clausifier, Term_ const* root);
+// Lists longer than this are refused: a width that was mistyped would only fill the memory.
+inline constexpr std::uint64_t max_length = std::uint64_t{1} << 24;
+
+// What the checks look at.
+struct Operands {
+  TermManager const& tm;
+  bv::WordClausifier& clausifier;
+  Combination const* combination;  // null while none is installed
+};
+
+// What bit_blast(root) would come upon.
+struct Cone {
+  std::string misfit;        // the first term whose handler could not work and the handler's name ("t: word_add"), or empty
+  std::uint64_t length = 0;  // of the root's list
+};
+Cone examine(Operands const& operands, Term_ const* root);
 
 // Whether the handler can be called on the term; its children are cached unless the handler is a leaf's.
-bool fits(TermManager const& tm, bv::WordClausifier& clausifier, NamedHandler const& handler, Term_ const* term);
+bool fits(Operands const& operands, NamedHandler const& handler, Term_ const* term);
 
 }  // namespace vell::replay

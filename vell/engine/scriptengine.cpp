@@ -1,8 +1,9 @@
 // One command after the other.
 //
 // The reader has changed the scopes of symbols by the time a command arrives here; the state follows it, and the
-// checker follows the state. Any error ends the script (:error-behavior immediate-exit): what comes after a broken
-// assertion would be answered as if the assertion had never been there.
+// checker follows the state. An error ends the script (:error-behavior immediate-exit): what comes after a broken
+// assertion would be answered as if the assertion had never been there. Only a question that has no answer now (a model
+// after unsat) is refused and passed over: it changes nothing that later answers rest on. The exit code tells of it.
 
 #include "vell/engine/scriptengine.h"
 
@@ -27,6 +28,11 @@ std::string string_literal(std::string_view text) {
 }
 
 namespace {
+
+// A question that has no answer in the present mode.
+struct QueryError : Exception {
+  using Exception::Exception;
+};
 
 std::string parenthesised(std::vector<std::string> const& items) {
   std::string out = "(";
@@ -72,6 +78,7 @@ void ScriptEngine::success() {
 }
 
 void ScriptEngine::error(std::string const& message) const { throw Exception(message); }
+void ScriptEngine::refuse_query(std::string const& message) const { throw QueryError(message); }
 
 bool ScriptEngine::run(std::unique_ptr<smtlib::Source> source) {
   std::string const file = source->name();
@@ -85,6 +92,9 @@ bool ScriptEngine::run(std::unique_ptr<smtlib::Source> source) {
       if (!more) break;
       try {
         if (!execute(command)) break;
+      } catch (QueryError const& e) {
+        query_refused_ = true;
+        console_.answer("(error " + string_literal(smtlib::Error(file, command.position, e.what()).what()) + ")");
       } catch (smtlib::Error const&) {
         throw;
       } catch (Stopped const&) {
@@ -97,9 +107,11 @@ bool ScriptEngine::run(std::unique_ptr<smtlib::Source> source) {
     if (limits_.reason() == StopReason::interrupted) limits_.check();
   } catch (Stopped const& s) {
     // Between two checks: the answer to the script as a whole is unknown, unless it is given already.
-    if (statistics_.unknown == 0) console_.answer("unknown");
+    if (statistics_.unknown == 0) {
+      console_.answer("unknown");
+      if (s.reason() == StopReason::memout) console_.message(file + ": memory limit reached while reading");
+    }
     ++statistics_.unknown;
-    if (s.reason() == StopReason::memout) console_.message(file + ": memory limit reached while reading");
     return false;
   } catch (smtlib::Error const& e) {
     console_.answer("(error " + string_literal(e.what()) + ")");
@@ -111,7 +123,7 @@ bool ScriptEngine::run(std::unique_ptr<smtlib::Source> source) {
     console_.message(file + ": out of memory");
     return false;
   }
-  return !model_failed_ && limits_.reason() != StopReason::interrupted;
+  return !model_failed_ && !query_refused_ && limits_.reason() != StopReason::interrupted;
 }
 
 // False when the script ends here.
@@ -128,7 +140,7 @@ bool ScriptEngine::execute(Command const& command) {
     case CommandKind::get_unsat_core: get_unsat_core(); return true;
     case CommandKind::get_unsat_assumptions: get_unsat_assumptions(); return true;
     case CommandKind::get_assertions: get_assertions(); return true;
-    case CommandKind::get_proof: error("get-proof is not supported"); break;
+    case CommandKind::get_proof: refuse_query("get-proof is not supported"); break;
     case CommandKind::get_info: get_info(command); return true;
     case CommandKind::get_option: get_option(command); return true;
     case CommandKind::set_option: set_option(command); return true;
@@ -217,8 +229,8 @@ void ScriptEngine::verbose(std::string const& answer) {
 // ---- answers about models ----
 
 void ScriptEngine::need_model() const {
-  if (!options_.produce_models) error("models are switched off by :produce-models");
-  if (mode_ != Mode::sat) error("there is no model: the last command was no check-sat that answered sat");
+  if (!options_.produce_models) refuse_query("models are switched off by :produce-models");
+  if (mode_ != Mode::sat) refuse_query("there is no model: the last command was no check-sat that answered sat");
 }
 
 void ScriptEngine::get_model() {
@@ -239,7 +251,7 @@ void ScriptEngine::get_value(Command const& command) {
 }
 
 void ScriptEngine::get_assignment() {
-  if (!options_.produce_assignments) error("assignments are not produced: :produce-assignments is false");
+  if (!options_.produce_assignments) refuse_query("assignments are not produced: :produce-assignments is false");
   need_model();
   std::vector<std::string> pairs;
   for (smtlib::NamedTerm const& n : state_.named())
@@ -251,8 +263,8 @@ void ScriptEngine::get_assignment() {
 // ---- answers about unsatisfiability ----
 
 void ScriptEngine::get_unsat_core() {
-  if (!options_.produce_unsat_cores) error("unsat cores are not produced: :produce-unsat-cores is false");
-  if (mode_ != Mode::unsat) error("there is no unsat core: the last command was no check-sat that answered unsat");
+  if (!options_.produce_unsat_cores) refuse_query("unsat cores are not produced: :produce-unsat-cores is false");
+  if (mode_ != Mode::unsat) refuse_query("there is no unsat core: the last command was no check-sat that answered unsat");
   std::vector<std::string> names;
   for (std::size_t i : checker().core()) names.push_back(state_.assertions()[i].name);
   console_.answer(parenthesised(names));
@@ -260,8 +272,8 @@ void ScriptEngine::get_unsat_core() {
 
 void ScriptEngine::get_unsat_assumptions() {
   if (!options_.produce_unsat_assumptions)
-    error("unsat assumptions are not produced: :produce-unsat-assumptions is false");
-  if (mode_ != Mode::unsat) error("the last command was no check-sat-assuming that answered unsat");
+    refuse_query("unsat assumptions are not produced: :produce-unsat-assumptions is false");
+  if (mode_ != Mode::unsat) refuse_query("the last command was no check-sat-assuming that answered unsat");
   std::vector<std::string> texts;
   for (std::size_t i : checker().failed_assumptions()) texts.push_back(assumption_texts_[i]);
   console_.answer(parenthesised(texts));
@@ -345,8 +357,8 @@ void ScriptEngine::get_info(Command const& command) {
   else if (keyword == ":all-statistics")
     console_.answer(statistics_.smtlib());
   else if (keyword == ":reason-unknown") {
-    // Asked for at any time: a question about an answer that was not given needs no refusal.
-    console_.answer("(:reason-unknown " + (mode_ == Mode::unknown ? reason_unknown_ : std::string("none")) + ")");
+    if (mode_ != Mode::unknown) refuse_query("the last command was no check-sat that answered unknown");
+    console_.answer("(:reason-unknown " + reason_unknown_ + ")");
   } else
     console_.answer("unsupported");
 }

@@ -28,8 +28,9 @@ class ScriptEngine {
   ScriptEngine(CheckerOptions const& options, Console& console, Limits& limits, Statistics& statistics);
   ~ScriptEngine();
 
-  // Executes the script to its end, its exit command, its first error or an interrupt. Answers and errors go to the
-  // console. True when there was neither an error nor an interrupt.
+  // Executes the script to its end, its exit command, its first error or an interrupt; a question that has no answer
+  // in the present mode is refused and passed over. Answers and errors go to the console. True when there was neither an
+  // error nor an interrupt.
   bool run(std::unique_ptr<smtlib::Source> source);
 
  private:
@@ -39,6 +40,7 @@ class ScriptEngine {
   bool execute(Command const& command);
   void success();
   [[noreturn]] void error(std::string const& message) const;
+  [[noreturn]] void refuse_query(std::string const& message) const;
 
   void set_logic(Command const& command);
   void set_option(Command const& command);
@@ -71,6 +73,7 @@ class ScriptEngine {
   std::string reason_unknown_;
   bool proof_used_ = false;
   bool model_failed_ = false;
+  bool query_refused_ = false;
 };
 
 // Text as an SMT-LIB string literal: in quotes, quotes inside doubled.

@@ -60,7 +60,6 @@ void Statistics::each(F f) const {
   count("unsat", unsat);
   count("unknown", unknown);
   count("evaluated-terms", evaluations);
-  count("output-bytes", output_bytes);
   for (std::size_t i = 0; i < phase_count; ++i) {
     Phase const p = static_cast<Phase>(i);
     f((std::string("time-") + phase_name(p)).c_str(), decimal(seconds(p)));

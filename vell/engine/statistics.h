@@ -41,7 +41,6 @@ struct Statistics {
   Counter unsat;
   Counter unknown;
   Counter evaluations;  // terms computed to check models
-  Counter output_bytes;
 
   // Everything from here on is spent in this phase.
   void enter(Phase phase);

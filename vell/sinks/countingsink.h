@@ -7,10 +7,12 @@
 #include <cstdint>
 
 #include "vell/terms/clausesink.h"
+#include "vell/utils/export.h"
 
 namespace vell::sinks {
 
-class CountingSink : public bv::ClauseSink {
+// No atom has a literal here.
+class VELL_API CountingSink : public bv::ClauseSink {
  public:
   bv::BvLit new_lit() override { return next_++; }
   bool atom_lit(Term_ const*, bv::BvLit&) override { return false; }
@@ -29,6 +31,7 @@ class CountingSink : public bv::ClauseSink {
   std::uint64_t literals() const { return literals_; }
   // Clauses that the constant true satisfies.
   std::uint64_t satisfied_clauses() const { return satisfied_; }
+  // Literals that new_lit() gave out.
   std::uint64_t fresh_literals() const { return static_cast<std::uint64_t>(next_) - 2; }
 
  private:

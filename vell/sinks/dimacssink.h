@@ -10,20 +10,23 @@
 #include <string_view>
 
 #include "vell/terms/clausesink.h"
+#include "vell/utils/export.h"
 
 namespace vell::sinks {
 
 // Takes bytes in the order written. Throws when it cannot.
-class ByteOutput {
+class VELL_API ByteOutput {
  public:
   virtual ~ByteOutput() = default;
+  // Takes size bytes; the data is not kept.
   virtual void write(char const* data, std::size_t size) = 0;
 };
 
 // Writes each clause as it comes. The header must be there first, so the number of clauses has to be known: count them
 // by a run into a CountingSink, which sees the same clauses.
-class DimacsSink : public bv::ClauseSink {
+class VELL_API DimacsSink : public bv::ClauseSink {
  public:
+  // How literals become variables, and which clauses stand in the file.
   enum class Form : std::uint8_t {
     // Literal v >= 2 is variable v - 1. A clause that the constant true satisfies is left out, the constant false is
     // removed; a clause left without literals is written as the empty clause "0".
@@ -32,6 +35,7 @@ class DimacsSink : public bv::ClauseSink {
     raw
   };
 
+  // out must outlive the sink. Takes a buffer of 1 MiB.
   DimacsSink(ByteOutput& out, Form form);
   // Hands nothing over: call flush() first.
   ~DimacsSink() override = default;

@@ -8,17 +8,21 @@
 #include <vector>
 
 #include "vell/terms/clausesink.h"
+#include "vell/utils/export.h"
 
 namespace vell::sinks {
 
-class RecordingSink : public bv::ClauseSink {
+// Memory grows with every event; clear() gives it back.
+class VELL_API RecordingSink : public bv::ClauseSink {
  public:
+  // One call of the sink.
   struct Event {
+    // Which operation was called.
     enum class Kind : std::uint8_t { new_lit, atom_lit, clause };
-    Kind kind;
+    Kind kind;                        // which operation
     bv::BvLit literal = bv::l_undef;  // the fresh literal, or the atom's literal (l_undef: it has none)
     Term_ const* term = nullptr;      // the atom asked for
-    bv::BvLitList clause = {};
+    bv::BvLitList clause = {};        // in buffer order
   };
 
   bv::BvLit new_lit() override {
@@ -45,6 +49,7 @@ class RecordingSink : public bv::ClauseSink {
       atoms_[atom] = literal;
   }
 
+  // Everything since the last clear(), in order.
   std::vector<Event> const& events() const { return events_; }
   // The clauses alone.
   std::vector<bv::BvLitList> clauses() const {

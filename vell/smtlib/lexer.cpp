@@ -85,9 +85,31 @@ void Lexer::at_end() const {
                                          : "the file ends inside this `" + std::string(command_) + "`");
 }
 
+// Nearly every token is a parenthesis or a simple symbol that ends inside the window; what is not is left to scan_any.
 Token Lexer::scan() {
-  char const* p = next_;
+  char const* const end = end_;
+  char const* p = past<space>(next_, end);
   skip_front_ = skip_back_ = 0;
+  if (p != end) {
+    char const* q = p + 1;
+    Token kind = Token::end;
+    if (*p == '(')
+      kind = Token::open;
+    else if (*p == ')')
+      kind = Token::close;
+    else if (is(*p, symbol_char) && !is(*p, digit) && (q = past<symbol_char>(q, end)) != end)
+      kind = Token::symbol;
+    if (kind != Token::end) {
+      start_ = p;
+      next_ = stop_ = q;
+      return kind;
+    }
+  }
+  return scan_any();
+}
+
+Token Lexer::scan_any() {
+  char const* p = next_;
 
   // White space and comments.
   for (;;) {

@@ -67,6 +67,7 @@ class Lexer {
 
  private:
   Token scan();
+  Token scan_any();
   void at_end() const;
   bool more(char const*& from, char const*& at);
   [[noreturn]] void bad_byte(char const* at) const;

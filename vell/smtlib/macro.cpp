@@ -1,9 +1,10 @@
 #include "vell/smtlib/macro.h"
 
 #include <algorithm>
-#include <stdexcept>
 #include <unordered_map>
 #include <unordered_set>
+
+#include "vell/terms/exception.h"
 
 namespace vell::smtlib {
 
@@ -53,7 +54,7 @@ Macro::Macro(std::vector<Term_ const*> parameters_in, Term_ const* body_in)
     steps_.push_back({t->symbol, children_.size()});
     widest_ = std::max(widest_, arity);
     for (std::uint64_t i = 0; i < arity; ++i) children_.push_back(child(t->children[i]));
-    if (places.size() >= UINT32_MAX) throw std::length_error("a definition is too large");
+    if (places.size() >= UINT32_MAX) throw Exception("a definition is too large");
     places.emplace(t, static_cast<std::uint32_t>(places.size()));
   }
   result_ = child(body);

@@ -312,7 +312,8 @@ Term_ const* Reader::State::next_term_of(Type const* sort, char const* what, Com
   std::uint64_t const offset = lexer.offset();
   Term_ const* const t = term_parser.parse(c.named);
   Type const* const found = t->symbol->get_output_type();
-  if (found != sort) lexer.fail(offset, std::string(what) + " has sort " + sort_text(found) + ", not " + sort_text(sort));
+  if (found != sort)
+    lexer.fail(offset, std::string(what) + " has sort " + sort_text(found) + ", not " + sort_text(sort));
   return t;
 }
 
@@ -390,6 +391,10 @@ Reader::~Reader() = default;
 bool Reader::next(Command& command) { return state_->next(command); }
 
 std::string const& Reader::file() const { return state_->source->name(); }
+
+std::uint64_t Reader::bytes_read() const { return state_->lexer.offset() + state_->lexer.raw().size(); }
+
+std::uint64_t Reader::bytes_total() const { return state_->source->size(); }
 
 std::string quote_symbol(std::string_view symbol) {
   constexpr std::string_view reserved[] = {"!",     "_",      "as",      "let",         "exists",  "forall", "match",

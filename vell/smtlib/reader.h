@@ -82,6 +82,9 @@ class Reader {
   bool next(Command& command);
 
   std::string const& file() const;
+  // Bytes of the script behind, and in all; the latter is 0 where only the script's end will tell.
+  std::uint64_t bytes_read() const;
+  std::uint64_t bytes_total() const;
 
  private:
   struct State;

@@ -19,6 +19,19 @@ namespace vell::smtlib {
 
 namespace {
 
+// Number of line feeds; lines are long enough for a search to beat a count byte by byte.
+std::uint64_t lines_in(char const* p, std::size_t n) {
+  std::uint64_t lines = 0;
+  char const* const end = p + n;
+  while (p != end) {
+    p = static_cast<char const*>(std::memchr(p, '\n', static_cast<std::size_t>(end - p)));
+    if (p == nullptr) break;
+    ++p;
+    ++lines;
+  }
+  return lines;
+}
+
 // All bytes at once.
 class WholeSource : public Source {
  public:
@@ -27,6 +40,7 @@ class WholeSource : public Source {
     begin_ = text.data();
     end_ = text.data() + text.size();
     first_ = begin_;
+    size_ = text.size();
   }
 
   bool refill(char const* keep) override {
@@ -35,33 +49,38 @@ class WholeSource : public Source {
     return false;
   }
 
-  // Counts on from the position asked for last: commands ask for theirs in order.
+  // Counts on from the position asked for last: commands ask for theirs in order, and there may be very many of them
+  // on one line.
   Position position(std::uint64_t offset) const override {
-    if (offset < seen_offset_) seen_offset_ = 0, seen_line_ = 1;
-    char const* const at = first_ + offset;
-    seen_line_ += static_cast<std::uint64_t>(std::count(first_ + seen_offset_, at, '\n'));
-    seen_offset_ = offset;
-    char const* const line = static_cast<char const*>(offset == 0 ? nullptr : ::memrchr(first_, '\n', offset));
-    return {seen_line_, static_cast<std::uint64_t>(at - (line == nullptr ? first_ - 1 : line))};
+    if (offset < seen_) seen_ = 0, line_ = 1, line_start_ = 0;
+    std::size_t const n = static_cast<std::size_t>(offset - seen_);
+    char const* const from = first_ + seen_;
+    void const* const newline = n == 0 ? nullptr : ::memrchr(from, '\n', n);
+    if (newline != nullptr) {
+      line_ += lines_in(from, n);
+      line_start_ = static_cast<std::uint64_t>(static_cast<char const*>(newline) + 1 - first_);
+    }
+    seen_ = offset;
+    return {line_, offset - line_start_ + 1};
   }
 
  protected:
   char const* first_;
 
  private:
-  mutable std::uint64_t seen_offset_ = 0;
-  mutable std::uint64_t seen_line_ = 1;
+  mutable std::uint64_t seen_ = 0;
+  mutable std::uint64_t line_ = 1;
+  mutable std::uint64_t line_start_ = 0;
 };
 
 class MappedSource final : public WholeSource {
  public:
   MappedSource(void* memory, std::size_t size, std::string name)
-      : WholeSource({static_cast<char const*>(memory), size}, std::move(name)), memory_(memory), size_(size) {}
+      : WholeSource({static_cast<char const*>(memory), size}, std::move(name)), memory_(memory) {}
   ~MappedSource() override { ::munmap(memory_, size_); }
 
  private:
   void* memory_;
-  std::size_t size_;
 };
 
 // Where the lines of the bytes seen so far begin.
@@ -78,34 +97,34 @@ class LineIndex {
     seen_ += n;
   }
 
+  // Goes on from the line asked for last where it can.
   Position position(std::uint64_t offset) const {
-    auto const after = std::upper_bound(marks_.begin(), marks_.end(), offset,
-                                        [](std::uint64_t o, Mark const& m) { return o < m.line_start; });
-    std::size_t const mark = static_cast<std::size_t>(after - marks_.begin());
-    std::uint64_t line = mark * lines_per_mark;
-    std::uint64_t start = mark == 0 ? 0 : marks_[mark - 1].line_start;
-    std::size_t at = mark == 0 ? 0 : marks_[mark - 1].at;
-    while (at < lengths_.size()) {
+    if (offset < last_.start || offset - last_.start > far) {
+      auto const after = std::upper_bound(marks_.begin(), marks_.end(), offset,
+                                          [](std::uint64_t o, Mark const& m) { return o < m.start; });
+      last_ = after == marks_.begin() ? Mark{} : *(after - 1);
+    }
+    for (std::size_t at = last_.at; at < lengths_.size();) {
       std::uint64_t length = 0;
-      unsigned shift = 0;
-      for (;; shift += 7) {
+      for (unsigned shift = 0;; shift += 7) {
         std::uint8_t const b = lengths_[at++];
         length |= std::uint64_t{b & 127u} << shift;
         if (b < 128) break;
       }
-      if (start + length > offset) break;
-      start += length;
-      ++line;
+      if (offset - last_.start < length) break;
+      last_ = {last_.start + length, last_.line + 1, at};
     }
-    return {line + 1, offset - start + 1};
+    return {last_.line + 1, offset - last_.start + 1};
   }
 
  private:
   static constexpr std::uint64_t lines_per_mark = 4096;
-  // Line number lines_per_mark * (index + 1), counted from 0.
+  static constexpr std::uint64_t far = 1 << 16;  // bytes; further on the marks are asked
+  // A line: where it starts, its number counted from 0, and where the code of its length begins.
   struct Mark {
-    std::uint64_t line_start;
-    std::size_t at;  // where the code of its length begins
+    std::uint64_t start = 0;
+    std::uint64_t line = 0;
+    std::size_t at = 0;
   };
 
   void add_line(std::uint64_t next_start) {
@@ -113,11 +132,12 @@ class LineIndex {
     for (; length >= 128; length >>= 7) lengths_.push_back(static_cast<std::uint8_t>(length | 128));
     lengths_.push_back(static_cast<std::uint8_t>(length));
     last_start_ = next_start;
-    if (++lines_ % lines_per_mark == 0) marks_.push_back({next_start, lengths_.size()});
+    if (++lines_ % lines_per_mark == 0) marks_.push_back({next_start, lines_, lengths_.size()});
   }
 
   std::vector<std::uint8_t> lengths_;  // of each line with its newline, low 7 bits first, 128 set but on the last
   std::vector<Mark> marks_;
+  mutable Mark last_;
   std::uint64_t seen_ = 0;
   std::uint64_t lines_ = 0;
   std::uint64_t last_start_ = 0;

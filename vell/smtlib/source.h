@@ -32,6 +32,8 @@ class Source {
   char const* end() const { return end_; }
   // Offset in the script of the byte at begin().
   std::uint64_t offset() const { return offset_; }
+  // Bytes of the whole script; 0 where only its end will tell.
+  std::uint64_t size() const { return size_; }
 
   // Makes at least one more byte available behind end(), keeping the bytes from `keep` on (begin() <= keep <= end()):
   // afterwards begin() is where keep's byte is now. False at the end of the script. Throws Error when reading fails.
@@ -45,6 +47,7 @@ class Source {
   char const* begin_ = nullptr;
   char const* end_ = nullptr;
   std::uint64_t offset_ = 0;
+  std::uint64_t size_ = 0;
 };
 
 }  // namespace vell::smtlib

@@ -1,9 +1,9 @@
 #include "vell/smtlib/symboltable.h"
 
 #include <cstring>
-#include <stdexcept>
 
 #include "vell/smtlib/macro.h"
+#include "vell/terms/exception.h"
 
 namespace vell::smtlib {
 
@@ -73,7 +73,7 @@ Name* SymbolTable::intern(std::string_view symbol) {
 }
 
 Name* SymbolTable::insert(std::string_view symbol, std::uint32_t hash, std::uint64_t tail, std::size_t slot) {
-  if (symbol.size() > UINT32_MAX || count_ == UINT32_MAX - 1) throw std::length_error("too many or too long symbols");
+  if (symbol.size() > UINT32_MAX || count_ == UINT32_MAX - 1) throw Exception("too many or too long symbols");
   if (count_ >> chunk_bits == chunks_.size()) chunks_.push_back(std::make_unique<Name[]>(std::size_t{1} << chunk_bits));
   Name* const n = entry(count_);
   n->text = text_.copy(symbol);

@@ -103,6 +103,10 @@ class SymbolTable {
       undo_.pop_back();
     }
   }
+  // Gives memory back that very many local meanings took; while some are in force it does nothing.
+  void shrink_locals() {
+    if (undo_.empty() && undo_.capacity() > 1u << 20) std::vector<Undo>().swap(undo_);
+  }
   // A number that no entry's stamp has yet.
   std::uint32_t new_stamp();
 

@@ -19,6 +19,11 @@ unsigned digit_value(char c) {
   return static_cast<unsigned>(c <= '9' ? c - '0' : (c | 32) - 'a' + 10);
 }
 
+template <typename T>
+void shrink(std::vector<T>& v) {
+  if (v.capacity() > 1u << 20) std::vector<T>().swap(v);
+}
+
 // bv5
 bool is_numeral(std::string_view symbol) {
   if (symbol.size() < 3 || symbol[0] != 'b' || symbol[1] != 'v') return false;
@@ -53,7 +58,12 @@ Term_ const* TermParser::parse(std::vector<NamedTerm>& named) {
       case Token::binary: value = literal(1); break;
       default: not_a_term();
     }
-    if (deliver(value)) return value;
+    if (!deliver(value)) continue;
+    // What a very deep term took is given back: solving it will need the memory.
+    shrink(frames_);
+    shrink(values_);
+    symbols_.shrink_locals();
+    return value;
   }
 }
 
@@ -356,7 +366,9 @@ bool TermParser::next_binding(Frame& frame) {
   for (std::size_t i = 0; i < count; ++i) {
     Binder const& b = binders_[first + i];
     if (count > 1) {
-      if (b.name->stamp == stamp) lexer_.fail(b.offset, quoted(b.name) + " is bound twice in one let");
+      // To one and the same term: nobody can be misled, and other solvers read such scripts.
+      if (b.name->stamp == stamp && b.name->local != values_[frame.base + i])
+        lexer_.fail(b.offset, quoted(b.name) + " is bound to two terms in one let");
       b.name->stamp = stamp;
     }
     symbols_.bind_local(b.name, values_[frame.base + i]);

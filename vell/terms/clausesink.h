@@ -4,6 +4,7 @@
 
 #include "vell/terms/literal.h"
 #include "vell/terms/term.h"
+#include "vell/utils/export.h"
 
 namespace vell::bv {
 
@@ -11,7 +12,7 @@ namespace vell::bv {
 //
 // A clause is the content of `lits` at the moment add_clause() is called, in buffer order. Literals 1 and -1 may occur
 // in clauses and mean the constants true and false; 0 never does. The sink owns the numbering of variables.
-class ClauseSink {
+class VELL_API ClauseSink {
  public:
   virtual ~ClauseSink() = default;
 
@@ -24,6 +25,7 @@ class ClauseSink {
   // Takes the clause held in `lits`. The buffer is emptied by the next emission, not by the sink.
   virtual void add_clause() = 0;
 
+  // Appends literals to the clause under construction, in argument order.
   void push(BvLit a, BvLit b) {
     lits.push_back(a);
     lits.push_back(b);
@@ -40,6 +42,7 @@ class ClauseSink {
     lits.push_back(d);
   }
 
+  // The clause under construction; add_clause() reads it.
   BvLitList lits;
 };
 

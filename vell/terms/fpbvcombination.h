@@ -2,12 +2,13 @@
 
 #include "vell/terms/literal.h"
 #include "vell/terms/term.h"
+#include "vell/utils/export.h"
 
 namespace vell {
 
 // A floating-point layer that reduces floating-point terms to bits. The clausifier calls encode_term and
 // get_term_bits only.
-class FpBvCombination {
+class VELL_API FpBvCombination {
  public:
   virtual ~FpBvCombination() = default;
 

@@ -18,21 +18,26 @@
 #include "vell/terms/literal.h"
 #include "vell/terms/term.h"
 #include "vell/terms/type.h"
+#include "vell/utils/export.h"
 
 namespace vell {
 
+// The level of a message, as a piece of it: it holds from there on.
 struct loglevel {
+  // 1 the rarest messages, 5 the finest detail; a negative level is never written.
   explicit loglevel(int n) : value(n) {}
   int value;
 };
 
+// The end of a message, as its last piece.
 struct EndLog {};
 inline constexpr EndLog endlog{};
 
 // Whether the stream is standard output or standard error and that is a terminal.
-bool is_terminal(std::ostream const& stream);
+VELL_API bool is_terminal(std::ostream const& stream);
 
-class Logger {
+// A trace stream with a threshold. One thread at a time.
+class VELL_API Logger {
  public:
   // Writes to standard error with verbosity 0.
   Logger();
@@ -45,7 +50,9 @@ class Logger {
     verbosity_ = n;
     update_threshold();
   }
+  // The level set last, also while muted.
   int verbosity() const { return verbosity_; }
+  // Writes nothing while muted.
   void set_muted(bool muted) {
     muted_ = muted;
     update_threshold();
@@ -61,8 +68,10 @@ class Logger {
     module_ = module;
     return *this;
   }
+  // The module selected last. Not owned.
   char const* module() const { return module_; }
 
+  // Sets the level of what follows.
   Logger& operator<<(loglevel n) {
     level_ = n.value;
     return *this;
@@ -70,6 +79,7 @@ class Logger {
   // Ends the line.
   Logger& operator<<(EndLog) { return write("\n"); }
 
+  // Text as it is, integers in decimal, truth values as 0 and 1.
   Logger& operator<<(char const* text) { return write(text); }
   Logger& operator<<(std::string const& text) { return write(text); }
   Logger& operator<<(std::string_view text) { return write(text); }
@@ -81,6 +91,7 @@ class Logger {
   Logger& operator<<(long long n) { return number(n); }
   // The shallow form of the term.
   Logger& operator<<(Term_ const* term);
+  // Type::to_str of the type.
   Logger& operator<<(Type const* type);
   // A signed 32-bit integer is a literal: "?", "T", "F", or "~" for a negative one and its magnitude minus 2.
   Logger& operator<<(bv::BvLit literal);

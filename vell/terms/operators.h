@@ -9,24 +9,25 @@
 #include "vell/terms/exception.h"
 #include "vell/terms/symboltag.h"
 #include "vell/terms/type.h"
+#include "vell/utils/export.h"
 
 namespace vell {
 
 // An application whose arguments do not fit its operator. what() is one line without a position.
-struct SortError : Exception {
+struct VELL_API SortError : Exception {
   using Exception::Exception;
 };
 
 // The name of an operator as SMT-LIB writes it ("bvadd", "extract"); "?" for a tag without one.
-char const* operator_name(SymbolTag::tag tag);
+VELL_API char const* operator_name(SymbolTag::tag tag);
 
 // The number of arguments mk_app takes for the operator; -1 for a tag that mk_app does not build.
-int operator_arity(SymbolTag::tag tag);
+VELL_API int operator_arity(SymbolTag::tag tag);
 
 // Number of parameters of an indexed operator: 2 for extract, 1 for rotations and extensions, 0 otherwise.
-unsigned operator_parameters(SymbolTag::tag tag);
+VELL_API unsigned operator_parameters(SymbolTag::tag tag);
 
 // The type as SMT-LIB writes it: "(_ BitVec 8)", "Bool", "(_ FloatingPoint 8 24)" (with the hidden bit).
-std::string sort_text(Type const* type);
+VELL_API std::string sort_text(Type const* type);
 
 }  // namespace vell

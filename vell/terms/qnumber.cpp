@@ -162,6 +162,7 @@ QNumber QNumber::exact_quotient() const {
 }
 
 std::string QNumber::to_str() const {
+  if (denominator_ == 1) return std::to_string(small_);
   GmpPair a;
   load(*this, a.numerator, a.denominator);
   auto text = [](mpz_t const z) {

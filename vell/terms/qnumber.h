@@ -13,21 +13,26 @@
 #include <string>
 #include <string_view>
 
+#include "vell/utils/export.h"
+
 namespace vell {
 
 struct GmpPair;  // numerator and denominator as GMP integers; defined in qnumber_gmp.h
 
-class QNumber {
+class VELL_API QNumber {
  public:
   QNumber() : QNumber(0) {}
   // Small form. denominator must not be 0.
   explicit QNumber(std::int64_t numerator, std::int64_t denominator = 1)
       : small_(numerator), denominator_(denominator) {}
+  // A copy has the form of its source; copying a small number allocates nothing.
   QNumber(QNumber const& other);
+  // The source is 0 afterwards.
   QNumber(QNumber&& other) noexcept : small_(other.small_), denominator_(other.denominator_) {
     other.small_ = 0;
     other.denominator_ = 1;
   }
+  // Takes the other's value and form.
   QNumber& operator=(QNumber other) noexcept {
     swap(other);
     return *this;
@@ -35,6 +40,7 @@ class QNumber {
   ~QNumber() {
     if (is_big()) release();
   }
+  // Exchanges values and forms.
   void swap(QNumber& other) noexcept;
 
   // The integer written in digits of base 2, 10 or 16 (either case), an optional '-' first. Small when it fits a signed
@@ -45,6 +51,7 @@ class QNumber {
   // The unsigned integer held in `count` words, least significant first. Small when it fits a signed 64-bit word.
   static QNumber from_words(std::uint64_t const* words, std::size_t count);
 
+  // Whether the number is held as GMP integers.
   bool is_big() const { return denominator_ == 0; }
 
   // Bit i of the numerator. Small form: bit i of the 64-bit two's-complement word, 0 for i >= 64.
@@ -70,10 +77,13 @@ class QNumber {
 
   // Decimal text, "n" or "n/d".
   std::string to_str() const;
+  // Of numerator and form: equal numbers of the same form, in lowest terms, have the same. Cost: the number's length.
   std::uint64_t hash() const;
 
-  friend bool operator<(QNumber const& a, QNumber const& b);
-  friend bool operator==(QNumber const& a, QNumber const& b);
+  // Order and equality of the rational values, whichever forms they have. Small numbers of one denominator, so all small
+  // integers, cost a comparison; anything else goes through GMP.
+  friend VELL_API bool operator<(QNumber const& a, QNumber const& b);
+  friend VELL_API bool operator==(QNumber const& a, QNumber const& b);
 
   // Scratch pair of the comparisons, so that none of them allocates once it has grown. One per thread: two managers may
   // be used by two threads.
@@ -81,6 +91,7 @@ class QNumber {
 
   // The GMP integers of the big form; null for the small one.
   GmpPair const* gmp() const { return is_big() ? big_ : nullptr; }
+  // The two words of the small form; the denominator is 0 for the big one, the numerator then meaningless.
   std::int64_t small_numerator() const { return small_; }
   std::int64_t small_denominator() const { return denominator_; }
 

@@ -32,6 +32,7 @@ class Symbol {
 
   // The type of the terms built with the symbol.
   Type const* get_output_type() const { return output_type_; }
+  // What the constructing TermManager gave the symbol.
   Role role() const { return role_; }
   SymbolTag::tag tag() const { return tag_; }
   // Parameters of an indexed operator, 0 where it has none: extract msb, lsb; rotations and extensions the amount.

@@ -6,6 +6,7 @@ namespace vell {
 
 // Operator kinds. The clausifier's hook table is indexed by them.
 namespace SymbolTag {
+// Gaps are left for operators of solvers; see WordClausifier::register_hook.
 enum tag : std::uint32_t {
   none = 0,
   bool_true = 1,

@@ -4,12 +4,13 @@
 #include <string>
 
 #include "vell/terms/symbol.h"
+#include "vell/utils/export.h"
 
 namespace vell {
 
 // A node of the hash-consed term DAG: immutable, owned by its TermManager, compared by pointer.
 // Children are made before their parents, so a child's id is below its parent's.
-struct Term_ {
+struct VELL_API Term_ {
   std::uint64_t id;      // unique within the manager, counted from 1
   Symbol const* symbol;  // the operator
   // symbol->arity of them, in argument order. A flexible array: both compilers have it, as an extension.

@@ -26,23 +26,26 @@
 #include "vell/terms/term.h"
 #include "vell/terms/type.h"
 #include "vell/utils/arena.h"
+#include "vell/utils/export.h"
 
 namespace vell {
 
 // What a new symbol is made of; see TermManager::make_symbol.
 struct SymbolSpec {
-  std::string_view name;
-  std::uint64_t arity = 0;
-  Type const* output_type = nullptr;
-  SymbolTag::tag tag = SymbolTag::none;
-  Symbol::Role role = Symbol::Role::plain;
-  std::uint64_t parameter0 = 0;
-  std::uint64_t parameter1 = 0;
-  QNumber const* number = nullptr;  // copied; for Role::number
-  std::string_view label = {};      // text of the symbol's terms; empty: made from name and children
+  std::string_view name;                         // copied
+  std::uint64_t arity = 0;                       // number of arguments
+  Type const* output_type = nullptr;             // type of the terms; of the same manager, must be set
+  SymbolTag::tag tag = SymbolTag::none;          // selects the clausifier's handler
+  Symbol::Role role = Symbol::Role::plain;       // what the queries answer
+  std::uint64_t parameter0 = 0;                  // as in Symbol::parameter
+  std::uint64_t parameter1 = 0;                  // as in Symbol::parameter
+  QNumber const* number = nullptr;               // copied; for Role::number
+  std::string_view label = {};                   // text of the symbol's terms; empty: made from name and children
 };
 
-class TermManager {
+// Owns its types, symbols and terms. Several threads may read them as long as none makes any; two managers share
+// nothing.
+class VELL_API TermManager {
  public:
   TermManager();
   ~TermManager();
@@ -50,26 +53,30 @@ class TermManager {
   TermManager& operator=(TermManager const&) = delete;
 
   // ---- types ----
-  Type const* bool_type;
+  Type const* bool_type;       // of Boolean terms
   Type const* bv_type_marker;  // component 0 of every bit-vector type
   Type const* fp_type_marker;  // component 0 of every floating-point type
-  Type const* int_type;
-  Type const* real_type;
-  Type const* rounding_mode_type;
+  Type const* int_type;        // of integers, which have no bits
+  Type const* real_type;       // of reals, which have no bits
+  Type const* rounding_mode_type;  // of rounding modes, two bits each
 
   // The type of words of `width` bits.
   Type const* bv_type(std::uint64_t width);
   // exponent_width, fraction_width in bits, the fraction without the hidden bit.
   Type const* fp_type(std::uint64_t exponent_width, std::uint64_t fraction_width);
+  // The type of functions from these argument types to the result. A walk over the function types made so far.
   Type const* function_type(std::span<Type const* const> arguments, Type const* result);
 
   // ---- queries; a null out pointer asks only the question ----
+  // The operator kind of a symbol.
   SymbolTag::tag get_tag(Symbol const* symbol) const { return symbol->tag_; }
+  // Whether the type is one of words; its width in bits.
   bool is_bv_type(Type const* type, std::uint64_t* width = nullptr) const {
     if (type->components.size() != 2 || type->get_component(0) != bv_type_marker) return false;
     if (width != nullptr) *width = get_width_from_type(type->get_component(1));
     return true;
   }
+  // Whether the type is a floating-point one; its widths in bits, the fraction without the hidden bit.
   bool is_fp_type(Type const* type, std::uint64_t* exponent_width = nullptr,
                   std::uint64_t* fraction_width = nullptr) const {
     if (type->components.size() != 2 || type->get_component(0) != fp_type_marker) return false;
@@ -80,8 +87,10 @@ class TermManager {
   }
   // The width that a width type encodes.
   std::uint64_t get_width_from_type(Type const* type) const { return type->a_; }
+  // Whether the type is one of functions; its argument types in order, and its result type.
   bool is_function_type(Type const* type, std::vector<Type const*>* arguments = nullptr,
                         Type const** result = nullptr) const;
+  // Whether the symbol is a numeral; a copy of its value. See number() for the value without a copy.
   bool is_number(Symbol const* symbol, QNumber* value = nullptr) const {
     if (symbol->role_ != Symbol::Role::number) return false;
     if (value != nullptr) *value = *symbol->number_;
@@ -91,17 +100,23 @@ class TermManager {
   QNumber const* number(Symbol const* symbol) const {
     return symbol->role_ == Symbol::Role::number ? symbol->number_ : nullptr;
   }
+  // Whether the symbol is a variable or a function without a meaning of its own.
   bool is_uninterpreted_function(Symbol const* symbol) const {
     return symbol->role_ == Symbol::Role::uninterpreted;
   }
+  // Whether the symbol is an if-then-else over words or other non-Boolean terms; the type of its branches.
   bool is_term_ite(Symbol const* symbol, Type const** type = nullptr) const;
+  // Whether the symbol is an extraction; its bounds, 0 the least significant bit, and msb + 1 - lsb.
   bool is_bv_extract(Symbol const* symbol, std::uint64_t* msb = nullptr, std::uint64_t* lsb = nullptr,
                      std::uint64_t* selected_width = nullptr) const;
+  // Whether the symbol is a rotation in that direction; by how many bits, as written, and the width of the word.
   bool is_bv_rotate_left(Symbol const* symbol, std::uint64_t* amount = nullptr,
                          std::uint64_t* width = nullptr) const;
   bool is_bv_rotate_right(Symbol const* symbol, std::uint64_t* amount = nullptr,
                           std::uint64_t* width = nullptr) const;
+  // Whether the symbol is the signed less-than; the width of its operands.
   bool is_bv_slt(Symbol const* symbol, std::uint64_t* width = nullptr) const;
+  // Whether the symbol is that rounding-mode constant.
   bool is_fprounding_even(Symbol const* symbol) const { return symbol->role_ == Symbol::Role::rounding_even; }
   bool is_fprounding_zero(Symbol const* symbol) const { return symbol->role_ == Symbol::Role::rounding_zero; }
   bool is_fprounding_plus_inf(Symbol const* symbol) const {
@@ -126,7 +141,9 @@ class TermManager {
   Term_ const* mk_variable(std::string_view name, Type const* type);
   // The numeral of a value and a type; the value of a bit-vector numeral is its unsigned one.
   Term_ const* mk_number(QNumber const& value, Type const* type);
+  // The numeral of value modulo 2^width, as a word.
   Term_ const* mk_bv(std::uint64_t value, std::uint64_t width);
+  // The constant true or false.
   Term_ const* mk_bool(bool value);
   // An application with its sorts checked and its type inferred; parameters as in Symbol::parameter. Throws SortError
   // with one line that says what does not fit. See operators.h for the operators.

@@ -17,6 +17,7 @@
 
 namespace vell {
 
+// Owns its memory; destroys no objects. One thread at a time.
 class Arena {
  public:
   // Chunks hold chunk_bytes bytes; a larger request gets a chunk of its own.

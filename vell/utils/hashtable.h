@@ -25,10 +25,11 @@ namespace vell::hsh {
 template <typename Key, typename Value, typename Hash>
 class Hashtable {
  public:
+  // An entry. It stays where it is until its key is removed, also when the table grows.
   struct Node {
-    Node* next;
+    Node* next;  // in the chain of the bucket, or null
     Key key;
-    Value value;
+    Value value;  // may be changed in place
   };
   static_assert(sizeof(Node) == 24);
 
@@ -87,10 +88,13 @@ class Hashtable {
     size_ = 0;
   }
 
+  // Number of entries.
   std::uint64_t size() const { return size_; }
+  // Number of chains, one of `primes`.
   std::uint64_t bucket_count() const { return buckets_.size(); }
   // First node of bucket b; follow next for the rest of the chain.
   Node const* chain(std::uint64_t b) const { return buckets_[b]; }
+  // Where the nodes come from.
   MemoryPool<24, false> const& node_pool() const { return nodes_; }
 
  private:

@@ -15,6 +15,7 @@ namespace vell {
 template <typename List, bool ThreadSafe>
 class ObjectPool {
  public:
+  // As for MemoryPool, in lists.
   ObjectPool(std::uint64_t first_chunk, float growth, std::uint64_t max_chunk)
       : pool_(first_chunk, growth, max_chunk) {}
 
@@ -54,6 +55,7 @@ class ObjectPool {
   // Returns the chunks to the system. Lists that were not released leak their element storage.
   void release_chunks() { pool_.release_chunks(); }
 
+  // Those of the pool of headers.
   std::uint64_t next_chunk_size() const { return pool_.next_chunk_size(); }
   std::uint64_t chunk_count() const { return pool_.chunk_count(); }
   std::uint64_t free_count() const { return pool_.free_count(); }

@@ -1,0 +1,63 @@
+# What `cmake --install` puts where: the library with its headers, CMake package and .pc file, and the command line.
+# Everything below the prefix finds the rest by its own place, so that an installed tree can be moved.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+get_target_property(VELL_LIBRARY_TYPE vell TYPE)
+set(VELL_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/vell)
+
+install(TARGETS vell EXPORT vell
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+
+# Headers. The sources include some that no caller needs; the CaDiCaL sink belongs to the command line.
+set(VELL_INTERNAL_HEADERS bv/emit.h bv/poollist.h bv/trace.h sinks/cadicalsink.h)
+foreach(layer utils terms bv sinks)
+  file(GLOB headers CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/vell ${PROJECT_SOURCE_DIR}/vell/${layer}/*.h)
+  list(REMOVE_ITEM headers ${VELL_INTERNAL_HEADERS})
+  list(TRANSFORM headers PREPEND ${PROJECT_SOURCE_DIR}/vell/)
+  install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vell/${layer} COMPONENT development)
+endforeach()
+
+# CMake package.
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/vellConfig.cmake.in ${PROJECT_BINARY_DIR}/vellConfig.cmake
+  INSTALL_DESTINATION ${VELL_CMAKE_DIR} NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/vellConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(EXPORT vell NAMESPACE vell:: FILE vellTargets.cmake DESTINATION ${VELL_CMAKE_DIR} COMPONENT development)
+install(FILES ${PROJECT_BINARY_DIR}/vellConfig.cmake ${PROJECT_BINARY_DIR}/vellConfigVersion.cmake
+              ${PROJECT_SOURCE_DIR}/cmake/FindGMP.cmake
+        DESTINATION ${VELL_CMAKE_DIR} COMPONENT development)
+
+# .pc file. The prefix is the way up from the file's own directory.
+file(RELATIVE_PATH VELL_PC_TO_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" VELL_PC_TO_PREFIX "${VELL_PC_TO_PREFIX}")
+file(RELATIVE_PATH VELL_PC_LIBDIR ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_LIBDIR})
+file(RELATIVE_PATH VELL_PC_INCLUDEDIR ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_INCLUDEDIR})
+if(VELL_LIBRARY_TYPE STREQUAL "STATIC_LIBRARY")
+  # An archive names no libraries, so whoever links it has to, with --static or without; and the C++ run-time library
+  # where the program's main is not C++.
+  set(VELL_PC_CFLAGS " -DVELL_STATIC")
+  set(VELL_PC_LIBS " -lgmp")
+  foreach(library IN LISTS CMAKE_DL_LIBS)
+    string(APPEND VELL_PC_LIBS " -l${library}")
+  endforeach()
+  set(VELL_PC_LIBS_PRIVATE " -lstdc++")
+else()
+  # A caller of qnumber_gmp.h includes gmp.h and links GMP on its own account.
+  set(VELL_PC_CFLAGS "")
+  set(VELL_PC_LIBS "")
+  set(VELL_PC_LIBS_PRIVATE " -lgmp")
+endif()
+configure_file(${PROJECT_SOURCE_DIR}/cmake/vell.pc.in ${PROJECT_BINARY_DIR}/vell.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/vell.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+# The command line finds a shared library beside itself. A distribution's package, installed where the loader looks
+# anyway, switches that off with CMAKE_SKIP_INSTALL_RPATH.
+if(TARGET vell-bv)
+  file(RELATIVE_PATH bin_to_lib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+  if(VELL_LIBRARY_TYPE STREQUAL "SHARED_LIBRARY")
+    set_target_properties(vell-bv PROPERTIES INSTALL_RPATH "$ORIGIN/${bin_to_lib}")
+  endif()
+  install(TARGETS vell-bv RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+endif()

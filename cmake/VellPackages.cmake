@@ -1,0 +1,47 @@
+# Debian packages: configure with the preset `debian`, build, and run cpack in build/debian.
+#
+# Three packages, as the distribution splits libraries: libvell0.1, which programs of this minor version run with;
+# libvell-dev, which they are built with; vell-bv, the command line. Packages of several minor versions can be installed
+# side by side, so the name of the first follows the shared library's.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME vell)
+set(CPACK_PACKAGE_VENDOR "The Vell developers")
+set(CPACK_PACKAGE_CONTACT "The Vell developers <vell@localhost>")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_COMPONENTS_ALL runtime development)
+if(TARGET vell-bv)
+  list(APPEND CPACK_COMPONENTS_ALL tool)
+endif()
+
+set(runtime_package "libvell${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}")
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+set(same_version "(= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
+# The libraries that programs are linked with come from the distribution's own data; for this library's packages the
+# data is made here.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/vell)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "The shared library: translates terms over fixed-size bit-vectors into
+ propositional clauses.")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime_package})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Headers, CMake package and pkg-config file of the library.")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libvell-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${runtime_package} ${same_version}, libgmp-dev")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
+
+set(CPACK_COMPONENT_TOOL_DESCRIPTION "The command line: runs SMT-LIB scripts over bit-vectors and writes their
+ clauses as DIMACS.")
+set(CPACK_DEBIAN_TOOL_PACKAGE_NAME vell-bv)
+set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION math)
+set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "${runtime_package} ${same_version}")
+
+include(CPack)

@@ -1,0 +1,10 @@
+# Runs PROGRAM and compares what it prints with the file EXPECTED.
+cmake_minimum_required(VERSION 3.25)
+execute_process(COMMAND ${PROGRAM} OUTPUT_VARIABLE output RESULT_VARIABLE result)
+if(NOT result EQUAL 0)
+  message(FATAL_ERROR "${PROGRAM} ended with ${result}")
+endif()
+file(READ ${EXPECTED} expected)
+if(NOT output STREQUAL expected)
+  message(FATAL_ERROR "${PROGRAM} printed\n${output}instead of\n${expected}")
+endif()
