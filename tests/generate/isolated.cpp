@@ -2,6 +2,7 @@
 
 #include <signal.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -74,6 +75,7 @@ std::optional<Failure> in_child(std::function<void()> const& work) {
   pid_t const child = fork();
   if (child < 0) throw std::runtime_error("no process can be started");
   if (child == 0) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);  // no orphan goes on when the parent is stopped
     work();
     // The ordinary end, for the leak checker; after a failed check things lie about.
     exit(0);
