@@ -5,17 +5,24 @@
 // unit clause -a. The clauses that define a term's bits hold on every level, so a term that was translated once is
 // never translated again, however often the level that brought it is popped. A named assertion, when cores are asked
 // for, has such a literal to itself.
+//
+// What the first check finds on the first level may be solved in part before it becomes clauses. Variables that went
+// in doing so get their values back in each model; a later formula that speaks of one brings the formulas back.
 
 #include "vell/engine/checker.h"
 
+#include <algorithm>
 #include <new>
 
+#include "vell/engine/linearequations.h"
+#include "vell/engine/unconstrained.h"
 #include "vell/terms/exception.h"
 
 namespace vell::engine {
 
 Checker::Checker(TermManager& tm, CheckerOptions const& options, Limits const& limits, Statistics& statistics)
-    : limits_(limits),
+    : tm_(tm),
+      limits_(limits),
       statistics_(statistics),
       config_{options.free_division ? 1 : 0},
       solver_(options.solver_command.empty() ? make_cadical(limits, statistics, options.seed, options.proof)
@@ -23,7 +30,9 @@ Checker::Checker(TermManager& tm, CheckerOptions const& options, Limits const& l
       clausifier_(&tm, &config_),
       identities_(tm, options.free_division),
       limit_test_(limits, statistics, [this] { solver_->report(statistics_); }),
-      evaluator_(tm, options.free_division) {
+      evaluator_(tm, options.free_division),
+      proof_(!options.proof.empty()),
+      least_saving_(options.least_saving) {
   if (options.logger != nullptr) clausifier_.set_logger(options.logger);
   clausifier_.set_termination_test(&limit_test_);
 }
@@ -33,16 +42,57 @@ Checker::~Checker() {
 }
 
 bv::BvLit Checker::translate(Term_ const* t) {
-  return clausifier_.bit_blast(identities_.decide(t), &solver_->sink());
+  Term_ const* decided = identities_.decide(t);
+  restore_if_needed(decided);
+  return clausifier_.bit_blast(decided, &solver_->sink());
 }
 
-void Checker::encode(ScriptState const& state, bool named_selectors) {
+// The lasting formulas of the first check. Whoever reads a proof wants the clauses of the formulas as they stand.
+void Checker::encode_first(ScriptState const& state, std::size_t lasting,
+                           std::vector<Term_ const*> const& assumptions) {
+  definitions_.clear();
+  std::vector<Term_ const*> formulas;
+  for (std::size_t i = 0; i < lasting; ++i) formulas.push_back(identities_.decide(state.assertions()[i].term));
+  std::vector<Term_ const*> const given = formulas;
+  std::vector<Term_ const*> kept;
+  for (std::size_t i = lasting; i < state.assertions().size(); ++i)
+    kept.push_back(identities_.decide(state.assertions()[i].term));
+  for (Term_ const* t : assumptions) kept.push_back(identities_.decide(t));
+
+  solve_linear_equations(tm_, formulas, kept, proof_ ? nullptr : &definitions_);
+  // Left open, a quotient by zero has a value for each term: terms cannot be replaced by others.
+  if (!proof_ && config_.div_semantics == 0)
+    eliminate_unconstrained(tm_, formulas, kept, least_saving_, definitions_);
+  if (!definitions_.empty()) {
+    replaced_ = given;
+    known_free_of_them_.add(formulas);
+    known_free_of_them_.add(kept);
+  }
+  for (Term_ const* f : formulas) solver_->add_clause({clausifier_.bit_blast(f, &solver_->sink())});
+  selectors_.resize(lasting, bv::l_undef);
+}
+
+void Checker::restore_if_needed(Term_ const* t) {
+  if (definitions_.empty() || known_free_of_them_.contains(t)) return;
+  known_free_of_them_.add(t);
+  bool const mentioned = std::any_of(definitions_.begin(), definitions_.end(), [&](Definition const& d) {
+    return known_free_of_them_.contains(d.variable);
+  });
+  if (!mentioned) return;
+  definitions_.clear();
+  defined_values_.clear();
+  for (Term_ const* f : replaced_) solver_->add_clause({clausifier_.bit_blast(f, &solver_->sink())});
+  replaced_.clear();
+}
+
+void Checker::encode(ScriptState const& state, std::vector<Term_ const*> const& assumptions, bool named_selectors) {
   std::vector<Assertion> const& assertions = state.assertions();
   activations_.resize(state.levels(), bv::l_undef);
   // What is asserted on the first level holds for good; in a core every assertion must speak for itself.
   std::size_t const lasting = state.levels() == 0 ? assertions.size() : state.level_start(1);
   if (!named_selectors)
     for (std::size_t i = selectors_.size(); i < lasting; ++i) identities_.assume(assertions[i].term);
+  if (!named_selectors && selectors_.empty()) encode_first(state, lasting, assumptions);
   std::uint64_t level = 0;
   while (selectors_.size() < assertions.size()) {
     std::size_t const i = selectors_.size();
@@ -86,7 +136,7 @@ Checker::Answer Checker::check(ScriptState const& state, std::vector<Term_ const
   if (limits_.stopped()) return give_up(reason_text(limits_.reason()));
   try {
     statistics_.enter(Phase::clausifying);
-    encode(state, named_selectors);
+    encode(state, assumptions, named_selectors);
     assumed_.clear();
     for (Term_ const* t : assumptions) assumed_.push_back(translate(t));
     solver_->report(statistics_);
@@ -120,6 +170,7 @@ Checker::Answer Checker::check(ScriptState const& state, std::vector<Term_ const
 }
 
 bool Checker::model_holds(ScriptState const& state, std::vector<Term_ const*> const& assumptions) {
+  complete_model();
   evaluator_.set_assignment(*this);
   for (Assertion const& a : state.assertions())
     if (!evaluator_.is_true(a.term)) return false;
@@ -128,7 +179,24 @@ bool Checker::model_holds(ScriptState const& state, std::vector<Term_ const*> co
   return true;
 }
 
+void Checker::complete_model() {
+  defined_values_.clear();
+  if (definitions_.empty()) return;
+  Evaluator evaluator(tm_, config_.div_semantics != 0);
+  evaluator.set_assignment(*this);
+  for (std::size_t i = definitions_.size(); i-- > 0;) {
+    Definition const& d = definitions_[i];
+    std::uint64_t const* words = evaluator.value(d.value);
+    std::uint64_t const width = value_width(tm_, d.variable->symbol->get_output_type());
+    defined_values_[d.variable].assign(words, words + (width + 63) / 64);
+  }
+}
+
 void Checker::read(Term_ const* t, std::uint64_t width, std::uint64_t* words) const {
+  if (auto const found = defined_values_.find(t); found != defined_values_.end()) {
+    std::copy(found->second.begin(), found->second.end(), words);
+    return;
+  }
   bv::BvLitList const* bits = clausifier_.lookup(t);
   if (bits == nullptr) return;  // nothing depends on it: zero
   for (std::uint64_t i = 0; i < width; ++i)

@@ -2,14 +2,17 @@
 
 // Decides the assertions of a script, incrementally.
 //
-// Tested by tests/engine/scriptengine_test.cpp.
+// Tested by tests/engine/checker_test.cpp and tests/engine/scriptengine_test.cpp.
 
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "vell/engine/clausifiers.h"
+#include "vell/engine/cone.h"
+#include "vell/engine/definition.h"
 #include "vell/engine/evaluator.h"
 #include "vell/engine/limits.h"
 #include "vell/engine/satsolver.h"
@@ -26,6 +29,9 @@ struct CheckerOptions {
   std::string solver_command;  // external solver, "" for the embedded one
   unsigned verbosity = 0;      // above 0: a line on the diagnostic channel after each check
   Logger* logger = nullptr;    // of the clausifier; null for none
+  // Unconstrained variables are eliminated where that spares more than this in circuits, as circuit_cost() counts
+  // them: more than one product of 256 bits, or many smaller ones.
+  std::uint64_t least_saving = 1 << 16;
 };
 
 class Checker : private Assignment {
@@ -57,10 +63,14 @@ class Checker : private Assignment {
  private:
   void read(Term_ const* t, std::uint64_t width, std::uint64_t* words) const override;
   bv::BvLit translate(Term_ const* t);
-  void encode(ScriptState const& state, bool named_selectors);
+  void encode(ScriptState const& state, std::vector<Term_ const*> const& assumptions, bool named_selectors);
+  void encode_first(ScriptState const& state, std::size_t lasting, std::vector<Term_ const*> const& assumptions);
+  void restore_if_needed(Term_ const* t);
+  void complete_model();
   bool model_holds(ScriptState const& state, std::vector<Term_ const*> const& assumptions);
   Answer give_up(std::string reason);
 
+  TermManager& tm_;
   Limits const& limits_;
   Statistics& statistics_;
   Configuration::Theory::Bv config_;
@@ -69,6 +79,12 @@ class Checker : private Assignment {
   WordIdentities identities_;
   LimitTest limit_test_;
   Evaluator evaluator_;
+  bool const proof_;
+  std::uint64_t const least_saving_;
+  Definitions definitions_;                       // of variables that the encoded formulas no longer hold
+  std::unordered_map<Term_ const*, std::vector<std::uint64_t>> defined_values_;  // of those, in the last model
+  std::vector<Term_ const*> replaced_;            // the formulas that held them
+  Cone known_free_of_them_;                       // terms that hold none of those variables
   std::vector<bv::BvLit> selectors_;     // of the encoded assertions; l_undef where it has none of its own
   std::vector<bv::BvLit> activations_;   // of levels 1, 2, ...; l_undef where no clause needed it yet
   std::vector<bv::BvLit> assumed_;       // the last check's assumptions

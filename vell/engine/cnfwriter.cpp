@@ -14,6 +14,7 @@
 #include "vell/engine/clausifiers.h"
 #include "vell/engine/digest.h"
 #include "vell/engine/evaluator.h"
+#include "vell/engine/linearequations.h"
 #include "vell/engine/mapline.h"
 #include "vell/engine/outputfile.h"
 #include "vell/engine/scriptengine.h"
@@ -62,8 +63,9 @@ Query read_query(CnfOptions const& options, TermManager& tm, Limits const& limit
   WordIdentities identities(tm, options.free_division);
   std::size_t const lasting = state.levels() == 0 ? state.assertions().size() : state.level_start(1);
   for (std::size_t i = 0; i < lasting; ++i) identities.assume(state.assertions()[i].term);
+  std::vector<Term_ const*> first;
   for (Assertion const& a : state.assertions()) {
-    query.formulas.push_back(identities.decide(a.term));
+    (first.size() < lasting ? first : query.formulas).push_back(identities.decide(a.term));
     query.positions.push_back(a.position);
   }
   if (found)
@@ -71,6 +73,12 @@ Query read_query(CnfOptions const& options, TermManager& tm, Limits const& limit
       query.formulas.push_back(identities.decide(t));
       query.positions.push_back(command.position);
     }
+  if (solve_linear_equations(tm, first, query.formulas, nullptr)) {
+    // The formulas are no longer those of single assertions.
+    query.positions.erase(query.positions.begin(), query.positions.begin() + static_cast<std::ptrdiff_t>(lasting));
+    query.positions.insert(query.positions.begin(), first.size(), state.assertions().front().position);
+  }
+  query.formulas.insert(query.formulas.begin(), first.begin(), first.end());
   for (Term_ const* c : state.declared())
     if (fnmatch(options.symbols.c_str(), c->symbol->name, 0) == 0) query.constants.push_back(c);
   return query;

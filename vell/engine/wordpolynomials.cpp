@@ -29,6 +29,7 @@ std::uint64_t WordPolynomials::width_of(Term_ const* t) const {
 Atom WordPolynomials::atom_of(Term_ const* t, std::uint64_t width) {
   auto const [place, fresh] = atoms_.try_emplace(t, static_cast<Atom>(is_bit_.size()));
   if (fresh) {
+    terms_.push_back(t);
     is_bit_.push_back(width == 1);
     largest_.push_back(power_of_two(width) - 1);
   }

@@ -43,6 +43,9 @@ class WordPolynomials {
   // The polynomial of a word, kept for later. No recursion.
   Value const& value(Term_ const* word);
 
+  // The word or Boolean that an atom stands for.
+  Term_ const* term_of(Atom a) const { return terms_[a]; }
+
  private:
   using Memo = std::unordered_map<Term_ const*, Value>;
 
@@ -69,8 +72,9 @@ class WordPolynomials {
   Memo memo_;
   std::unordered_map<Term_ const*, Term_ const*> definitions_;
   std::unordered_map<Term_ const*, Atom> atoms_;
-  std::vector<bool> is_bit_;        // by atom
-  std::vector<mpz_class> largest_;  // by atom: the largest value it takes
+  std::vector<Term_ const*> terms_;  // by atom
+  std::vector<bool> is_bit_;         // by atom
+  std::vector<mpz_class> largest_;   // by atom: the largest value it takes
   // For a bit that says that two atoms are equal: the two, the larger first.
   std::unordered_map<Atom, std::pair<Atom, Atom>> equality_;
 };

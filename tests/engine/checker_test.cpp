@@ -1,0 +1,135 @@
+// What a check solves before it clausifies must not show in any answer, however the script goes on.
+
+#include "vell/engine/checker.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <random>
+#include <sstream>
+
+#include "tests/engine/scratch.h"
+#include "vell/engine/scriptengine.h"
+
+namespace vell::engine {
+namespace {
+
+std::string execute(std::string const& script, std::uint64_t least_saving, Statistics& statistics) {
+  test::Scratch scratch;
+  {
+    Console console;
+    console.set_regular_channel(scratch.file("answers"));
+    Limits limits;
+    CheckerOptions options;
+    options.least_saving = least_saving;
+    ScriptEngine engine(options, console, limits, statistics);
+    EXPECT_TRUE(engine.run(smtlib::Source::text(script, "s"))) << script;
+  }
+  return scratch.read("answers");
+}
+
+std::uint64_t constexpr never = std::numeric_limits<std::uint64_t>::max();
+
+std::string both(std::string const& script) {
+  Statistics statistics;
+  std::string const eliminated = execute(script, 0, statistics);
+  EXPECT_EQ(eliminated, execute(script, never, statistics)) << script;
+  return eliminated;
+}
+
+TEST(Checker, AHugeCircuitUnderAFreeVariableIsNotBuilt) {
+  Statistics statistics;
+  EXPECT_EQ("sat\n(((bvult y z) true))\n",
+            execute("(declare-const x (_ BitVec 128))(declare-const y (_ BitVec 128))(declare-const z (_ BitVec 128))"
+                    "(declare-const f (_ BitVec 128))(assert (= (bvadd f (bvudiv x (bvudiv y z))) y))"
+                    "(assert (bvult y z))(check-sat)(get-value ((bvult y z)))",
+                    0, statistics));
+  EXPECT_LT(statistics.clauses, 1000u);
+}
+
+TEST(Checker, AModelHoldsForWhatWasEliminated) {
+  Statistics statistics;
+  EXPECT_EQ("sat\n(((= (bvadd f (bvmul x y)) #x1234) true) ((bvugt x #x0002) true))\n",
+            execute("(declare-const x (_ BitVec 16))(declare-const y (_ BitVec 16))(declare-const f (_ BitVec 16))"
+                    "(assert (= (bvadd f (bvmul x y)) #x1234))(assert (bvugt x #x0002))(check-sat)"
+                    "(get-value ((= (bvadd f (bvmul x y)) #x1234) (bvugt x #x0002)))",
+                    0, statistics));
+}
+
+TEST(Checker, ALaterFormulaBringsThemBack) {
+  std::string const start =
+      "(declare-const x (_ BitVec 8))(declare-const y (_ BitVec 8))(declare-const f (_ BitVec 8))"
+      "(assert (= (bvadd f (bvmul x y)) #x12))(check-sat)";
+  EXPECT_EQ("sat\nunsat\nsat\nunsat\n", both(start +
+                                             "(push 1)(assert (= f #x12))(assert (= x #x03))(assert (= y #x01))"
+                                             "(check-sat)(pop 1)(check-sat)"
+                                             "(check-sat-assuming ((and (= f #x00) (= x #x00))))"));
+  EXPECT_EQ("sat\nunsat\n", both(start + "(assert (and (= f #x12) (= x #x01) (= y #x03)))(check-sat)"));
+}
+
+TEST(Checker, WhatIsAssumedIsNotEliminated) {
+  EXPECT_EQ("unsat\nsat\n",
+            both("(declare-const x (_ BitVec 8))(declare-const y (_ BitVec 8))(declare-const f (_ BitVec 8))"
+                 "(assert (= (bvadd f (bvmul x y)) #x12))"
+                 "(check-sat-assuming ((= f #x00) (= x #x00)))(check-sat-assuming ((= f #x12) (= x #x00)))"));
+  EXPECT_EQ("unsat\nsat\n",
+            both("(declare-const x (_ BitVec 8))(declare-const y (_ BitVec 8))(declare-const f (_ BitVec 8))"
+                 "(assert (= (bvadd f (bvmul x y)) #x12))(push)(assert (= f #x00))(assert (= x #x00))(check-sat)(pop)"
+                 "(check-sat)"));
+}
+
+TEST(Checker, LinearEquationsAcrossChecks) {
+  std::string const system =
+      "(declare-const x (_ BitVec 32))(declare-const y (_ BitVec 32))(declare-const z (_ BitVec 32))"
+      "(assert (= (bvadd (bvmul #x0000000b x) (bvmul #x0000000d y) (bvmul #x00000013 z)) #x00000005))"
+      "(assert (= (bvadd (bvmul #x00000016 x) (bvmul #x00000019 y) (bvmul #x00000025 z)) #x00000008))(check-sat)";
+  EXPECT_EQ("sat\nunsat\n",
+            both(system + "(assert (= (bvadd (bvmul #x00000021 x) (bvmul #x00000026 y) (bvmul #x00000038 z)) #x0000000e))"
+                          "(check-sat)"));
+  EXPECT_EQ("sat\nsat\nunsat\nsat\n",
+            both(system + "(push)(assert (= z #x00000007))(check-sat)(assert (bvult (bvadd x y) z))"
+                          "(assert (bvugt (bvadd x y) z))(check-sat)(pop)(check-sat)"));
+}
+
+TEST(Checker, RandomScriptsHaveTheSameAnswers) {
+  std::mt19937 random(5);
+  unsigned sat = 0;
+  unsigned unsat = 0;
+  for (int round = 0; round < 150; ++round) {
+    auto const pick = [&](std::vector<std::string> const& from) { return from[random() % from.size()]; };
+    std::ostringstream script;
+    std::vector<std::string> words;
+    for (char const* name : {"a", "b", "c", "d", "e", "f"}) {
+      script << "(declare-const " << name << " (_ BitVec 3))";
+      words.emplace_back(name);
+    }
+    std::vector<std::string> const operators{"bvadd", "bvsub", "bvxor", "bvand", "bvor", "bvmul", "bvudiv", "bvurem"};
+    std::vector<std::string> const relations{"=", "bvult", "bvsle", "distinct"};
+    auto const word = [&] {
+      std::string w = pick(words);
+      for (unsigned depth = random() % 3; depth > 0; --depth) w = "(" + pick(operators) + " " + w + " " + pick(words) + ")";
+      return w;
+    };
+    int levels = 0;
+    for (int step = 0; step < 14; ++step) {
+      switch (random() % 8) {
+        case 0: script << "(push 1)", ++levels; break;
+        case 1:
+          if (levels > 0) script << "(pop 1)", --levels;
+          break;
+        case 2: script << "(check-sat)"; break;
+        case 3: script << "(check-sat-assuming ((" << pick(relations) << " " << word() << " " << word() << ")))"; break;
+        default: script << "(assert (" << pick(relations) << " " << word() << " " << word() << "))"; break;
+      }
+    }
+    script << "(check-sat)";
+    std::string const answers = both(script.str());
+    unsat += answers.find("unsat") != std::string::npos ? 1 : 0;
+    sat += answers.rfind("sat\n", 0) == 0 ? 1 : 0;
+  }
+  EXPECT_GT(sat, 30u);
+  EXPECT_GT(unsat, 30u);
+}
+
+}  // namespace
+}  // namespace vell::engine
