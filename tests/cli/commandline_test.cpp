@@ -111,6 +111,7 @@ TEST(CommandLine, OptionsWithoutMeaningAreRefused) {
            {"--solver", "cadical {cnf}", "--proof", "p", path},
            {"cnf", path},
            {"cnf", path, "-o", s.file("o"), "--seed", "3"},
+           {"cnf", path, "-o", s.file("o"), "--threads", "1"},
            {"--seed", "3", "cnf", path, "-o", s.file("o")},
            {"cnf", path, "-o", s.file("o"), "--proof", s.file("p")},
            {"cnf", path, "-o", s.file("o"), "--query", "0"},

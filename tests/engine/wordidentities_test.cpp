@@ -96,6 +96,32 @@ TEST_F(WordIdentitiesTest, RemaindersAgainstTheirDivisor) {
   EXPECT_EQ(free.decide(below), below);
 }
 
+TEST_F(WordIdentitiesTest, ARemainderDividedByItsDivisorIsZero) {
+  for (SymbolTag::tag division : {SymbolTag::bv_udiv, SymbolTag::bv_sdiv}) {
+    WordIdentities w(tm);
+    Term_ const* a = word("a", 8);
+    Term_ const* y = tm.mk_bv(11, 8);
+    Term_ const* quotient = app(division, {a, y});
+    Term_ const* remainder = app(SymbolTag::bv_sub, {a, mul(y, quotient)});
+    Term_ const* zero = tm.mk_bv(0, 8);
+    EXPECT_EQ(w.decide(eq(app(division, {remainder, y}), zero)), yes());
+    EXPECT_EQ(w.decide(eq(zero, app(division, {add(a, mul(quotient, tm.mk_bv(256 - 11, 8))), y}))), yes());
+    // Another divisor, another dividend, the other division, no numeral: open.
+    SymbolTag::tag const other = division == SymbolTag::bv_udiv ? SymbolTag::bv_sdiv : SymbolTag::bv_udiv;
+    for (Term_ const* open : {eq(app(division, {remainder, tm.mk_bv(10, 8)}), zero),
+                              eq(app(division, {add(remainder, tm.mk_bv(1, 8)), y}), zero),
+                              eq(app(other, {remainder, y}), zero)})
+      EXPECT_EQ(w.decide(open), open);
+    Term_ const* b = word("b", 8);
+    Term_ const* by_variable = app(SymbolTag::bv_sub, {a, mul(b, app(division, {a, b}))});
+    Term_ const* open = eq(app(division, {by_variable, b}), zero);
+    EXPECT_EQ(w.decide(open), open);
+    WordIdentities free(tm, true);
+    Term_ const* left_open = eq(app(division, {remainder, y}), zero);
+    EXPECT_EQ(free.decide(left_open), left_open);
+  }
+}
+
 TEST_F(WordIdentitiesTest, DefinitionsAreUsedAndKept) {
   WordIdentities w(tm);
   Term_ const* a = word("a", 64);

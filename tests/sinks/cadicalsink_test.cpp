@@ -35,6 +35,24 @@ TEST(CadicalSink, ConstantsInClauses) {
   EXPECT_EQ(Answer::unsat, sink.solve());
 }
 
+TEST(CadicalSink, AConflictLimitEndsOneCall) {
+  // Eight pigeons in seven holes: thousands of conflicts, and soon done.
+  CadicalSink sink;
+  sink.favour_models();
+  std::vector<bv::BvLit> in(56);
+  for (bv::BvLit& l : in) l = sink.new_lit();
+  for (int p = 0; p < 8; ++p) {
+    sink.lits.assign(in.begin() + p * 7, in.begin() + p * 7 + 7);
+    sink.add_clause();
+  }
+  for (int h = 0; h < 7; ++h)
+    for (int p = 0; p < 8; ++p)
+      for (int q = 0; q < p; ++q) sink.add_clause({-in[p * 7 + h], -in[q * 7 + h]});
+  sink.limit_conflicts(10);
+  EXPECT_EQ(Answer::unknown, sink.solve());
+  EXPECT_EQ(Answer::unsat, sink.solve());
+}
+
 TEST(CadicalSink, UnseenVariablesAreFalse) {
   CadicalSink sink;
   bv::BvLit const a = sink.new_lit();

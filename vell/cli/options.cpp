@@ -31,6 +31,9 @@ void CommonOptions::add_to(CLI::App& command, std::initializer_list<std::string_
            ->type_name("MIB")
            ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{1} << 40)));
   keep(command.add_option("--seed", seed, "seed of the SAT solver")->type_name("N")->check(CLI::Range(0, 2000000000)));
+  keep(command.add_option("--threads", threads, "1: one search only; 2: a second one joins in where it takes long")
+           ->type_name("N")
+           ->check(CLI::Range(1, 2)));
   keep(command.add_flag("--stats{text}", stats, "figures on stderr at the end: text or json")
            ->check(CLI::IsMember({"text", "json"})));
   keep(command.add_flag("--progress{always}", progress, "progress line on stderr: auto, always or never")

@@ -17,6 +17,7 @@ struct CommonOptions {
   double time_limit = 0;           // seconds; 0: none
   std::uint64_t memory_limit = 0;  // MiB; 0: none
   int seed = 0;
+  unsigned threads = 0;            // 0: two where there are two processors
   std::string stats;               // "", "text", "json"
   std::string progress = "auto";   // "auto", "always", "never"
   std::string proof;

@@ -2,7 +2,9 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <iostream>
+#include <thread>
 
 #include "vell/cli/options.h"
 #include "vell/cli/watchdog.h"
@@ -21,6 +23,7 @@ int solve(std::string const& file, std::string const& solver, CommonOptions cons
   engine::CheckerOptions options;
   options.free_division = common.div_by_zero == "free";
   options.seed = common.seed;
+  options.threads = common.threads != 0 ? common.threads : std::min(std::thread::hardware_concurrency(), 2U);
   options.proof = common.proof;
   options.solver_command = solver;
   options.verbosity = static_cast<unsigned>(common.verbosity);
@@ -51,7 +54,7 @@ void add_solve(CLI::App& app, CommonOptions& common, Action& action) {
       ->check([](std::string const& command) {
         return command.find("{cnf}") == std::string::npos ? std::string("the command has no {cnf}") : std::string();
       });
-  common.add_to(app, {"--time-limit", "--memory-limit", "--seed", "--stats", "--progress", "--proof", "--div-by-zero",
+  common.add_to(app, {"--time-limit", "--memory-limit", "--seed", "--threads", "--stats", "--progress", "--proof", "--div-by-zero",
                       "--trace", "--verbose"});
   app.callback([&app, &common, &action, arguments] {
     if (!app.get_subcommands().empty()) {
@@ -64,6 +67,8 @@ void add_solve(CLI::App& app, CommonOptions& common, Action& action) {
       throw CLI::ValidationError("--proof", "is written by the embedded solver only, not with --solver");
     if (!arguments->solver.empty() && common.seed != 0)
       throw CLI::ValidationError("--seed", "is for the embedded solver only, not with --solver");
+    if (!arguments->solver.empty() && common.threads != 0)
+      throw CLI::ValidationError("--threads", "is for the embedded solver only, not with --solver");
     action = [arguments, &common] { return solve(arguments->file, arguments->solver, common); };
   });
 }

@@ -15,6 +15,7 @@
 #include <new>
 
 #include "vell/engine/linearequations.h"
+#include "vell/engine/sweep.h"
 #include "vell/engine/unconstrained.h"
 #include "vell/terms/exception.h"
 
@@ -25,12 +26,14 @@ Checker::Checker(TermManager& tm, CheckerOptions const& options, Limits const& l
       limits_(limits),
       statistics_(statistics),
       config_{options.free_division ? 1 : 0},
-      solver_(options.solver_command.empty() ? make_cadical(limits, statistics, options.seed, options.proof)
+      solver_(options.solver_command.empty() ? make_cadical(limits, statistics, options.seed, options.threads,
+                                                            options.proof)
                                              : make_external_solver(limits, options.solver_command)),
       clausifier_(&tm, &config_),
       identities_(tm, options.free_division),
       limit_test_(limits, statistics, [this] { solver_->report(statistics_); }),
       evaluator_(tm, options.free_division),
+      embedded_(options.solver_command.empty()),
       proof_(!options.proof.empty()),
       least_saving_(options.least_saving) {
   if (options.logger != nullptr) clausifier_.set_logger(options.logger);
@@ -44,7 +47,12 @@ Checker::~Checker() {
 bv::BvLit Checker::translate(Term_ const* t) {
   Term_ const* decided = identities_.decide(t);
   restore_if_needed(decided);
-  return clausifier_.bit_blast(decided, &solver_->sink());
+  return encode_formula(decided);
+}
+
+bv::BvLit Checker::encode_formula(Term_ const* formula) {
+  encoded_.push_back(formula);
+  return clausifier_.bit_blast(formula, &solver_->sink());
 }
 
 // The lasting formulas of the first check. Whoever reads a proof wants the clauses of the formulas as they stand.
@@ -68,7 +76,7 @@ void Checker::encode_first(ScriptState const& state, std::size_t lasting,
     known_free_of_them_.add(formulas);
     known_free_of_them_.add(kept);
   }
-  for (Term_ const* f : formulas) solver_->add_clause({clausifier_.bit_blast(f, &solver_->sink())});
+  for (Term_ const* f : formulas) solver_->add_clause({encode_formula(f)});
   selectors_.resize(lasting, bv::l_undef);
 }
 
@@ -81,7 +89,7 @@ void Checker::restore_if_needed(Term_ const* t) {
   if (!mentioned) return;
   definitions_.clear();
   defined_values_.clear();
-  for (Term_ const* f : replaced_) solver_->add_clause({clausifier_.bit_blast(f, &solver_->sink())});
+  for (Term_ const* f : replaced_) solver_->add_clause({encode_formula(f)});
   replaced_.clear();
 }
 
@@ -147,7 +155,13 @@ Checker::Answer Checker::check(ScriptState const& state, std::vector<Term_ const
       if (l != bv::l_undef) all.push_back(l);
     for (bv::BvLit l : selectors_)
       if (l != bv::l_undef) all.push_back(l);
-    SatSolver::Answer const answer = solver_->solve(all);
+    SatSolver::Answer answer = SatSolver::Answer::unknown;
+    if (embedded_ && !proof_) {
+      // Most answers come soon. Where they do not, it pays to look for equal signals and to search twice.
+      answer = solver_->solve_briefly(all);
+      if (answer == SatSolver::Answer::unknown && !limits_.stopped()) sweep_formulas();
+    }
+    if (answer == SatSolver::Answer::unknown) answer = solver_->solve(all);
     solver_->report(statistics_);
     if (answer == SatSolver::Answer::unsat) {
       solver_->commit_proof();
@@ -166,6 +180,20 @@ Checker::Answer Checker::check(ScriptState const& state, std::vector<Term_ const
   } catch (std::bad_alloc const&) {
     broken_ = true;
     return give_up(reason_text(StopReason::memout));
+  }
+}
+
+void Checker::sweep_formulas() {
+  if (encoded_.size() < 2 * swept_ || encoded_.empty() || config_.div_semantics != 0) return;
+  swept_ = encoded_.size();
+  for (EqualSignals const& s : sweep(tm_, encoded_, limits_)) {
+    bv::BvLitList const* const a = clausifier_.lookup(s.a.term);
+    bv::BvLitList const* const b = clausifier_.lookup(s.b.term);
+    if (a == nullptr || b == nullptr) continue;
+    bv::BvLit const left = (*a)[s.a.bit];
+    bv::BvLit const right = s.opposite ? -(*b)[s.b.bit] : (*b)[s.b.bit];
+    solver_->add_clause({-left, right});
+    solver_->add_clause({left, -right});
   }
 }
 

@@ -25,6 +25,7 @@ namespace vell::engine {
 struct CheckerOptions {
   bool free_division = false;  // a zero divisor leaves the result open
   int seed = 0;
+  unsigned threads = 1;        // 2: a second search joins the embedded solver's where that takes long
   std::string proof;           // file of a DRAT proof, "" for none
   std::string solver_command;  // external solver, "" for the embedded one
   unsigned verbosity = 0;      // above 0: a line on the diagnostic channel after each check
@@ -63,9 +64,11 @@ class Checker : private Assignment {
  private:
   void read(Term_ const* t, std::uint64_t width, std::uint64_t* words) const override;
   bv::BvLit translate(Term_ const* t);
+  bv::BvLit encode_formula(Term_ const* formula);
   void encode(ScriptState const& state, std::vector<Term_ const*> const& assumptions, bool named_selectors);
   void encode_first(ScriptState const& state, std::size_t lasting, std::vector<Term_ const*> const& assumptions);
   void restore_if_needed(Term_ const* t);
+  void sweep_formulas();
   void complete_model();
   bool model_holds(ScriptState const& state, std::vector<Term_ const*> const& assumptions);
   Answer give_up(std::string reason);
@@ -79,12 +82,15 @@ class Checker : private Assignment {
   WordIdentities identities_;
   LimitTest limit_test_;
   Evaluator evaluator_;
+  bool const embedded_;
   bool const proof_;
   std::uint64_t const least_saving_;
   Definitions definitions_;                       // of variables that the encoded formulas no longer hold
   std::unordered_map<Term_ const*, std::vector<std::uint64_t>> defined_values_;  // of those, in the last model
   std::vector<Term_ const*> replaced_;            // the formulas that held them
   Cone known_free_of_them_;                       // terms that hold none of those variables
+  std::vector<Term_ const*> encoded_;             // every formula that was translated
+  std::size_t swept_ = 0;                         // how many of them had been when they were swept
   std::vector<bv::BvLit> selectors_;     // of the encoded assertions; l_undef where it has none of its own
   std::vector<bv::BvLit> activations_;   // of levels 1, 2, ...; l_undef where no clause needed it yet
   std::vector<bv::BvLit> assumed_;       // the last check's assumptions

@@ -1,5 +1,6 @@
 #include "vell/engine/outputfile.h"
 #include "vell/engine/satsolver.h"
+#include "vell/engine/secondsearch.h"
 #include "vell/sinks/cadicalsink.h"
 
 namespace vell::engine {
@@ -47,29 +48,63 @@ class ProofFile {
   std::string problem_;
 };
 
+// Keeps what it passes on, for a second search, up to a size.
+class KeepingSink : public sinks::CadicalSink {
+ public:
+  KeepingSink(int seed, bool keep) : CadicalSink(seed), keep_(keep) {}
+
+  void add_clause() override {
+    CadicalSink::add_clause();
+    if (!keep_) return;
+    kept_.insert(kept_.end(), lits.begin(), lits.end());
+    kept_.push_back(0);
+    if (kept_.size() < most_) return;
+    keep_ = false;
+    kept_ = {};
+  }
+
+  // Whether kept() is everything.
+  bool keeps() const { return keep_; }
+  std::vector<bv::BvLit> const& kept() const { return kept_; }
+
+ private:
+  static constexpr std::size_t most_ = 50'000'000;  // a larger formula leaves no room for a second search
+
+  bool keep_;
+  std::vector<bv::BvLit> kept_;
+};
+
 class EmbeddedSolver : public SatSolver {
  public:
-  EmbeddedSolver(Limits const& limits, Statistics& statistics, int seed, std::string const& proof) {
+  EmbeddedSolver(Limits const& limits, Statistics& statistics, int seed, unsigned threads, std::string const& proof)
+      : limits_(limits), seed_(seed) {
     if (!proof.empty()) proof_ = std::make_unique<ProofFile>(proof);
-    sink_ = std::make_unique<sinks::CadicalSink>(seed);
+    sink_ = std::make_unique<KeepingSink>(seed, threads > 1 && proof.empty());
     if (proof_ != nullptr) sink_->trace_proof(proof_->stream());
     sink_->set_terminate([this, &limits, &statistics] {
       statistics.conflicts = sink_->conflicts();
-      return limits.stopped();
+      return limits.stopped() || (second_ != nullptr && second_->done());
     });
   }
 
   bv::ClauseSink& sink() override { return *sink_; }
-  Answer solve(std::vector<bv::BvLit> const& assumptions) override {
-    switch (sink_->solve(assumptions)) {
-      case sinks::CadicalSink::Answer::sat: return Answer::sat;
-      case sinks::CadicalSink::Answer::unsat: return Answer::unsat;
-      case sinks::CadicalSink::Answer::unknown: break;
-    }
-    return Answer::unknown;
+
+  Answer solve_briefly(std::vector<bv::BvLit> const& assumptions) override {
+    second_.reset();
+    sink_->limit_conflicts(brief_conflicts_);
+    return to_answer(sink_->solve(assumptions));
   }
-  bool value(bv::BvLit literal) override { return sink_->value(literal); }
-  bool failed(bv::BvLit assumption) override { return sink_->failed(assumption); }
+  Answer solve(std::vector<bv::BvLit> const& assumptions) override {
+    second_.reset();
+    if (!sink_->keeps()) return to_answer(sink_->solve(assumptions));
+    second_ = std::make_unique<SecondSearch>(sink_->kept(), assumptions, seed_, limits_);
+    Answer const answer = to_answer(sink_->solve(assumptions));
+    if (answer == Answer::unknown && second_->done()) return second_->answer();
+    second_.reset();
+    return answer;
+  }
+  bool value(bv::BvLit literal) override { return answering().value(literal); }
+  bool failed(bv::BvLit assumption) override { return answering().failed(assumption); }
   void commit_proof() override {
     if (proof_ == nullptr) return;
     sink_->close_proof();
@@ -83,15 +118,31 @@ class EmbeddedSolver : public SatSolver {
   }
 
  private:
+  static constexpr int brief_conflicts_ = 30'000;
+
+  static Answer to_answer(sinks::CadicalSink::Answer answer) {
+    switch (answer) {
+      case sinks::CadicalSink::Answer::sat: return Answer::sat;
+      case sinks::CadicalSink::Answer::unsat: return Answer::unsat;
+      case sinks::CadicalSink::Answer::unknown: break;
+    }
+    return Answer::unknown;
+  }
+  // The solver that the last answer is from.
+  sinks::CadicalSink& answering() { return second_ != nullptr ? second_->result() : *sink_; }
+
+  Limits const& limits_;
+  int const seed_;
   std::unique_ptr<ProofFile> proof_;  // outlives the solver that writes to it
-  std::unique_ptr<sinks::CadicalSink> sink_;
+  std::unique_ptr<KeepingSink> sink_;
+  std::unique_ptr<SecondSearch> second_;  // while it runs, and for as long as its answer stands
 };
 
 }  // namespace
 
-std::unique_ptr<SatSolver> make_cadical(Limits const& limits, Statistics& statistics, int seed,
+std::unique_ptr<SatSolver> make_cadical(Limits const& limits, Statistics& statistics, int seed, unsigned threads,
                                         std::string const& proof) {
-  return std::make_unique<EmbeddedSolver>(limits, statistics, seed, proof);
+  return std::make_unique<EmbeddedSolver>(limits, statistics, seed, threads, proof);
 }
 
 }  // namespace vell::engine

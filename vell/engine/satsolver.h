@@ -24,6 +24,9 @@ class SatSolver {
   // Decides the clauses under the assumptions, which may be constants. Unknown when the limits stopped it, or the
   // solver gave up.
   virtual Answer solve(std::vector<bv::BvLit> const& assumptions) = 0;
+  // The same within a second or two, by a measure of steps: unknown where that is not enough. What was learned serves
+  // the next call. A solver without such a measure leaves all to solve().
+  virtual Answer solve_briefly(std::vector<bv::BvLit> const&) { return Answer::unknown; }
   // After sat. False for a variable in no clause.
   virtual bool value(bv::BvLit literal) = 0;
   // After unsat: whether the assumption may have been needed.
@@ -40,9 +43,9 @@ class SatSolver {
   }
 };
 
-// CaDiCaL. proof: file for a DRAT proof, empty for none; it appears in commit_proof(). Throws OutputError when it
-// cannot be made.
-std::unique_ptr<SatSolver> make_cadical(Limits const& limits, Statistics& statistics, int seed,
+// CaDiCaL. threads: 2 or more to let a second search join in a long one; no second one where a proof is written.
+// proof: file for a DRAT proof, empty for none; it appears in commit_proof(). Throws OutputError when it cannot be made.
+std::unique_ptr<SatSolver> make_cadical(Limits const& limits, Statistics& statistics, int seed, unsigned threads,
                                         std::string const& proof);
 
 // A program that reads DIMACS from the file put in place of "{cnf}" in the shell command and prints `s` and `v` lines.

@@ -29,7 +29,7 @@ constexpr std::size_t max_unfolded = 2000;
 }  // namespace
 
 struct WordIdentities::State {
-  State(TermManager& manager, bool free) : tm(manager), free_division(free), polynomials(manager) {}
+  State(TermManager& manager, bool free) : tm(manager), free_division(free), polynomials(manager, free) {}
 
   enum : std::uint8_t { seen = 1, product = 2 };
 

@@ -184,6 +184,24 @@ WordPolynomials::Value WordPolynomials::choose(Term_ const* t) {
   return finish(t, std::move(v));
 }
 
+// Whether t is (x - y * (x / y)) / y with a numeral y other than zero: a remainder divided by its divisor.
+bool WordPolynomials::divides_remainder(Term_ const* t) const {
+  Polynomial const& dividend = memo_.at(t->children[0]).p;
+  mpz_class const divisor = memo_.at(t->children[1]).p.constant();
+  if (divisor == 0) return false;
+  for (auto const& [m, c] : dividend.terms()) {
+    if (m.size() != 1) continue;
+    Term_ const* quotient = terms_[m[0]];
+    if (tm_.get_tag(quotient->symbol) != tm_.get_tag(t->symbol) || quotient->children[1] != t->children[1]) continue;
+    Polynomial rest = dividend;
+    rest.add(Polynomial::of_atom(m[0]), divisor);
+    rest.add(memo_.at(quotient->children[0]).p, -1);
+    rest.reduce(width_of(t));
+    if (rest.is_zero()) return true;
+  }
+  return false;
+}
+
 bool WordPolynomials::transparent(Term_ const* t) const {
   switch (tm_.get_tag(t->symbol)) {
     case SymbolTag::bool_not:
@@ -201,6 +219,8 @@ bool WordPolynomials::transparent(Term_ const* t) const {
     case SymbolTag::bv_mul:
     case SymbolTag::bv_zero_extend:
     case SymbolTag::bv_sign_extend: return true;
+    case SymbolTag::bv_udiv:
+    case SymbolTag::bv_sdiv: return !free_division_ && tm_.is_number(t->children[1]->symbol);
     case SymbolTag::bv_and:
     case SymbolTag::bv_or:
     case SymbolTag::bv_xor: return width_of(t) == 1;
@@ -281,6 +301,8 @@ WordPolynomials::Value WordPolynomials::make(Term_ const* t) {
       v.high += child(0).high * unit;
       return finish(t, std::move(v));
     }
+    case SymbolTag::bv_udiv:
+    case SymbolTag::bv_sdiv: return divides_remainder(t) ? numeral(0) : opaque(t);
     case SymbolTag::bv_zero_extend: return integer(t->children[0]);
     case SymbolTag::bv_sign_extend: {
       // The extension adds the sign bit's weight as often as there are new bits: -2^v * sign modulo 2^w.

@@ -7,6 +7,8 @@
 // Where P, as an integer, is known to stay within [0, 2^w), t = P outright: then the word may be extended, concatenated
 // or cut without losing track. Ranges come from interval arithmetic on the operands.
 //
+// A remainder, written out as x - y * (x / y), gives zero when it is divided by the numeral y once more.
+//
 // An if-then-else is c * then + (1 - c) * else. Where the bit c says that two word atoms are equal, one stands for the
 // other in every monomial that has c as a factor.
 //
@@ -25,7 +27,8 @@ namespace vell::engine {
 
 class WordPolynomials {
  public:
-  explicit WordPolynomials(TermManager& tm) : tm_(tm) {}
+  // free_division: a quotient by zero has no value of its own, so nothing is known of quotients.
+  explicit WordPolynomials(TermManager& tm, bool free_division = false) : tm_(tm), free_division_(free_division) {}
 
   struct Value {
     Polynomial p;
@@ -61,6 +64,7 @@ class WordPolynomials {
   Value finish(Term_ const* t, Value v);
   Polynomial product(Polynomial const& a, Polynomial const& b, bool& too_large);
   void normalise(Monomial& m) const;
+  bool divides_remainder(Term_ const* t) const;
   bool transparent(Term_ const* t) const;
   Atom atom_of(Term_ const* t, std::uint64_t width);
   std::uint64_t width_of(Term_ const* t) const;
@@ -69,6 +73,7 @@ class WordPolynomials {
   std::span<Term_ const* const> inputs(Term_ const* t) const;
 
   TermManager& tm_;
+  bool free_division_;
   Memo memo_;
   std::unordered_map<Term_ const*, Term_ const*> definitions_;
   std::unordered_map<Term_ const*, Atom> atoms_;

@@ -68,6 +68,13 @@ void CadicalSink::trace_proof(std::FILE* file) {
 }
 void CadicalSink::close_proof() { solver_->close_proof_trace(); }
 
+void CadicalSink::favour_models() {
+  solver_->set("stabilizeonly", 1);
+  solver_->set("target", 2);
+}
+
+void CadicalSink::limit_conflicts(int conflicts) { solver_->limit("conflicts", conflicts); }
+
 void CadicalSink::set_terminate(std::function<bool()> terminate) { observer_->stop = std::move(terminate); }
 
 CadicalSink::Answer CadicalSink::solve(std::vector<bv::BvLit> const& assumptions) {

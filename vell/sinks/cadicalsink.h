@@ -43,6 +43,11 @@ class CadicalSink : public bv::ClauseSink {
   // Ends the proof; the file may be closed then.
   void close_proof();
 
+  // Looks for models with more persistence and for proofs with less. To be called before the first clause.
+  void favour_models();
+  // Ends the next solve() with `unknown` after this many conflicts.
+  void limit_conflicts(int conflicts);
+
   // Called again and again during solve(); true ends it with `unknown`. Empty for none.
   void set_terminate(std::function<bool()> terminate);
 

@@ -1,0 +1,68 @@
+// Time to a model has a heavy tail: the same solver may need three seconds with one seed and ten minutes with the next.
+// So this search starts over with another seed whenever its conflicts run out, in rounds that allow it more each time
+// (Gomes, Selman, Crato and Kautz, "Heavy-tailed phenomena in satisfiability", 2000), while the solver it helps goes on
+// without a break.
+
+#include "vell/engine/secondsearch.h"
+
+#include <algorithm>
+#include <limits>
+#include <new>
+#include <utility>
+
+namespace vell::engine {
+
+namespace {
+
+constexpr int seeds_per_round = 3;
+constexpr int first_conflicts = 150'000;  // of an attempt of the first round
+
+}  // namespace
+
+SecondSearch::SecondSearch(std::vector<bv::BvLit> const& clauses, std::vector<bv::BvLit> assumptions, int seed,
+                           Limits const& limits)
+    : clauses_(clauses), assumptions_(std::move(assumptions)), seed_(seed), limits_(limits) {
+  thread_ = std::thread([this] { run(); });
+}
+
+SecondSearch::~SecondSearch() {
+  stop_ = true;
+  thread_.join();
+}
+
+void SecondSearch::run() {
+  try {
+    int conflicts = first_conflicts;
+    for (int seed = seed_ + 1; !stopped(); conflicts = std::min(conflicts, std::numeric_limits<int>::max() / 2) * 2)
+      for (int i = 0; i < seeds_per_round && !stopped(); ++i, seed = seed % 1'000'000'000 + 1)
+        if (attempt(seed, conflicts)) return;
+  } catch (std::bad_alloc const&) {
+    // There is no room for a second search.
+    solver_.reset();
+  }
+}
+
+bool SecondSearch::attempt(int seed, int conflicts) {
+  solver_ = std::make_unique<sinks::CadicalSink>(seed);
+  solver_->favour_models();
+  solver_->set_terminate([this] { return stopped(); });
+  for (bv::BvLit l : clauses_) {
+    if (l != 0) {
+      solver_->lits.push_back(l);
+      continue;
+    }
+    solver_->add_clause();
+    solver_->lits.clear();
+    if (stopped()) return false;
+  }
+  solver_->limit_conflicts(conflicts);
+  switch (solver_->solve(assumptions_)) {
+    case sinks::CadicalSink::Answer::sat: answer_ = SatSolver::Answer::sat; break;
+    case sinks::CadicalSink::Answer::unsat: answer_ = SatSolver::Answer::unsat; break;
+    case sinks::CadicalSink::Answer::unknown: return false;
+  }
+  done_.store(true, std::memory_order_release);
+  return true;
+}
+
+}  // namespace vell::engine

@@ -1,0 +1,37 @@
+#pragma once
+
+// Signals of a formula that are equal, or opposite, whatever the values of the variables.
+//
+// Two circuits for one function are hard on a SAT solver that sees only their outputs; with the signals in between told
+// to be equal, one after the other from the inputs up, they fall together (Kuehlmann, "Dynamic transition relation
+// simplification for bounded property checking", 2004, calls it SAT sweeping).
+//
+// Tested by tests/engine/sweep_test.cpp.
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "vell/engine/limits.h"
+#include "vell/terms/termmanager.h"
+
+namespace vell::engine {
+
+// Bit `bit` of a term, 0 the least significant one; the only bit of a Boolean.
+struct Signal {
+  Term_ const* term;
+  std::uint64_t bit;
+};
+
+struct EqualSignals {
+  Signal a;
+  Signal b;
+  bool opposite;  // a is the negation of b
+};
+
+// Finds such pairs below the formulas, among the signals that agree on random values. Each is proved: by a SAT solver
+// that gives up early, or as a product that is the same polynomial. Divisions by zero have SMT-LIB's values. Formulas
+// with too many signals are left alone. Ends early, with what was found, when the limits say so.
+std::vector<EqualSignals> sweep(TermManager& tm, std::span<Term_ const* const> formulas, Limits const& limits);
+
+}  // namespace vell::engine
