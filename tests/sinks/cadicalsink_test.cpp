@@ -38,7 +38,7 @@ TEST(CadicalSink, ConstantsInClauses) {
 TEST(CadicalSink, AConflictLimitEndsOneCall) {
   // Eight pigeons in seven holes: thousands of conflicts, and soon done.
   CadicalSink sink;
-  sink.favour_models();
+  sink.search(CadicalSink::Search::models_from_ones);
   std::vector<bv::BvLit> in(56);
   for (bv::BvLit& l : in) l = sink.new_lit();
   for (int p = 0; p < 8; ++p) {
@@ -51,6 +51,23 @@ TEST(CadicalSink, AConflictLimitEndsOneCall) {
   sink.limit_conflicts(10);
   EXPECT_EQ(Answer::unknown, sink.solve());
   EXPECT_EQ(Answer::unsat, sink.solve());
+}
+
+TEST(CadicalSink, EveryWayOfSearchingAnswersTheSame) {
+  using Search = CadicalSink::Search;
+  for (Search how : {Search::from_zeros, Search::from_ones, Search::models_from_zeros, Search::models_from_ones}) {
+    // A circle of implications, cut by one clause; then closed.
+    CadicalSink sink(3);
+    sink.search(how);
+    std::vector<bv::BvLit> v(40);
+    for (bv::BvLit& l : v) l = sink.new_lit();
+    for (std::size_t i = 0; i + 1 < v.size(); ++i) sink.add_clause({-v[i], v[i + 1]});
+    sink.add_clause({v[20]});
+    ASSERT_EQ(Answer::sat, sink.solve({-v[19]}));
+    for (std::size_t i = 0; i < v.size(); ++i) EXPECT_EQ(sink.value(v[i]), i >= 20);
+    sink.add_clause({-v[39], -v[20]});
+    EXPECT_EQ(Answer::unsat, sink.solve());
+  }
 }
 
 TEST(CadicalSink, UnseenVariablesAreFalse) {

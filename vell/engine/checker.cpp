@@ -183,6 +183,7 @@ Checker::Answer Checker::check(ScriptState const& state, std::vector<Term_ const
   }
 }
 
+// Equal signals, which follow from the terms alone but which the solver would be long in finding.
 void Checker::sweep_formulas() {
   if (encoded_.size() < 2 * swept_ || encoded_.empty() || config_.div_semantics != 0) return;
   swept_ = encoded_.size();

@@ -1,7 +1,7 @@
 // Time to a model has a heavy tail: the same solver may need three seconds with one seed and ten minutes with the next.
-// So this search starts over with another seed whenever its conflicts run out, in rounds that allow it more each time
-// (Gomes, Selman, Crato and Kautz, "Heavy-tailed phenomena in satisfiability", 2000), while the solver it helps goes on
-// without a break.
+// So this search starts over, in another way and with another seed, whenever its conflicts run out, in rounds that allow
+// it more each time (Gomes, Selman, Crato and Kautz, "Heavy-tailed phenomena in satisfiability", 2000), while the solver
+// it helps goes on without a break.
 
 #include "vell/engine/secondsearch.h"
 
@@ -14,7 +14,10 @@ namespace vell::engine {
 
 namespace {
 
-constexpr int seeds_per_round = 3;
+using Search = sinks::CadicalSink::Search;
+
+// One round. The solver that is helped searches from_ones.
+constexpr Search ways[] = {Search::models_from_ones, Search::from_zeros, Search::models_from_zeros};
 constexpr int first_conflicts = 150'000;  // of an attempt of the first round
 
 }  // namespace
@@ -32,19 +35,21 @@ SecondSearch::~SecondSearch() {
 
 void SecondSearch::run() {
   try {
-    int conflicts = first_conflicts;
-    for (int seed = seed_ + 1; !stopped(); conflicts = std::min(conflicts, std::numeric_limits<int>::max() / 2) * 2)
-      for (int i = 0; i < seeds_per_round && !stopped(); ++i, seed = seed % 1'000'000'000 + 1)
-        if (attempt(seed, conflicts)) return;
+    int seed = seed_;
+    for (int conflicts = first_conflicts;; conflicts = std::min(conflicts, std::numeric_limits<int>::max() / 2) * 2)
+      for (Search how : ways) {
+        seed = seed % 1'000'000'000 + 1;
+        if (stopped() || attempt(how, seed, conflicts)) return;
+      }
   } catch (std::bad_alloc const&) {
     // There is no room for a second search.
     solver_.reset();
   }
 }
 
-bool SecondSearch::attempt(int seed, int conflicts) {
+bool SecondSearch::attempt(Search how, int seed, int conflicts) {
   solver_ = std::make_unique<sinks::CadicalSink>(seed);
-  solver_->favour_models();
+  solver_->search(how);
   solver_->set_terminate([this] { return stopped(); });
   for (bv::BvLit l : clauses_) {
     if (l != 0) {

@@ -34,7 +34,7 @@ class SecondSearch {
 
  private:
   void run();
-  bool attempt(int seed, int conflicts);
+  bool attempt(sinks::CadicalSink::Search how, int seed, int conflicts);
   bool stopped() const { return stop_.load(std::memory_order_relaxed) || limits_.stopped(); }
 
   std::vector<bv::BvLit> const& clauses_;

@@ -68,7 +68,9 @@ void CadicalSink::trace_proof(std::FILE* file) {
 }
 void CadicalSink::close_proof() { solver_->close_proof_trace(); }
 
-void CadicalSink::favour_models() {
+void CadicalSink::search(Search how) {
+  solver_->set("phase", how == Search::from_zeros || how == Search::models_from_zeros ? 0 : 1);
+  if (how == Search::from_zeros || how == Search::from_ones) return;
   solver_->set("stabilizeonly", 1);
   solver_->set("target", 2);
 }

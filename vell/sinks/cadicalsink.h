@@ -43,8 +43,10 @@ class CadicalSink : public bv::ClauseSink {
   // Ends the proof; the file may be closed then.
   void close_proof();
 
-  // Looks for models with more persistence and for proofs with less. To be called before the first clause.
-  void favour_models();
+  // Where decisions start from, all variables false or true; the other two are more persistent about models and less
+  // about proofs. from_ones is what a solver begins as. To be called before the first clause.
+  enum class Search : std::uint8_t { from_zeros, from_ones, models_from_zeros, models_from_ones };
+  void search(Search how);
   // Ends the next solve() with `unknown` after this many conflicts.
   void limit_conflicts(int conflicts);
 
