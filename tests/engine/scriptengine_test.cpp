@@ -50,6 +50,11 @@ TEST(ScriptEngine, AnswersAndModels) {
   EXPECT_EQ("unsat\n", answers("(declare-const p Bool)(assert p)(assert (not p))(check-sat)"));
 }
 
+TEST(ScriptEngine, AQuestionOutsideTheStandardChangesNothing) {
+  EXPECT_EQ("unsupported\nunsat\n",
+            answers("(declare-const p Bool)(assert p)(simplify (and p p))(assert (not p))(check-sat)"));
+}
+
 TEST(ScriptEngine, AVariableInNoAssertionIsZero) {
   EXPECT_EQ("sat\n((x #b000) (p false))\n",
             answers("(declare-const x (_ BitVec 3))(declare-const p Bool)(check-sat)(get-value (x p))"));

@@ -210,9 +210,22 @@ TEST(Commands, ExitEndsTheScript) {
   EXPECT_EQ(s.commands.size(), 2u);
 }
 
+TEST(Commands, QuestionsOutsideTheStandard) {
+  for (std::string const name : {"simplify", "eval", "display"}) {
+    Command const c = only("(" + name + " (and true false))");
+    EXPECT_EQ(c.kind, CommandKind::unsupported);
+    EXPECT_EQ(c.terms.size(), 1u);
+    EXPECT_EQ(only("(" + name + " true :som :depth 3 :x (a b))").kind, CommandKind::unsupported);
+    EXPECT_EQ(error_of("(" + name + " y)"), "1:" + std::to_string(name.size() + 3) + ": unknown symbol `y`");
+    EXPECT_EQ(error_of("(" + name + ")"),
+              "1:" + std::to_string(name.size() + 2) + ": expected a term, found `)`");
+    EXPECT_EQ(error_of("(" + name + " true false)"),
+              "1:" + std::to_string(name.size() + 8) + ": expected `)` at the end of `" + name + "`, found `false`");
+  }
+}
+
 TEST(Commands, Unknown) {
   EXPECT_EQ(error_of("(foo)"), "1:2: unknown command `foo`");
-  EXPECT_EQ(error_of("(simplify true)"), "1:2: unknown command `simplify`");
   EXPECT_EQ(error_of("()"), "1:2: expected the name of a command, found `)`");
   EXPECT_EQ(error_of("((assert))"), "1:2: expected the name of a command, found `(`");
   EXPECT_EQ(error_of("(let)"), "1:2: expected the name of a command, found the reserved word `let`");

@@ -145,6 +145,7 @@ bool ScriptEngine::execute(Command const& command) {
     case CommandKind::get_option: get_option(command); return true;
     case CommandKind::set_option: set_option(command); return true;
     case CommandKind::set_logic: set_logic(command); break;
+    case CommandKind::unsupported: console_.answer("unsupported"); return true;
     case CommandKind::echo: console_.answer(command.text); return true;
     case CommandKind::exit: success(); return false;
     case CommandKind::reset:

@@ -55,6 +55,7 @@ struct Reader::State {
   void assertion(Command& c);
   void check_sat_assuming(Command& c);
   void get_value(Command& c);
+  void question(Command& c);
   void levels(Command& c);
   void push(Command& c);
   void pop(Command& c);
@@ -108,6 +109,10 @@ Reader::State::CommandInfo const Reader::State::commands[] = {
     {"set-info", CommandKind::set_info, &State::attribute},
     {"set-logic", CommandKind::set_logic, &State::set_logic},
     {"set-option", CommandKind::set_option, &State::set_option},
+    // Other solvers' own: they show a term in some form and change nothing, so that a script goes on without them.
+    {"display", CommandKind::unsupported, &State::question},
+    {"eval", CommandKind::unsupported, &State::question},
+    {"simplify", CommandKind::unsupported, &State::question},
     {"declare-datatype", CommandKind::exit, nullptr, "datatypes are not supported"},
     {"declare-datatypes", CommandKind::exit, nullptr, "datatypes are not supported"},
     {"declare-sort", CommandKind::exit, nullptr, "uninterpreted sorts are not supported"},
@@ -192,6 +197,17 @@ void Reader::State::keyword(Command& c) {
 void Reader::State::echo(Command& c) {
   if (lexer.next() != Token::string) lexer.fail("expected a string, found " + lexer.describe());
   c.text = lexer.raw();
+}
+
+// A term, and attributes that say how it is to be shown.
+void Reader::State::question(Command& c) {
+  c.terms.push_back(next_term(c));
+  lexer.next();
+  while (lexer.kind() == Token::keyword) {
+    lexer.next();
+    skip_attribute_value(lexer, symbols);
+  }
+  ahead = true;
 }
 
 // ---- declarations ----

@@ -42,6 +42,7 @@ enum class CommandKind : std::uint8_t {
   get_proof,
   get_info,                 // text: the keyword
   get_option,               // text: the keyword
+  unsupported,              // terms[0]; a question outside the standard, to be answered with that word
   echo,                     // text: the string literal as written, quotes included
   exit
 };
