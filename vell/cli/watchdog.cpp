@@ -17,7 +17,7 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 constexpr milliseconds tick(10);
-constexpr milliseconds interrupt_patience(100);
+constexpr milliseconds interrupt_patience(50);
 constexpr milliseconds limit_patience(1000);
 constexpr milliseconds progress_delay(500);
 constexpr milliseconds progress_interval(100);
