@@ -9,9 +9,10 @@ accepts: the script up to that check-sat with the model as further assertions. T
 in ../shared/benchmarks beside the source directory; without them, it says so and does nothing.
 
 Counts stand at the end, for each solver: right, wrong, time limit, no answer; models that z3 accepts, refuses, leaves
-open. A script that the tool refuses by name is counted apart. All that is not right is listed. --again runs nothing but
-the queries that a log of a former run lists as not right. Exit code 1 when a verdict is wrong, a model is refused, or
-anything else goes wrong that a longer limit does not mend.
+open. cvc5 is asked where z3 does not understand the script, such as the overflow predicates. A script that the tool
+refuses by name is counted apart. All that is not right is listed. --again runs nothing but the queries that a log of a
+former run lists as not right. Exit code 1 when a verdict is wrong, a model is refused, or anything else goes wrong that
+a longer limit does not mend.
 """
 
 import argparse
@@ -56,7 +57,7 @@ def run(command, limit, text=None):
                            preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_CPU, bound))
     except subprocess.TimeoutExpired:
         return b"", b"", None
-    return p.stdout, p.stderr, None if p.returncode == -signal.SIGKILL else p.returncode
+    return p.stdout, p.stderr, None if p.returncode in (-signal.SIGKILL, -signal.SIGXCPU) else p.returncode
 
 
 # ---- the script that z3 has to accept ----
@@ -155,7 +156,7 @@ class Query:
                 f.write(out)
         verdict = next((VERDICTS[l.strip()] for l in out.split(b"\n") if l.strip() in VERDICTS), None)
         if verdict is None:
-            return "no answer", (out + err).decode(errors="replace").strip()[-200:]
+            return "no answer", "exit code %d: %s" % (code, (out + err).decode(errors="replace").strip()[-200:])
         if verdict != self.expected:
             return "wrong", "%s, expected %s" % (verdict, self.expected)
         decoded, err, code = run([self.vell, "decode", cnf, solution], self.limit)
@@ -170,19 +171,25 @@ class Query:
             self.judged[model], ("right", self.judged[model]))
 
     def judge(self, model):
-        if not shutil.which("z3"):
-            return "open: z3 is not installed"
+        """accepted, refused, or "open: why". z3 decides; cvc5 where z3 does not understand the script."""
         opener = lzma.open if self.path.endswith(".xz") else open
         with opener(self.path, "rb") as f:
             script = script_with_model(f.read(), self.query, model)
-        out, _, code = run(["z3", "-smt2", "-in"], self.limit, script)
-        answers = [l for l in out.split(b"\n") if l in (b"sat", b"unsat", b"unknown")]
-        errors = [l for l in out.split(b"\n") if l.startswith(b"(error")]
-        if code is None:
-            return "open: z3 took longer than the limit"
-        if errors or not answers or answers[-1] == b"unknown":
-            return "open: " + (errors or [b"z3 said unknown"])[0].decode(errors="replace")
-        return "accepted" if answers[-1] == b"sat" else "refused"
+        why = "open: neither z3 nor cvc5 is installed"
+        for judge in (["z3", "-smt2", "-in"], ["cvc5", "--incremental", "--lang=smt2"]):
+            if not shutil.which(judge[0]):
+                continue
+            out, err, code = run(judge, self.limit, script)
+            lines = (out + err).split(b"\n")
+            answers = [l for l in lines if l in (b"sat", b"unsat", b"unknown")]
+            errors = [l for l in lines if l.startswith(b"(error")]
+            if code is None:
+                why = f"open: {judge[0]} took longer than the limit"
+            elif errors or not answers or answers[-1] == b"unknown":
+                why = f"open: {judge[0]}: " + (errors or [b"unknown"])[0].decode(errors="replace")
+            else:
+                return "accepted" if answers[-1] == b"sat" else "refused"
+        return why
 
 
 def listed(log):
