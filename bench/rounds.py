@@ -56,7 +56,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("vell")
     parser.add_argument("--rounds", type=int, default=10000)
-    parser.add_argument("--terms", type=int, default=2000)
+    parser.add_argument("--terms", type=int, default=1000)
     args = parser.parse_args()
     text = formula(args.terms)
     alone = run(args.vell, text)

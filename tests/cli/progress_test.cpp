@@ -71,14 +71,18 @@ TEST(Progress, StandsOnATerminalAndIsGoneAtTheEnd) {
 
 TEST(Progress, SaysWhatIsReadClausifiedAndWritten) {
   Scratch s;
-  std::string const path = s.write("a.smt2", wide(900));
+  std::string const path = s.write("a.smt2", wide(6000));
   Finished const f =
-      vell_bv({.arguments = {"cnf", path, "-o", s.file("a.cnf.xz"), "--time-limit", "4"}, .columns = 120});
+      vell_bv({.arguments = {"cnf", path, "-o", s.file("a.cnf.xz"), "--time-limit", "3"}, .columns = 120});
   Screen const screen(f.err, 120);
   EXPECT_TRUE(screen.ever("clausifying: ")) << f.err;
   EXPECT_TRUE(screen.ever(" clauses, ")) << f.err;
   EXPECT_EQ("", screen.line);
-  // A script that is slow to come.
+  Finished const written = vell_bv({.arguments = {"cnf", s.write("b.smt2", wide(300)), "-o", s.file("b.cnf.xz"),
+                                                  "--time-limit", "10"},
+                                    .columns = 120});
+  EXPECT_TRUE(Screen(written.err, 120).ever("writing: ")) << written.err;
+  // A script that takes a while to read.
   std::string script = "(declare-const x (_ BitVec 64))";
   while (script.size() < 60000000) script += "(assert (bvult x (bvadd x (_ bv" + std::to_string(script.size()) + " 64))))\n";
   Screen const reading(vell_bv({.arguments = {"-", "--time-limit", "3"}, .input = script, .columns = 120}).err, 120);
