@@ -76,8 +76,10 @@ def run(command, limit):
     process.returncode = os.waitstatus_to_exitcode(status)
     answers = [l for l in out.decode(errors="replace").split("\n") if l in ("sat", "unsat", "unknown")]
     seconds = usage.ru_utime + usage.ru_stime
+    if seconds > limit:  # together with its children a solver can get beyond the bound of each process
+        return answers, None, "time"
     if process.returncode in (-signal.SIGKILL, -signal.SIGXCPU):
-        return answers, None, "time" if seconds >= 0.9 * bound[0] else "killed"
+        return answers, None, "time" if seconds >= 0.9 * limit else "killed"
     return answers, seconds, "" if process.returncode == 0 else "exit %d" % process.returncode
 
 
@@ -129,7 +131,7 @@ def main():
             for name, (command, reads_packed) in solvers.items():
                 answers, seconds, problem = run(command + [path if reads_packed else plain], args.limit)
                 bad = any(i >= len(expected) or a not in (expected[i], "unknown") for i, a in enumerate(answers))
-                good = not bad and answers == expected
+                good = not bad and answers == expected and seconds is not None
                 solved[name] += good
                 wrong[name] += bad
                 total[name] += args.limit if seconds is None else seconds
