@@ -201,7 +201,7 @@ TEST(CommandLine, InterruptWhileReadingAndClausifying) {
   script += "y" + std::string(100000, ')') + "))(check-sat)";
   Scratch s;
   std::string const path = s.write("a.smt2", script);
-  for (double after : {0.05, 0.4, 1.0}) {
+  for (double after : {0.15, 0.4, 1.0}) {
     Finished f = vell_bv({.arguments = {path}, .signal = SIGINT, .signal_after = after});
     EXPECT_EQ("unknown\n", f.out);
     EXPECT_EQ(130, f.code);

@@ -5,6 +5,8 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <stdlib.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -28,7 +30,21 @@ struct Start {
   int signal = 0;           // sent after signal_after seconds
   double signal_after = 0;
   std::string folder = {};  // working directory
+  unsigned short columns = 0;  // stderr is a terminal this wide; 0 for a pipe
+  std::size_t close_out_after = 0;  // nobody reads stdout any more after so many bytes; 0 for never
 };
+
+// A pseudo-terminal: the user's end and the program's.
+inline void open_terminal(unsigned short columns, int ends[2]) {
+  ends[0] = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+  if (ends[0] < 0 || grantpt(ends[0]) != 0 || unlockpt(ends[0]) != 0) throw std::runtime_error("pseudo-terminal");
+  ends[1] = open(ptsname(ends[0]), O_RDWR | O_NOCTTY | O_CLOEXEC);
+  if (ends[1] < 0) throw std::runtime_error("pseudo-terminal");
+  winsize size{};
+  size.ws_row = 24;
+  size.ws_col = columns;
+  ioctl(ends[1], TIOCSWINSZ, &size);
+}
 
 inline Finished vell_bv(Start const& start) {
   using Clock = std::chrono::steady_clock;
@@ -36,7 +52,10 @@ inline Finished vell_bv(Start const& start) {
   int in[2];
   int out[2];
   int err[2];
-  if (pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0 || pipe2(err, O_CLOEXEC) != 0)
+  if (pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0) throw std::runtime_error("pipe");
+  if (start.columns != 0)
+    open_terminal(start.columns, err);
+  else if (pipe2(err, O_CLOEXEC) != 0)
     throw std::runtime_error("pipe");
   std::vector<char*> argv{const_cast<char*>(binary.c_str())};
   for (std::string const& a : start.arguments) argv.push_back(const_cast<char*>(a.c_str()));
@@ -46,6 +65,7 @@ inline Finished vell_bv(Start const& start) {
     dup2(in[0], 0);
     dup2(out[1], 1);
     dup2(err[1], 2);
+    signal(SIGPIPE, SIG_DFL);
     if (!start.folder.empty() && chdir(start.folder.c_str()) != 0) _exit(127);
     execv(binary.c_str(), argv.data());
     _exit(127);
@@ -83,12 +103,13 @@ inline Finished vell_bv(Start const& start) {
     for (int i = 0; i < 2; ++i) {
       if (ended[i] || waiting[i].revents == 0) continue;
       ssize_t const n = read(waiting[i].fd, block, sizeof block);
-      if (n > 0) {
-        (i == 0 ? f.out : f.err).append(block, static_cast<std::size_t>(n));
-      } else {
-        ended[i] = true;
-        --open;
-      }
+      if (n > 0) (i == 0 ? f.out : f.err).append(block, static_cast<std::size_t>(n));
+      // A terminal that its last program has left answers with an error.
+      bool const enough = i == 0 && start.close_out_after != 0 && f.out.size() >= start.close_out_after;
+      if (n > 0 && !enough) continue;
+      ended[i] = true;
+      --open;
+      close(i == 0 ? out[0] : err[0]);
     }
     if (in_open && waiting[2].revents != 0) {
       ssize_t const n = write(in[1], start.input.data() + given, start.input.size() - given);
@@ -99,8 +120,6 @@ inline Finished vell_bv(Start const& start) {
     }
   }
   if (in_open) close(in[1]);
-  close(out[0]);
-  close(err[0]);
   int status = 0;
   waitpid(child, &status, 0);
   f.seconds = seconds() - since;  // after the signal, where one was sent

@@ -102,14 +102,5 @@ TEST(OutputFile, WhatCannotBeWrittenIsNamed) {
   EXPECT_EQ("none", message("/dev/null"));
 }
 
-TEST(OutputFile, DiscardAll) {
-  test::Scratch scratch;
-  OutputFile f(scratch.file("a"));
-  f.write("x", 1);
-  EXPECT_EQ(1u, scratch.files());
-  OutputFile::discard_all();
-  EXPECT_EQ(0u, scratch.files());
-}
-
 }  // namespace
 }  // namespace vell::engine

@@ -38,6 +38,8 @@ TEST(Solution, MiniSatResultFile) {
   EXPECT_TRUE(s.complete());
   EXPECT_TRUE(s.value(1));
   EXPECT_EQ(Solution::Status::unsat, parsed("UNSAT\n").status());
+  EXPECT_TRUE(parsed("SAT\n 0\n").complete());
+  EXPECT_FALSE(parsed("SAT\nc 0\n").complete());
 }
 
 TEST(Solution, BrokenLinesAreRefused) {

@@ -7,7 +7,7 @@
 #include <chrono>
 #include <cstdlib>
 
-#include "vell/engine/outputfile.h"
+#include "vell/engine/leftovers.h"
 
 namespace vell::cli {
 
@@ -17,7 +17,7 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 constexpr milliseconds tick(10);
-constexpr milliseconds interrupt_patience(100);
+constexpr milliseconds interrupt_patience(50);
 constexpr milliseconds limit_patience(1000);
 constexpr milliseconds progress_delay(500);
 constexpr milliseconds progress_interval(100);
@@ -53,11 +53,15 @@ Watchdog::Watchdog(CommonOptions const& options, engine::Console& console, engin
       statistics_(statistics),
       forced_answer_(std::move(forced_answer)),
       progress_(options.progress == "always" || (options.progress == "auto" && isatty(STDERR_FILENO) != 0)) {
+  // A closed terminal and a reader that has gone end the work as Ctrl-C does, unless whoever started it ignores them.
   struct sigaction action {};
   action.sa_handler = remember_signal;
   action.sa_flags = SA_RESTART;
-  sigaction(SIGINT, &action, nullptr);
-  sigaction(SIGTERM, &action, nullptr);
+  for (int const s : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
+    struct sigaction before {};
+    sigaction(s, nullptr, &before);
+    if (s == SIGINT || s == SIGTERM || before.sa_handler != SIG_IGN) sigaction(s, &action, nullptr);
+  }
   limit_address_space(options.memory_limit);
   thread_ = std::thread([this] { watch(); });
 }
@@ -117,7 +121,7 @@ std::string Watchdog::figures() const {
 void Watchdog::cut_off(int code) {
   bool const answered = statistics_.unknown != 0;
   console_.shut(answered ? "" : forced_answer_, figures());
-  engine::OutputFile::discard_all();
+  engine::leftovers::discard_all();
   // Without an answer to give, a run cut off has failed.
   _exit(code == 0 && forced_answer_.empty() ? exit_error : code);
 }
@@ -143,11 +147,12 @@ void Watchdog::finish(int code) {
   end();
   console_.diagnostic(figures());
   if (caught_signal != 0 && limits_.reason() == engine::StopReason::interrupted) code = 128 + caught_signal;
+  if (caught_signal == SIGPIPE) code = 128 + SIGPIPE;
   if (!console_.good() && code == 0) {
     console_.message("<stdout>: cannot write");
     code = exit_error;
   }
-  engine::OutputFile::discard_all();
+  engine::leftovers::discard_all();
   std::fflush(nullptr);
   _exit(code);
 }

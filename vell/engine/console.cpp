@@ -1,5 +1,8 @@
 #include "vell/engine/console.h"
 
+#include <sys/ioctl.h>
+#include <unistd.h>
+
 #include <chrono>
 
 namespace vell::engine {
@@ -52,6 +55,10 @@ void Console::progress(std::string_view text) {
     clear_progress();
     return;
   }
+  // A line that the terminal breaks could not be taken away again.
+  winsize terminal{};
+  if (ioctl(STDERR_FILENO, TIOCGWINSZ, &terminal) == 0 && terminal.ws_col > 1)
+    text = text.substr(0, terminal.ws_col - 1u);
   std::string line("\r");
   line += text;
   line += "\033[K";

@@ -16,6 +16,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "vell/engine/leftovers.h"
 #include "vell/engine/outputfile.h"
 #include "vell/engine/satsolver.h"
 #include "vell/engine/solution.h"
@@ -36,12 +37,9 @@ class Workplace {
   Workplace() {
     char const* base = std::getenv("TMPDIR");
     directory_ = std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/vell-bv-XXXXXX";
-    if (mkdtemp(directory_.data()) == nullptr) throw Exception(directory_ + ": " + std::strerror(errno));
+    if (!leftovers::make_folder(directory_)) throw Exception(directory_ + ": " + std::strerror(errno));
   }
-  ~Workplace() {
-    unlink(cnf().c_str());
-    rmdir(directory_.c_str());
-  }
+  ~Workplace() { leftovers::remove_folder(directory_); }
   Workplace(Workplace const&) = delete;
   Workplace& operator=(Workplace const&) = delete;
   std::string cnf() const { return directory_ + "/query.cnf"; }
@@ -150,8 +148,12 @@ class ExternalSolver : public SatSolver {
     std::string option = "-c";
     std::string text = command;
     char* const arguments[] = {shell.data(), option.data(), text.data(), nullptr};
-    pid_t child = 0;
-    int const error = posix_spawn(&child, "/bin/sh", &actions, &attributes, arguments, environ);
+    int error = 0;
+    pid_t const child = leftovers::start_group([&] {
+      pid_t started = 0;
+      error = posix_spawn(&started, "/bin/sh", &actions, &attributes, arguments, environ);
+      return error == 0 ? started : 0;
+    });
     posix_spawn_file_actions_destroy(&actions);
     posix_spawnattr_destroy(&attributes);
     close(ends[1]);
@@ -179,6 +181,7 @@ class ExternalSolver : public SatSolver {
     int status = 0;
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
+    leftovers::forget_group(child);
     if (problem.empty() && !open) solution_.finish();
     if (!problem.empty()) throw Exception("--solver: " + problem);
     if (!open && WIFEXITED(status) && (WEXITSTATUS(status) == 126 || WEXITSTATUS(status) == 127))

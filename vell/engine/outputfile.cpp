@@ -7,26 +7,10 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <mutex>
-#include <set>
-#include <vector>
 
+#include "vell/engine/leftovers.h"
 
 namespace vell::engine {
-
-namespace {
-
-// Temporary files that exist now. The set is never destroyed: a thread may ask while the process ends.
-struct Registry {
-  std::mutex mutex;
-  std::set<std::string> paths;
-};
-Registry& registry() {
-  static Registry* const r = new Registry;
-  return *r;
-}
-
-}  // namespace
 
 class OutputFile::Descriptor : public sinks::ByteOutput {
  public:
@@ -55,12 +39,9 @@ class OutputFile::Descriptor : public sinks::ByteOutput {
       }
     if (exists && access(target_.c_str(), W_OK) != 0) fail();
     std::string name = target_ + ".part-XXXXXX";
-    Registry& r = registry();
-    std::lock_guard const lock(r.mutex);
-    fd_ = mkostemp(name.data(), O_CLOEXEC);
+    fd_ = leftovers::make_file(name);
     if (fd_ < 0) fail();
     temporary_ = name;
-    r.paths.insert(temporary_);
     mode_t const mask = umask(0);
     umask(mask);
     fchmod(fd_, exists ? info.st_mode & 0777 : 0666 & ~mask);
@@ -68,7 +49,7 @@ class OutputFile::Descriptor : public sinks::ByteOutput {
 
   ~Descriptor() override {
     if (fd_ > STDERR_FILENO) close(fd_);
-    forget(true);
+    if (!temporary_.empty()) leftovers::remove_file(temporary_);
   }
 
   void write(char const* data, std::size_t size) override {
@@ -88,21 +69,13 @@ class OutputFile::Descriptor : public sinks::ByteOutput {
     fd_ = -1;
     if (fd > STDERR_FILENO && close(fd) != 0) fail();
     if (temporary_.empty()) return;
-    if (rename(temporary_.c_str(), target_.c_str()) != 0) fail();
-    forget(false);
+    if (!leftovers::keep_file(temporary_, target_)) fail();
+    temporary_.clear();
   }
 
  private:
   [[noreturn]] void fail() const {
     throw OutputError((path_ == "-" ? "<stdout>" : path_) + ": " + std::strerror(errno));
-  }
-  void forget(bool remove) {
-    if (temporary_.empty()) return;
-    Registry& r = registry();
-    std::lock_guard const lock(r.mutex);
-    if (remove) unlink(temporary_.c_str());
-    r.paths.erase(temporary_);
-    temporary_.clear();
   }
 
   std::string path_;
@@ -126,12 +99,6 @@ void OutputFile::write(char const* data, std::size_t size) {
 void OutputFile::commit() {
   if (compressor_ != nullptr) compressor_->finish();
   descriptor_->commit();
-}
-
-void OutputFile::discard_all() {
-  Registry& r = registry();
-  std::lock_guard const lock(r.mutex);
-  for (std::string const& path : r.paths) unlink(path.c_str());
 }
 
 }  // namespace vell::engine

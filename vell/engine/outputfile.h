@@ -27,7 +27,7 @@ class Compressor : public sinks::ByteOutput {
 std::unique_ptr<Compressor> make_compressor(std::string const& path, sinks::ByteOutput& out);
 
 // Bytes go to a temporary file beside the path, which takes the path's name in commit(). Without commit() nothing
-// remains. "-" is standard output, and an existing file that is no regular one (a pipe, a device) is written directly;
+// remains, nor after leftovers::discard_all(). "-" is standard output, and an existing file that is no regular one (a pipe, a device) is written directly;
 // these cannot be taken back. A path that ends in .gz, .xz, .zst or .bz2 is compressed. The bytes depend on nothing but
 // what is written and the path's suffix.
 class OutputFile : public sinks::ByteOutput {
@@ -40,10 +40,6 @@ class OutputFile : public sinks::ByteOutput {
 
   void write(char const* data, std::size_t size) override;
   void commit();
-
-  // Removes the temporary files of all output files that are not committed, from any thread; the process is about to
-  // end.
-  static void discard_all();
 
  private:
   class Descriptor;

@@ -49,8 +49,11 @@ void Solution::line(std::string_view text) {
       throw Exception("no answer: " + std::string(text));
   } else if (text.starts_with("v ")) {
     literals(text.substr(2));
-  } else if (bare_ && (text[0] == '-' || (text[0] >= '0' && text[0] <= '9'))) {
-    literals(text);
+  } else if (bare_) {
+    // Without a single variable, the line of values is a blank and the 0.
+    std::size_t const start = text.find_first_not_of(" \t");
+    if (start != std::string_view::npos && (text[start] == '-' || (text[start] >= '0' && text[start] <= '9')))
+      literals(text);
   }
 }
 

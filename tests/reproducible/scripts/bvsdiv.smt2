@@ -1,0 +1,12 @@
+; bvsdiv of words and by constants.
+(set-logic QF_BV)
+(declare-const x1 (_ BitVec 1))
+(declare-const y1 (_ BitVec 1))
+(declare-const z1 (_ BitVec 1))
+(declare-const x7 (_ BitVec 7))
+(declare-const y7 (_ BitVec 7))
+(declare-const z7 (_ BitVec 7))
+(assert (= (bvsdiv x7 y7) (bvsdiv z7 #b0000110)))
+(assert (bvult (bvsdiv #b1011001 z7) (bvsdiv x7 #b1111111)))
+(assert (= (bvsdiv x1 y1) z1))
+(check-sat)

@@ -1,0 +1,12 @@
+; bvsrem of words and by constants.
+(set-logic QF_BV)
+(declare-const x1 (_ BitVec 1))
+(declare-const y1 (_ BitVec 1))
+(declare-const z1 (_ BitVec 1))
+(declare-const x7 (_ BitVec 7))
+(declare-const y7 (_ BitVec 7))
+(declare-const z7 (_ BitVec 7))
+(assert (= (bvsrem x7 y7) (bvsrem z7 #b0000110)))
+(assert (bvult (bvsrem #b1011001 z7) (bvsrem x7 #b1111111)))
+(assert (= (bvsrem x1 y1) z1))
+(check-sat)

@@ -1,0 +1,12 @@
+; Zero and sign extension.
+(set-logic QF_BV)
+(declare-const x1 (_ BitVec 1))
+(declare-const y1 (_ BitVec 1))
+(declare-const x6 (_ BitVec 6))
+(declare-const y6 (_ BitVec 6))
+(declare-const x12 (_ BitVec 12))
+(declare-const y12 (_ BitVec 12))
+(assert (bvult ((_ zero_extend 6) x6) ((_ sign_extend 6) y6)))
+(assert (= ((_ sign_extend 11) x1) x12))
+(assert (distinct ((_ zero_extend 0) y12) ((_ sign_extend 0) x12)))
+(check-sat)

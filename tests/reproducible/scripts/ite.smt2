@@ -1,0 +1,13 @@
+; If-then-else on both sorts.
+(set-logic QF_BV)
+(declare-const p Bool)
+(declare-const q Bool)
+(declare-const r Bool)
+(declare-const x1 (_ BitVec 1))
+(declare-const y1 (_ BitVec 1))
+(declare-const x8 (_ BitVec 8))
+(declare-const y8 (_ BitVec 8))
+(assert (ite p (= x8 y8) (ite q r (not r))))
+(assert (= (ite (bvult x8 y8) x8 (bvnot y8)) (ite r y8 #x3c)))
+(assert (= (ite p x1 y1) #b1))
+(check-sat)

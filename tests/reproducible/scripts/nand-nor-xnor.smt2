@@ -1,0 +1,12 @@
+; Complemented operators.
+(set-logic QF_BV)
+(declare-const x1 (_ BitVec 1))
+(declare-const y1 (_ BitVec 1))
+(declare-const z1 (_ BitVec 1))
+(declare-const x6 (_ BitVec 6))
+(declare-const y6 (_ BitVec 6))
+(declare-const z6 (_ BitVec 6))
+(assert (= (bvnand x6 y6) (bvnor y6 z6)))
+(assert (distinct (bvxnor x6 z6) #b110000))
+(assert (= (bvxnor x1 y1 z1) (bvnand x1 y1)))
+(check-sat)

@@ -1,0 +1,12 @@
+; Complement and negation.
+(set-logic QF_BV)
+(declare-const x1 (_ BitVec 1))
+(declare-const y1 (_ BitVec 1))
+(declare-const z1 (_ BitVec 1))
+(declare-const x9 (_ BitVec 9))
+(declare-const y9 (_ BitVec 9))
+(declare-const z9 (_ BitVec 9))
+(assert (= (bvnot x9) (bvneg y9)))
+(assert (distinct (bvneg z9) z9))
+(assert (= (bvneg x1) (bvnot y1)))
+(check-sat)

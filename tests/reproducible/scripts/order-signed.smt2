@@ -1,0 +1,13 @@
+; Signed order.
+(set-logic QF_BV)
+(declare-const x1 (_ BitVec 1))
+(declare-const y1 (_ BitVec 1))
+(declare-const z1 (_ BitVec 1))
+(declare-const x9 (_ BitVec 9))
+(declare-const y9 (_ BitVec 9))
+(declare-const z9 (_ BitVec 9))
+(assert (bvslt x9 y9))
+(assert (bvsle y9 z9))
+(assert (or (bvsgt x9 #b000010001) (bvsge #b111111111 z9)))
+(assert (bvsge x1 y1))
+(check-sat)

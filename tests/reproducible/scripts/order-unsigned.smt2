@@ -1,0 +1,13 @@
+; Unsigned order.
+(set-logic QF_BV)
+(declare-const x1 (_ BitVec 1))
+(declare-const y1 (_ BitVec 1))
+(declare-const z1 (_ BitVec 1))
+(declare-const x9 (_ BitVec 9))
+(declare-const y9 (_ BitVec 9))
+(declare-const z9 (_ BitVec 9))
+(assert (bvult x9 y9))
+(assert (bvule y9 z9))
+(assert (or (bvugt x9 #b000010001) (bvuge #b011111111 z9)))
+(assert (bvuge x1 y1))
+(check-sat)

@@ -1,0 +1,12 @@
+; Overflow of products and quotients.
+(set-logic QF_BV)
+(declare-const x1 (_ BitVec 1))
+(declare-const y1 (_ BitVec 1))
+(declare-const z1 (_ BitVec 1))
+(declare-const x6 (_ BitVec 6))
+(declare-const y6 (_ BitVec 6))
+(declare-const z6 (_ BitVec 6))
+(assert (or (bvumulo x6 y6) (bvsmulo y6 z6)))
+(assert (not (bvsdivo x6 z6)))
+(assert (xor (bvumulo x1 y1) (bvsmulo y1 z1) (bvsdivo x1 y1)))
+(check-sat)

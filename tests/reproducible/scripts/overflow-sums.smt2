@@ -1,0 +1,13 @@
+; Overflow of sums, differences, negation.
+(set-logic QF_BV)
+(declare-const x1 (_ BitVec 1))
+(declare-const y1 (_ BitVec 1))
+(declare-const z1 (_ BitVec 1))
+(declare-const x8 (_ BitVec 8))
+(declare-const y8 (_ BitVec 8))
+(declare-const z8 (_ BitVec 8))
+(assert (or (bvuaddo x8 y8) (bvsaddo y8 z8)))
+(assert (or (bvusubo x8 y8) (bvssubo y8 z8)))
+(assert (=> (bvnego x8) (bvnego z8) (bvsaddo x1 y1)))
+(assert (distinct (bvssubo x1 z1) (bvnego y1)))
+(check-sat)

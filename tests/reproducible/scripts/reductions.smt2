@@ -1,0 +1,12 @@
+; Reductions and the comparison of one bit.
+(set-logic QF_BV)
+(declare-const x1 (_ BitVec 1))
+(declare-const y1 (_ BitVec 1))
+(declare-const z1 (_ BitVec 1))
+(declare-const x11 (_ BitVec 11))
+(declare-const y11 (_ BitVec 11))
+(declare-const z11 (_ BitVec 11))
+(assert (= (bvredor x11) (bvredand y11)))
+(assert (= (bvcomp x11 z11) (bvredor x1)))
+(assert (= (bvcomp x1 y1) (bvredand z1)))
+(check-sat)

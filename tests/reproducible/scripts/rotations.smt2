@@ -1,0 +1,10 @@
+; Rotations by numbers and by words.
+(set-logic QF_BV)
+(declare-const x1 (_ BitVec 1))
+(declare-const y1 (_ BitVec 1))
+(declare-const x8 (_ BitVec 8))
+(declare-const y8 (_ BitVec 8))
+(assert (= ((_ rotate_left 3) x8) ((_ rotate_right 13) y8)))
+(assert (= (ext_rotate_left x8 y8) (ext_rotate_right y8 x8)))
+(assert (= ((_ rotate_left 5) x1) ((_ rotate_right 0) y1)))
+(check-sat)

@@ -1,0 +1,11 @@
+; Let, named terms, functions: one term however it is written.
+(set-logic QF_BV)
+(declare-const x8 (_ BitVec 8))
+(declare-const y8 (_ BitVec 8))
+(declare-const z8 (_ BitVec 8))
+(define-fun twice ((a (_ BitVec 8))) (_ BitVec 8) (bvadd a a))
+(assert (let ((u (bvmul x8 y8)) (v (twice z8))) (! (= (bvxor u v) (bvadd (bvmul x8 y8) (twice (bvadd z8 z8)))) :named top)))
+(define-const k (_ BitVec 8) (bvadd x8 #x01))
+(assert (distinct k (twice k)))
+(assert (or top (= x8 y8)))
+(check-sat)

@@ -1,0 +1,10 @@
+; Concatenation, extraction, repetition.
+(set-logic QF_BV)
+(declare-const x3 (_ BitVec 3))
+(declare-const y3 (_ BitVec 3))
+(declare-const x8 (_ BitVec 8))
+(declare-const y8 (_ BitVec 8))
+(assert (= (concat x3 y8 x8) ((_ extract 20 2) (concat y3 x3 x8 #b101 x8))))
+(assert (= ((_ repeat 4) x3) (concat ((_ extract 7 4) y8) ((_ repeat 1) x8))))
+(assert (= ((_ extract 7 7) x8) ((_ extract 0 0) y8)))
+(check-sat)
