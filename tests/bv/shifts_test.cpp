@@ -345,6 +345,17 @@ TEST_F(ShiftsTest, RotationsByNothingAndByTheWidth) {
   EXPECT_EQ(rotated(SymbolTag::bv_rotate_right, x, 1), (BvLitList{11, 12, 10}));
 }
 
+// A handler may be registered for other tags: a symbol that names no amount rotates by nothing.
+TEST_F(ShiftsTest, RotationsWithoutAnAmount) {
+  Term_ const* x = bv_var("x", BvLitList{10, 11, 12});
+  Term_ const* left = raw_term(SymbolTag::bv_not, tm.bv_type(3), {x}, "left");
+  c.word_rol(&sink, left);
+  EXPECT_EQ(bits(left), bits(x));
+  Term_ const* right = raw_term(SymbolTag::bv_not, tm.bv_type(3), {x}, "right");
+  c.word_ror(&sink, right);
+  EXPECT_EQ(bits(right), bits(x));
+}
+
 TEST_F(ShiftsTest, RotationsShareLiteralsAndNotTheList) {
   Term_ const* x = bv_var("x", BvLitList{10, 11});
   Term_ const* t = tm.mk_app(SymbolTag::bv_rotate_left, {x}, 2);
