@@ -35,12 +35,12 @@ class VELL_API DimacsSink : public bv::ClauseSink {
     raw
   };
 
-  // out must outlive the sink. Takes a buffer of 1 MiB.
+  // out must outlive the sink. Takes a buffer of 256 KiB and 16 KiB for the text of variables.
   DimacsSink(ByteOutput& out, Form form);
   // Hands nothing over: call flush() first.
   ~DimacsSink() override = default;
 
-  bv::BvLit new_lit() override { return next_++; }
+  bv::BvLit new_lit() override;
   bool atom_lit(Term_ const*, bv::BvLit&) override { return false; }
   void add_clause() override;
 
@@ -69,8 +69,19 @@ class VELL_API DimacsSink : public bv::ClauseSink {
   }
   void make_room(std::size_t bytes);
 
+  // A variable's number and a blank, as text. The whole entry is copied out, so it has the size of a vector register.
+  struct Text {
+    char bytes[11];
+    std::uint8_t length;
+    std::uint32_t magnitude;  // of the literal; 0 while the entry is empty
+  };
+  static_assert(sizeof(Text) == 16);
+  static constexpr std::uint32_t text_count = 1024;
+  void make_text(std::uint32_t magnitude);
+
   ByteOutput& out_;
-  Form form_;
+  std::uint32_t offset_;  // from a literal's magnitude down to its variable; also the magnitude of what is removed
+  std::unique_ptr<Text[]> texts_;
   bv::BvLit next_ = 2;
   std::uint64_t written_ = 0;
   std::size_t capacity_;
