@@ -4,8 +4,9 @@
 //
 // Every translated term has one list, owned by the cache. The trail holds the terms in caching order, with null for
 // backtrack points; retracting pops it. A term may stand on the trail more often than once (a root that was cached
-// before, a term whose bits were replaced): the first of its entries that is popped forgets the term, the others then
-// find nothing. Literals of forgotten terms are not used again, so clauses that mention them stay true.
+// before, a term whose bits were replaced), and it may have been forgotten alone: the first of its entries that is
+// popped forgets the term, the others then find nothing. Literals of forgotten terms are not used again, so clauses that
+// mention them stay true.
 //
 // Tested by tests/bv/cache_test.cpp.
 
@@ -38,6 +39,11 @@ void WordClausifier::push_backtrack_point() { trail.push_back(nullptr); }
 
 void WordClausifier::pop_backtrack_point() { retract_upto(nullptr); }
 
+void WordClausifier::forget(Term_ const* t) {
+  BvLitList* bits = bits_cache.remove(t).first;
+  if (bits != nullptr) bvlist_pool.release(bits);
+}
+
 void WordClausifier::retract_upto(Term_ const* t) {
   Term_ const* last;
   do {
@@ -45,8 +51,7 @@ void WordClausifier::retract_upto(Term_ const* t) {
     last = trail.back();
     trail.pop_back();
     if (last == nullptr) continue;
-    BvLitList* bits = bits_cache.remove(last).first;
-    if (bits != nullptr) bvlist_pool.release(bits);
+    forget(last);
   } while (last != t);
 }
 

@@ -76,6 +76,8 @@ class VELL_API WordClausifier : public WordClausifierInterface {
   BvLitList* new_BvLitList(BvLitList const& src) { return bvlist_pool.alloc_copy(src); }
   // Gives a list that is not cached back to the pool.
   void release(BvLitList* list) { bvlist_pool.release(list); }
+  // Drops the bits of t alone, for a term that nothing translated later has for a child. Its place on the trail stays.
+  void forget(Term_ const* t);
   void retract_upto(Term_ const* t) override;
   void push_backtrack_point() override;
   void pop_backtrack_point() override;

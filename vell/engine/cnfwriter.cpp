@@ -2,12 +2,14 @@
 //
 // The header names the number of clauses and the map lines name literals, and both come first in the file. A second
 // run of the clausifier yields the same clauses, since nothing in it depends on more than the calls made; so the text
-// goes straight to its place, be it a pipe or a compressor, and no copy of it is ever held.
+// goes straight to its place, be it a pipe or a compressor, and no copy of it is ever held. Both runs follow one
+// schedule, and neither keeps bits that it will not read again.
 
 #include "vell/engine/cnfwriter.h"
 
 #include <fnmatch.h>
 
+#include <optional>
 #include <vector>
 
 #include "vell/bv/inspector.h"
@@ -17,6 +19,7 @@
 #include "vell/engine/linearequations.h"
 #include "vell/engine/mapline.h"
 #include "vell/engine/outputfile.h"
+#include "vell/engine/schedule.h"
 #include "vell/engine/scriptengine.h"
 #include "vell/engine/scriptoptions.h"
 #include "vell/engine/scriptstate.h"
@@ -127,11 +130,13 @@ class AnnotatingClausifier : public ScriptClausifier {
   std::vector<Handler> handlers_;
 };
 
-void clausify(CnfOptions const& options, Query const& query, bv::WordClausifier& clausifier, bv::ClauseSink& sink) {
+// Each formula's clauses and the unit clause of its literal. translate: from a formula's number to its literal.
+template <typename Translate>
+void clausify(CnfOptions const& options, Query const& query, bv::ClauseSink& sink, Translate translate) {
   for (std::size_t i = 0; i < query.formulas.size(); ++i) {
     bv::BvLit holds = bv::l_undef;
     try {
-      holds = clausifier.bit_blast(query.formulas[i], &sink);
+      holds = translate(i);
     } catch (Stopped const&) {
       throw;
     } catch (OutputError const&) {
@@ -161,8 +166,10 @@ void write_cnf(CnfOptions const& options, Limits const& limits, Statistics& stat
   statistics.enter(Phase::clausifying);
   sinks::CountingSink count;
   std::vector<std::string> map_lines;
+  std::optional<Schedule> schedule;
   {
     ScriptClausifier clausifier(&tm, &config);
+    schedule.emplace(bv::WordClausifierInspector(clausifier).hooks(), tm.term_count(), query.formulas, query.constants);
     auto const report = [&] {
       statistics.fresh_literals = count.fresh_literals();
       statistics.clauses = count.clauses();
@@ -170,8 +177,13 @@ void write_cnf(CnfOptions const& options, Limits const& limits, Statistics& stat
     };
     LimitTest const test(limits, statistics, report);
     clausifier.set_termination_test(&test);
-    if (options.logger != nullptr) clausifier.set_logger(options.logger);
-    clausify(options, query, clausifier, count);
+    if (options.logger != nullptr) {
+      // The trace tells of the traversal, which the schedule leaves out.
+      clausifier.set_logger(options.logger);
+      clausify(options, query, count, [&](std::size_t i) { return clausifier.bit_blast(query.formulas[i], &count); });
+    } else {
+      clausify(options, query, count, [&](std::size_t i) { return schedule->translate(i, clausifier, &count); });
+    }
     report();
     for (Term_ const* c : query.constants)
       map_lines.push_back(
@@ -180,27 +192,30 @@ void write_cnf(CnfOptions const& options, Limits const& limits, Statistics& stat
 
   statistics.enter(Phase::writing);
   OutputFile file(options.output);
-  AnnotatingSink sink(file, form);
-  sink.comment(std::string("vell-bv ") + version);
-  sink.comment("input " + one_line(base_name(options.input)));
-  sink.comment("sha256 " + digest);
-  for (std::string const& line : map_lines) sink.comment(line);
-  std::uint64_t const clauses = options.raw ? count.clauses() + 1 : count.clauses() - count.satisfied_clauses();
-  sink.header(sinks::DimacsSink::variables(count.fresh_literals(), form), clauses);
-
   Statistics unused;
   LimitTest const test(limits, unused, [] {});
+  auto const write = [&](sinks::DimacsSink& sink, ScriptClausifier& clausifier) {
+    sink.comment(std::string("vell-bv ") + version);
+    sink.comment("input " + one_line(base_name(options.input)));
+    sink.comment("sha256 " + digest);
+    for (std::string const& line : map_lines) sink.comment(line);
+    std::uint64_t const clauses = options.raw ? count.clauses() + 1 : count.clauses() - count.satisfied_clauses();
+    sink.header(sinks::DimacsSink::variables(count.fresh_literals(), form), clauses);
+
+    clausifier.set_termination_test(&test);
+    clausify(options, query, sink, [&](std::size_t i) { return schedule->translate(i, clausifier, &sink); });
+    sink.flush();
+    if (sink.written_clauses() != clauses) throw Exception("internal error: the second run gave other clauses");
+  };
   if (options.annotate) {
+    AnnotatingSink sink(file, form);
     AnnotatingClausifier clausifier(&tm, &config, sink);
-    clausifier.set_termination_test(&test);
-    clausify(options, query, clausifier, sink);
+    write(sink, clausifier);
   } else {
+    sinks::DimacsSink sink(file, form);
     ScriptClausifier clausifier(&tm, &config);
-    clausifier.set_termination_test(&test);
-    clausify(options, query, clausifier, sink);
+    write(sink, clausifier);
   }
-  sink.flush();
-  if (sink.written_clauses() != clauses) throw Exception("internal error: the second run gave other clauses");
   limits.check();
   file.commit();
 }
