@@ -458,5 +458,37 @@ TEST(TermManagerScaleTest, ManagersOfTwoThreadsAreIndependent) {
   EXPECT_TRUE(ok[0] && ok[1]);
 }
 
+// Children of very many terms, children far apart in age, terms made long after their children: however the table is
+// laid out, a term is made once.
+TEST(TermManager, EveryTermIsMadeOnceInALargeTable) {
+  TermManager tm;
+  std::vector<Term_ const*> words;
+  for (int i = 0; i < 300; ++i) words.push_back(tm.mk_variable("x", tm.bv_type(8)));
+  for (int i = 0; i < 256; ++i) words.push_back(tm.mk_bv(static_cast<std::uint64_t>(i), 8));
+  std::vector<Term_ const*> made;
+  for (Term_ const* x : words)
+    for (Term_ const* y : words) made.push_back(tm.mk_app(SymbolTag::bv_add, {x, y}));
+  Term_ const* chain = words[0];
+  for (int i = 0; i < 100000; ++i) {
+    chain = tm.mk_app(i % 2 == 0 ? SymbolTag::bv_neg : SymbolTag::bv_not, {chain});
+    made.push_back(chain);
+  }
+  std::uint64_t const count = tm.term_count();
+  EXPECT_EQ(words.size() + made.size(), count);
+
+  std::size_t k = 0;
+  for (Term_ const* x : words)
+    for (Term_ const* y : words) ASSERT_EQ(made[k++], tm.mk_app(SymbolTag::bv_add, {x, y}));
+  chain = words[0];
+  for (int i = 0; i < 100000; ++i) {
+    chain = tm.mk_app(i % 2 == 0 ? SymbolTag::bv_neg : SymbolTag::bv_not, {chain});
+    ASSERT_EQ(made[k++], chain);
+  }
+  for (int i = 0; i < 256; ++i)
+    ASSERT_EQ(words[300 + static_cast<std::size_t>(i)], tm.mk_bv(static_cast<std::uint64_t>(i), 8));
+  for (Term_ const* x : words) ASSERT_EQ(x, tm.mk_term(x->symbol));
+  EXPECT_EQ(count, tm.term_count());
+}
+
 }  // namespace
 }  // namespace vell

@@ -1,7 +1,7 @@
 #include "vell/engine/wordidentities.h"
 
-// A first pass over the new part of a formula finds out where products and remainders stand; a formula without any is
-// left alone, which is nearly every formula. A second pass rebuilds the rest bottom up, with decided atoms replaced.
+// While the manager knows no product and no remainder nothing is done at all, which is so for nearly every script. A
+// first pass over the new part of a formula then finds out where they stand; a formula without any is left alone. A second pass rebuilds the rest bottom up, with decided atoms replaced.
 //
 // An equality s = t over words of width w is decided from D = P(s) - P(t) modulo 2^w: it holds when D is zero, and fails
 // when D's constant is odd relative to the power of two that divides all other coefficients (the 2-adic case of Gauss's
@@ -54,6 +54,9 @@ struct WordIdentities::State {
   TermManager& tm;
   bool free_division;
   WordPolynomials polynomials;
+  void take_note(Term_ const* formula);
+
+  std::vector<Term_ const*> assumed;              // not looked at yet: there is no product
   std::unordered_set<Term_ const*> defining;  // assumed formulas that define a variable: they must stand
   std::vector<std::uint8_t> marks;  // by term id
   std::unordered_map<Term_ const*, Term_ const*> replaced;  // terms with products, by what stands for them
@@ -67,22 +70,27 @@ WordIdentities::~WordIdentities() = default;
 
 std::uint64_t WordIdentities::decided() const { return state_->decided; }
 
+void WordIdentities::assume(Term_ const* formula) { state_->assumed.push_back(formula); }
+
 Term_ const* WordIdentities::decide(Term_ const* formula) {
+  TermManager const& tm = state_->tm;
+  if (!tm.has_operator(SymbolTag::bv_mul) && !tm.has_operator(SymbolTag::bv_urem)) return formula;
+  for (Term_ const* a : state_->assumed) state_->take_note(a);
+  state_->assumed.clear();
   if (state_->defining.count(formula) != 0) return formula;
   return state_->scan(formula) ? state_->rebuild(formula) : formula;
 }
 
-void WordIdentities::assume(Term_ const* formula) {
-  State& s = *state_;
-  if (s.tm.get_tag(formula->symbol) != SymbolTag::equal || s.defining.size() >= max_definitions) return;
+void WordIdentities::State::take_note(Term_ const* formula) {
+  if (tm.get_tag(formula->symbol) != SymbolTag::equal || defining.size() >= max_definitions) return;
   for (unsigned side = 0; side < 2; ++side) {
     Term_ const* x = formula->children[side];
     Term_ const* definition = formula->children[1 - side];
-    bool const constant = s.tm.is_number(definition->symbol) && !s.tm.is_number(x->symbol);
-    bool const variable = s.tm.is_uninterpreted_function(x->symbol) && !s.depends_on(definition, x);
-    if ((!constant && !variable) || s.polynomials.definition(x) != nullptr) continue;
-    s.polynomials.define(x, definition);
-    s.defining.insert(formula);
+    bool const constant = tm.is_number(definition->symbol) && !tm.is_number(x->symbol);
+    bool const variable = tm.is_uninterpreted_function(x->symbol) && !depends_on(definition, x);
+    if ((!constant && !variable) || polynomials.definition(x) != nullptr) continue;
+    polynomials.define(x, definition);
+    defining.insert(formula);
     return;
   }
 }

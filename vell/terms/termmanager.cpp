@@ -27,9 +27,22 @@ std::uint32_t term_hash(Symbol const* symbol, Term_ const* const* children, std:
   return static_cast<std::uint32_t>(h >> 16);
 }
 
+// The slot that a term's youngest child points to. Ids reach two thirds of the number of slots, so this spreads them over
+// the whole table. A term without children is where its symbol's place among the symbols points to.
+std::uint64_t near_slot(Symbol const* symbol, Term_ const* const* children, std::uint64_t n) {
+  if (n == 0) return reinterpret_cast<std::uintptr_t>(symbol) / 32;
+  std::uint64_t youngest = 0;
+  for (std::uint64_t i = 0; i < n; ++i) youngest = std::max(youngest, children[i]->id);
+  return youngest + youngest / 2;
+}
+
+// Slots tried near there, from one of as many on, before the hash alone decides: a child of very many terms must not
+// make a long row.
+constexpr std::uint64_t near_slots = 16;
+
 }  // namespace
 
-TermManager::TermManager() : table_(1024, Slot{0, 0}) {
+TermManager::TermManager() : numerals_(64, Slot{0, 0}), table_(1024, Slot{0, 0}) {
   bool_type = new_type(Type::Kind::boolean);
   bv_type_marker = new_type(Type::Kind::marker);
   fp_type_marker = new_type(Type::Kind::marker);
@@ -181,6 +194,7 @@ Symbol const* TermManager::operator_symbol(SymbolTag::tag tag, std::uint64_t ari
     default: break;
   }
   Symbol const* s = make_symbol(spec);
+  if (tag < 64) operators_ |= std::uint64_t{1} << tag;
   operator_symbols_.emplace(h, s);
   return recent = s;
 }
@@ -192,15 +206,25 @@ Term_ const* TermManager::at(std::uint32_t place) const {
   return reinterpret_cast<Term_ const*>(chunks_[p >> chunk_bits] + (p & (chunk_words - 1)) * 8);
 }
 
-void TermManager::grow_term_table() {
-  std::vector<Slot> old(table_.size() * 2, Slot{0, 0});
-  old.swap(table_);
+template <typename Same>
+TermManager::Slot& TermManager::find_slot(std::uint32_t hash, std::uint64_t near, Same same) {
   std::uint64_t const mask = table_.size() - 1;
+  auto const ends = [&](Slot const& s) { return s.place == 0 || (s.hash == hash && same(at(s.place))); };
+  near += hash % near_slots;
+  for (std::uint64_t i = near; i < near + near_slots; ++i)
+    if (ends(table_[i & mask])) return table_[i & mask];
+  std::uint64_t i = (hash * std::uint64_t{0x9e3779b97f4a7c15u}) >> 24 & mask;
+  while (!ends(table_[i])) i = (i + 1) & mask;
+  return table_[i];
+}
+
+void TermManager::grow_term_table() {
+  decltype(table_) old(table_.size() * 2, Slot{0, 0});
+  old.swap(table_);
   for (Slot const& s : old) {
     if (s.place == 0) continue;
-    std::uint64_t i = s.hash & mask;
-    while (table_[i].place != 0) i = (i + 1) & mask;
-    table_[i] = s;
+    Term_ const* t = at(s.place);
+    find_slot(s.hash, near_slot(t->symbol, t->children, t->symbol->arity), [](Term_ const*) { return false; }) = s;
   }
 }
 
@@ -223,13 +247,10 @@ void TermManager::reserve_words(std::uint64_t words) {
 Term_ const* TermManager::mk_term(Symbol const* symbol, std::span<Term_ const* const> children) {
   std::uint64_t const n = symbol->arity;
   std::uint32_t const h = term_hash(symbol, children.data(), n);
-  std::uint64_t const mask = table_.size() - 1;
-  std::uint64_t i = h & mask;
-  for (; table_[i].place != 0; i = (i + 1) & mask) {
-    if (table_[i].hash != h) continue;
-    Term_ const* t = at(table_[i].place);
-    if (t->symbol == symbol && std::equal(children.begin(), children.begin() + n, t->children)) return t;
-  }
+  Slot& slot = find_slot(h, near_slot(symbol, children.data(), n), [&](Term_ const* t) {
+    return t->symbol == symbol && std::equal(children.begin(), children.begin() + n, t->children);
+  });
+  if (slot.place != 0) return at(slot.place);
 
   reserve_words(2 + n);
   std::uint64_t const place = next_place_;
@@ -238,7 +259,7 @@ Term_ const* TermManager::mk_term(Symbol const* symbol, std::span<Term_ const* c
   t->symbol = symbol;
   std::copy_n(children.data(), n, t->children);
   next_place_ += 2 + n;
-  table_[i] = Slot{h, static_cast<std::uint32_t>(place + 1)};
+  slot = Slot{h, static_cast<std::uint32_t>(place + 1)};
   if (term_count_ * 3 > table_.size() * 2) grow_term_table();
   return t;
 }
@@ -252,11 +273,14 @@ Term_ const* TermManager::mk_variable(std::string_view name, Type const* type) {
 }
 
 Term_ const* TermManager::mk_number(QNumber const& value, Type const* type) {
-  std::uint64_t const h = mix(value.hash(), reinterpret_cast<std::uintptr_t>(type));
-  auto const [begin, end] = numerals_.equal_range(h);
-  for (auto i = begin; i != end; ++i) {
-    Symbol const* s = i->second->symbol;
-    if (s->output_type_ == type && s->number_->is_big() == value.is_big() && *s->number_ == value) return i->second;
+  std::uint32_t const h =
+      static_cast<std::uint32_t>(mix(value.hash(), reinterpret_cast<std::uintptr_t>(type)) >> 16);
+  std::uint64_t i = h & (numerals_.size() - 1);
+  for (; numerals_[i].place != 0; i = (i + 1) & (numerals_.size() - 1)) {
+    if (numerals_[i].hash != h) continue;
+    Term_ const* t = at(numerals_[i].place);
+    Symbol const* s = t->symbol;
+    if (s->output_type_ == type && s->number_->is_big() == value.is_big() && *s->number_ == value) return t;
   }
   SymbolSpec spec;
   std::string name = value.to_str();
@@ -267,7 +291,17 @@ Term_ const* TermManager::mk_number(QNumber const& value, Type const* type) {
   spec.role = Symbol::Role::number;
   spec.number = &value;
   Term_ const* t = mk_term(make_symbol(spec));
-  numerals_.emplace(h, t);
+  numerals_[i] = {h, static_cast<std::uint32_t>(next_place_ - 2 + 1)};  // the term just made, of two words
+  if (++numeral_count_ * 2 > numerals_.size()) {
+    std::vector<Slot> old(numerals_.size() * 2, Slot{0, 0});
+    old.swap(numerals_);
+    for (Slot const& s : old) {
+      if (s.place == 0) continue;
+      for (i = s.hash & (numerals_.size() - 1); numerals_[i].place != 0; i = (i + 1) & (numerals_.size() - 1)) {
+      }
+      numerals_[i] = s;
+    }
+  }
   return t;
 }
 
@@ -284,7 +318,7 @@ Term_ const* TermManager::mk_bool(bool value) {
 }
 
 std::uint64_t TermManager::bytes_reserved() const {
-  return symbol_arena_.bytes_reserved() + table_.capacity() * sizeof(Slot) + chunks_.size() * chunk_words * 8;
+  return symbol_arena_.bytes_reserved() + (table_.capacity() + numerals_.capacity()) * sizeof(Slot) + chunks_.size() * chunk_words * 8;
 }
 
 }  // namespace vell
