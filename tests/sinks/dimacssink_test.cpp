@@ -80,6 +80,51 @@ TEST(DimacsSink, NumbersOfEveryLength) {
   EXPECT_EQ(expected.str(), written(DimacsSink::Form::raw, clauses));
 }
 
+// At both ends of every number of digits, as operands and as fresh literals, in both forms.
+TEST(DimacsSink, NumbersAtEveryChangeOfLength) {
+  for (auto const form : {DimacsSink::Form::raw, DimacsSink::Form::clean}) {
+    std::vector<bv::BvLitList> clauses;
+    std::ostringstream expected;
+    for (std::int64_t base = 1; base <= INT32_MAX; base *= 10)
+      for (std::int64_t v = base - 2; v <= base + 2; ++v)
+        for (std::int64_t sign : {1, -1}) {
+          if (v < 2) continue;
+          clauses.push_back({static_cast<bv::BvLit>(sign * v), 2});
+          expected << sign * DimacsSink::variable(static_cast<bv::BvLit>(v), form) << ' '
+                   << DimacsSink::variable(2, form) << " 0\n";
+        }
+    EXPECT_EQ(expected.str(), written(form, clauses));
+  }
+}
+
+// Variables that share a place in the table of texts, and fresh ones that take it over between two uses.
+TEST(DimacsSink, VariablesThatTakeEachOthersPlace) {
+  StringOutput out;
+  DimacsSink sink(out, DimacsSink::Form::raw);
+  std::ostringstream expected;
+  std::mt19937 random(11);
+  for (int i = 0; i < 200000; ++i) {
+    bv::BvLit const x = sink.new_lit();
+    bv::BvLit const old = 2 + static_cast<bv::BvLit>(random() % static_cast<unsigned>(x));
+    sink.lits = {-x, old, x, static_cast<bv::BvLit>(old % 1024 + 2)};
+    sink.add_clause();
+    expected << -x << ' ' << old << ' ' << x << ' ' << old % 1024 + 2 << " 0\n";
+  }
+  sink.flush();
+  EXPECT_TRUE(expected.str() == out.text);
+}
+
+// A clause that ends just before, at and behind the end of the buffer.
+TEST(DimacsSink, ClausesAtTheEndOfTheBuffer) {
+  for (std::size_t length = 21000; length < 22200; length += 7) {
+    bv::BvLitList const filler(length, -1234567890);
+    std::string const text = written(DimacsSink::Form::raw, {filler, {5, -6, 7}, filler, {8}});
+    ASSERT_EQ(2 * (12 * length + 2) + 9 + 4, text.size());
+    ASSERT_EQ("0\n5 -6 7 0\n-1234567890 ", text.substr(12 * length, 23));
+    ASSERT_EQ(" 0\n8 0\n", text.substr(text.size() - 7));
+  }
+}
+
 TEST(DimacsSink, ClausesLargerThanTheBuffer) {
   bv::BvLitList big(500000, 1234567);
   std::string const text = written(DimacsSink::Form::raw, {{2}, big, {3}});

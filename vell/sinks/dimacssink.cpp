@@ -38,29 +38,14 @@ std::uint64_t eight_digits(std::uint32_t n) {
 
 constexpr std::uint64_t ascii_zeros = 0x3030303030303030;
 
-void put_eight(char* p, std::uint64_t digits) {
-  if constexpr (std::endian::native == std::endian::big) digits = __builtin_bswap64(digits);
-  std::memcpy(p, &digits, 8);
+// Bytes in the order of memory, the first in the lowest eight bits, as a word to be stored.
+std::uint64_t as_stored(std::uint64_t bytes) {
+  if constexpr (std::endian::native == std::endian::big) return __builtin_bswap64(bytes);
+  return bytes;
 }
 
-// Writes n > 0 without leading zeros and a blank; returns how many bytes that are, at most 11. Writes 8 bytes at least.
-std::size_t put_number(char* p, std::uint32_t n) {
-  char* start = p;
-  if (n >= 100000000) {
-    std::uint32_t const top = n / 100000000;
-    if (top >= 10) *p++ = static_cast<char>('0' + top / 10);
-    *p++ = static_cast<char>('0' + top % 10);
-    put_eight(p, eight_digits(n % 100000000) | ascii_zeros);
-    p += 8;
-  } else {
-    std::uint64_t const digits = eight_digits(n);
-    int const zeros = std::countr_zero(digits) / 8;
-    put_eight(p, (digits | ascii_zeros) >> (8 * zeros));
-    p += 8 - zeros;
-  }
-  *p++ = ' ';
-  return static_cast<std::size_t>(p - start);
-}
+// Moved as one, by both compilers.
+using Words = std::uint64_t __attribute__((vector_size(16)));
 
 }  // namespace
 
@@ -89,10 +74,35 @@ void DimacsSink::flush() {
   if (size != 0) out_.write(buffer_.get(), size);
 }
 
+// The entry is put together in registers and stored at once: a copy that follows at its heels, as that for the first
+// clause of a gate does, is forwarded from one store, while it would have to wait for several to reach the cache.
 void DimacsSink::make_text(std::uint32_t magnitude) {
-  Text& t = texts_[magnitude % text_count];
-  t.length = static_cast<std::uint8_t>(put_number(t.bytes, magnitude - offset_));
-  t.magnitude = magnitude;
+  std::uint32_t const n = magnitude - offset_;
+  std::uint64_t first = 0;
+  std::uint64_t rest = 0;
+  std::uint64_t length = 0;
+  if (n < 100000000) [[likely]] {
+    std::uint64_t const digits = eight_digits(n);
+    unsigned const zeros = digits == 0 ? 7 : static_cast<unsigned>(std::countr_zero(digits)) / 8;
+    first = (digits | ascii_zeros) >> (8 * zeros);
+    if (zeros == 0)
+      rest = ' ';
+    else
+      first |= std::uint64_t{' '} << (64 - 8 * zeros);
+    length = 9 - zeros;
+  } else {
+    std::uint32_t const top = n / 100000000;
+    unsigned const bits = top >= 10 ? 16 : 8;
+    std::uint64_t const leading = top >= 10 ? ('0' + top / 10) | ('0' + top % 10) << 8 : '0' + top;
+    std::uint64_t const digits = eight_digits(n % 100000000) | ascii_zeros;
+    first = leading | digits << bits;
+    rest = digits >> (64 - bits) | std::uint64_t{' '} << bits;
+    length = 9 + bits / 8;
+  }
+  rest = as_stored(rest | length << 24);
+  rest |= std::uint64_t{magnitude} << (std::endian::native == std::endian::big ? 0 : 32);
+  Words const words{as_stored(first), rest};
+  std::memcpy(&texts_[text_index(magnitude)], &words, sizeof words);
 }
 
 bv::BvLit DimacsSink::new_lit() {
@@ -105,7 +115,7 @@ void DimacsSink::add_clause() {
   for (bv::BvLit l : lits) {
     std::uint32_t const negative = static_cast<std::uint32_t>(l) >> 31;
     std::uint32_t const magnitude = negative != 0 ? 0u - static_cast<std::uint32_t>(l) : static_cast<std::uint32_t>(l);
-    Text const& t = texts_[magnitude % text_count];
+    Text const& t = texts_[text_index(magnitude)];
     if (t.magnitude != magnitude) [[unlikely]] {
       if (magnitude == offset_) {  // the constant, in the clean form
         if (negative == 0) return;
@@ -115,7 +125,9 @@ void DimacsSink::add_clause() {
     }
     *p = '-';
     p += negative;
-    std::memcpy(p, &t, sizeof t);
+    Words words;
+    std::memcpy(&words, &t, sizeof words);
+    std::memcpy(p, &words, sizeof words);
     p += t.length;
   }
   *p++ = '0';

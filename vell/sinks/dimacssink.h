@@ -70,13 +70,15 @@ class VELL_API DimacsSink : public bv::ClauseSink {
   void make_room(std::size_t bytes);
 
   // A variable's number and a blank, as text. The whole entry is copied out, so it has the size of a vector register.
-  struct Text {
+  struct alignas(16) Text {
     char bytes[11];
     std::uint8_t length;
     std::uint32_t magnitude;  // of the literal; 0 while the entry is empty
   };
   static_assert(sizeof(Text) == 16);
   static constexpr std::uint32_t text_count = 1024;
+  // The rows of a circuit lie a multiple of its width apart: folded, the bits of one column do not all meet in a place.
+  static std::uint32_t text_index(std::uint32_t magnitude) { return (magnitude ^ magnitude >> 10) % text_count; }
   void make_text(std::uint32_t magnitude);
 
   ByteOutput& out_;
