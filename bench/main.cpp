@@ -1,9 +1,10 @@
-// vell-bench: `floor` and `scale` print their tables; anything else is Google Benchmark over every circuit and width.
+// vell-bench: `floor`, `stages` and `scale` print their tables; anything else is Google Benchmark over every circuit and width.
 
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <fstream>
 #include <string>
 
@@ -22,6 +23,12 @@ void print_heading() {
     }
   std::printf("machine: %s\ncompiler: %s %s, flags %s\nrevision: %s\n\n", cpu.c_str(), VELL_COMPILER, __VERSION__,
               VELL_FLAGS, VELL_REVISION);
+}
+
+double processor_seconds() {
+  timespec t{};
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
+  return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
 }
 
 namespace {
@@ -57,6 +64,10 @@ void register_circuits() {
 
 int main(int argc, char** argv) {
   if (argc == 2 && std::strcmp(argv[1], "floor") == 0) return vell::bench::floor_table();
+  if (argc == 2 && std::strcmp(argv[1], "stages") == 0) {
+    vell::bench::print_heading();
+    return vell::bench::stage_table();
+  }
   if (argc == 2 && std::strcmp(argv[1], "scale") == 0) return vell::bench::scale_table();
   vell::bench::register_circuits();
   benchmark::Initialize(&argc, argv);

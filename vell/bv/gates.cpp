@@ -54,10 +54,9 @@ BvLit WordClausifier::bit_or(ClauseSink* sink, BvLit a, BvLit b) {
 
 BvLit WordClausifier::bit_xor(ClauseSink* sink, BvLit a, BvLit b) {
   VELL_TRACE(3) << "bit xor " << endlog;
-  if (a == l_false) return b;
-  if (a == l_true) return -b;
-  if (b == l_false) return a;
-  if (b == l_true) return -a;
+  // With a constant: the other literal, negated where the constant is true. A product, since no processor foresees the
+  // bits of a numeral.
+  if (is_constant(a) || is_constant(b)) return -a * b;
   if (a == b) return l_false;
   if (a == -b) return l_true;
   BvLit const x = sink->new_lit();

@@ -78,6 +78,8 @@ class VELL_API WordClausifier : public WordClausifierInterface {
   void release(BvLitList* list) { bvlist_pool.release(list); }
   // Drops the bits of t alone, for a term that nothing translated later has for a child. Its place on the trail stays.
   void forget(Term_ const* t);
+  // Empties the trail: what is cached stays for good, backtrack points are gone.
+  void drop_trail() { trail.clear(); }
   void retract_upto(Term_ const* t) override;
   void push_backtrack_point() override;
   void pop_backtrack_point() override;

@@ -32,6 +32,7 @@ Schedule::Schedule(std::vector<bv::WordClausifier::Handler> const& handlers, std
   std::vector<bool> done(terms + 1, false);
   std::vector<Term_ const*> stack;
   ends_.reserve(roots.size());
+  order_.reserve(terms);  // memory that is not written costs nothing
   for (Term_ const* root : roots) {
     stack.push_back(root);
     while (!stack.empty()) {
@@ -81,6 +82,7 @@ bv::BvLit Schedule::translate(std::size_t i, bv::WordClausifier& clausifier, bv:
     clausifier.call_hook(sink, t, t->symbol->tag());
     for (std::uint32_t uses = last_uses_[k], c = 0; uses != 0; uses >>= 1, ++c)
       if ((uses & 1) != 0) clausifier.forget(t->children[c]);
+    if (k % 1024 == 0) clausifier.drop_trail();
   }
   bv::BvLit const literal = clausifier.lookup(roots_[i])->front();
   if (last_root_[i]) clausifier.forget(roots_[i]);

@@ -24,7 +24,7 @@ class Schedule {
 
   // Translates the terms that root number i adds to those of the roots before it, with the calls of
   // clausifier.bit_blast(root, sink), and returns the root's literal. Roots must be taken in order, from 0 on. Bits that
-  // no later translation reads are forgotten on the way.
+  // no later translation reads are forgotten on the way, and the trail is dropped.
   bv::BvLit translate(std::size_t i, bv::WordClausifier& clausifier, bv::ClauseSink* sink) const;
 
   // Terms in the order of their translation.

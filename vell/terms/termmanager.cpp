@@ -10,8 +10,8 @@ namespace vell {
 
 namespace {
 
-// Term memory comes in chunks of 2^17 words of 8 bytes. A place is a word number: chunk number and offset in one.
-constexpr unsigned chunk_bits = 17;
+// Term memory comes in chunks of 2^18 words of 8 bytes, two megabytes. A place is a word number: chunk number and offset in one.
+constexpr unsigned chunk_bits = 18;
 constexpr std::uint64_t chunk_words = std::uint64_t{1} << chunk_bits;
 constexpr std::uint64_t max_places = UINT32_MAX;
 
@@ -234,7 +234,10 @@ void TermManager::reserve_words(std::uint64_t words) {
   std::uint64_t const spans = (words + chunk_words - 1) >> chunk_bits;  // above 1 only for terms of huge arity
   std::uint64_t const start = chunks_.size() << chunk_bits;
   if (start + (spans << chunk_bits) >= max_places) throw Exception("too many terms");
-  char* memory = static_cast<char*>(std::malloc((spans << chunk_bits) * 8));
+  // A manager of few terms does with little memory; one of many is read in large pages.
+  std::uint64_t const bytes = (spans << chunk_bits) * 8;
+  char* memory =
+      chunks_.empty() ? static_cast<char*>(std::malloc(bytes)) : HugePageAllocator<char>().allocate(bytes);
   if (memory == nullptr) throw std::bad_alloc();
   chunks_.push_back(memory);
   // A long chunk holds the one term it was made for: a term is found by its first word, and only the first span of

@@ -34,7 +34,7 @@ class Hashtable {
   static_assert(sizeof(Node) == 24);
 
   // Node chunks of 16, 32, ... 8192, 8192, ... nodes; 31 empty buckets.
-  Hashtable() : nodes_(16, 2.0f, 8192), buckets_(primes[0], nullptr) {}
+  Hashtable() : nodes_(16, 2.0f, 8192), buckets_(primes[0], nullptr) { buckets_changed(); }
   Hashtable(Hashtable const&) = delete;
   Hashtable& operator=(Hashtable const&) = delete;
 
@@ -49,9 +49,7 @@ class Hashtable {
   // The node of key, made with the given value where there was none; true iff it was made.
   // Grows the bucket array first when the load exceeds 0.7, also when the key is present.
   std::pair<Node*, bool> do_insert(Key key, Value value) {
-    if (static_cast<double>(static_cast<float>(size_) / static_cast<float>(buckets_.size())) > 0.7 &&
-        buckets_.size() != std::numeric_limits<std::size_t>::max())
-      grow();
+    if (size_ > limit_) grow();
     Node*& head = buckets_[index(key)];
     for (Node* n = head; n != nullptr; n = n->next)
       if (n->key == key) return {n, false};
@@ -98,7 +96,28 @@ class Hashtable {
   MemoryPool<24, false> const& node_pool() const { return nodes_; }
 
  private:
-  std::size_t index(Key key) const { return Hash{}(key) % buckets_.size(); }
+  // The hash modulo the number of buckets. Where both fit 32 bits the remainder comes from two multiplications by
+  // the reciprocal in 64 bits, which is exact there (Lemire, Kaser, Kurz, "Faster remainder by direct computation", 2019).
+  std::size_t index(Key key) const {
+    std::uint64_t const hash = Hash{}(key);
+    if (hash >> 32 != 0 || reciprocal_ == 0) return hash % buckets_.size();
+    return static_cast<std::size_t>((__extension__ static_cast<unsigned __int128>(reciprocal_ * hash) * buckets_.size()) >> 64);
+  }
+
+  static bool overloaded(std::uint64_t size, std::size_t buckets) {
+    return static_cast<double>(static_cast<float>(size) / static_cast<float>(buckets)) > 0.7;
+  }
+
+  // Sets what follows from the number of buckets: the reciprocal, and the largest size that is no overload. The table
+  // does not grow beyond the last of the primes.
+  void buckets_changed() {
+    std::size_t const n = buckets_.size();
+    reciprocal_ = n >> 32 == 0 ? UINT64_MAX / n + 1 : 0;
+    limit_ = n / 10 * 7;
+    while (limit_ > 0 && overloaded(limit_, n)) --limit_;
+    while (!overloaded(limit_ + 1, n)) ++limit_;
+    if (n == std::numeric_limits<std::size_t>::max()) limit_ = std::numeric_limits<std::uint64_t>::max();
+  }
 
   void grow() {
     std::uint64_t const wanted = buckets_.size() + 1;
@@ -106,6 +125,7 @@ class Hashtable {
     std::uint64_t const count = p == std::end(primes) ? primes[std::size(primes) - 1] : *p;
     std::vector<Node*> old(count, nullptr);
     old.swap(buckets_);
+    buckets_changed();
     for (Node* n : old)
       while (n != nullptr) {
         Node* next = n->next;
@@ -119,6 +139,8 @@ class Hashtable {
   MemoryPool<24, false> nodes_;
   std::vector<Node*> buckets_;
   std::uint64_t size_ = 0;
+  std::uint64_t limit_ = 0;       // the table grows before an insertion that finds more entries
+  std::uint64_t reciprocal_ = 0;  // of the number of buckets, in units of 2^-64; 0 where that exceeds 32 bits
 };
 
 }  // namespace vell::hsh
