@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cassert>
 
+#include "vell/bv/gates.h"
 #include "vell/bv/poollist.h"
 #include "vell/bv/trace.h"
 
@@ -40,9 +41,13 @@ BvLitList* WordClausifier::word_sr(ClauseSink* sink, BvLitList* x, BvLitList* s,
     std::uint64_t const d = stage_weight(k);
     if (d >= n) overshift = true;
     BvLit const by = (*s)[k];
+    auto const gate = [&](BvLit then, BvLit otherwise) {
+      VELL_TRACE(3) << "bit ite " << endlog;
+      return ite_gate(sink, by, then, otherwise);
+    };
     std::size_t const kept = overshift ? 0 : n - d;  // bits below this come from d places above
-    for (std::size_t j = 0; j < kept; ++j) bits[j] = bit_ite(sink, by, bits[j + d], bits[j]);
-    for (std::size_t j = kept; j < n; ++j) bits[j] = bit_ite(sink, by, fill, bits[j]);
+    for (std::size_t j = 0; j < kept; ++j) bits[j] = gate(bits[j + d], bits[j]);
+    for (std::size_t j = kept; j < n; ++j) bits[j] = gate(fill, bits[j]);
   }
   return r.detach();
 }
@@ -58,9 +63,13 @@ BvLitList* WordClausifier::word_sl(ClauseSink* sink, BvLitList* x, BvLitList* s)
     std::uint64_t const d = stage_weight(k);
     if (d >= n) overshift = true;
     BvLit const by = (*s)[k];
+    auto const gate = [&](BvLit then, BvLit otherwise) {
+      VELL_TRACE(3) << "bit ite " << endlog;
+      return ite_gate(sink, by, then, otherwise);
+    };
     std::size_t const lowest = overshift ? n : d;  // bits from this on come from d places below
-    for (std::size_t j = n; j-- > lowest;) bits[j] = bit_ite(sink, by, bits[j - d], bits[j]);
-    for (std::size_t j = lowest; j-- > 0;) bits[j] = bit_ite(sink, by, l_false, bits[j]);
+    for (std::size_t j = n; j-- > lowest;) bits[j] = gate(bits[j - d], bits[j]);
+    for (std::size_t j = lowest; j-- > 0;) bits[j] = gate(l_false, bits[j]);
   }
   return r.detach();
 }

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cassert>
 
+#include "vell/bv/gates.h"
 #include "vell/bv/poollist.h"
 #include "vell/bv/trace.h"
 
@@ -35,7 +36,10 @@ void WordClausifier::word_or(ClauseSink* sink, Term_ const* term) {
   BvLitList const& a = *child_bits(term->children[0]);
   BvLitList const& b = *child_bits(term->children[1]);
   PoolList bits(bvlist_pool, width_of(term->children[0]));
-  for (std::size_t i = 0; i < bits->size(); ++i) bits[i] = bit_or(sink, a[i], b[i]);
+  for (std::size_t i = 0; i < bits->size(); ++i) {
+    VELL_TRACE(3) << "bit_or " << endlog;
+    bits[i] = or_gate(sink, a[i], b[i]);
+  }
   add_to_cache(term, bits.detach());
 }
 
@@ -44,7 +48,10 @@ void WordClausifier::word_xor(ClauseSink* sink, Term_ const* term) {
   BvLitList const& a = *child_bits(term->children[0]);
   BvLitList const& b = *child_bits(term->children[1]);
   PoolList bits(bvlist_pool, width_of(term->children[0]));
-  for (std::size_t i = 0; i < bits->size(); ++i) bits[i] = bit_xor(sink, a[i], b[i]);
+  for (std::size_t i = 0; i < bits->size(); ++i) {
+    VELL_TRACE(3) << "bit xor " << endlog;
+    bits[i] = xor_gate(sink, a[i], b[i]);
+  }
   add_to_cache(term, bits.detach());
 }
 
