@@ -8,6 +8,8 @@
 //             of 64 bits add their literals; in steps of bit_blast, and by dropping each list after its last use
 //  gates      a multiplier's clauses into a counter
 //  writing    the same clauses recorded, into a DIMACS file that goes nowhere
+//  solving    the same clauses into the embedded solver, up to where it would begin to solve; and the solver's own
+//             part of that, the same literals handed over by a loop
 //
 // The smallest of several rounds, in processor time.
 
@@ -22,7 +24,10 @@
 #include "commands.h"
 #include "vell/sinks/countingsink.h"
 #include "vell/sinks/dimacssink.h"
-#ifdef VELL_BENCH_READER
+#ifdef VELL_BENCH_TOOL
+#include <cadical.hpp>
+
+#include "vell/sinks/cadicalsink.h"
 #include "vell/smtlib/reader.h"
 #include "vell/smtlib/source.h"
 #endif
@@ -52,7 +57,7 @@ void print(char const* stage, char const* unit, double seconds, double units) {
   std::fflush(stdout);
 }
 
-#ifdef VELL_BENCH_READER
+#ifdef VELL_BENCH_TOOL
 void reading() {
   std::string script = "(declare-const x (_ BitVec 32))(define-fun t0 () (_ BitVec 32) x)\n";
   std::uint64_t const definitions = term_count / 2;
@@ -153,11 +158,61 @@ void clauses() {
         }), count);
 }
 
+#ifdef VELL_BENCH_TOOL
+// The clauses as the solver takes them: variables from 1, a zero behind each clause.
+class SolverLiterals : public bv::ClauseSink {
+ public:
+  bv::BvLit new_lit() override { return next_++; }
+  bool atom_lit(Term_ const*, bv::BvLit&) override { return false; }
+  void add_clause() override {
+    for (bv::BvLit l : lits) literals.push_back(l > 0 ? l - 1 : l + 1);
+    literals.push_back(0);
+    ++clauses;
+  }
+  std::vector<int> literals;
+  std::uint64_t clauses = 0;
+
+ private:
+  bv::BvLit next_ = 2;
+};
+
+void solving() {
+  TermManager tm;
+  Term_ const* x = tm.mk_variable("x", tm.bv_type(256));
+  Term_ const* y = tm.mk_variable("y", tm.bv_type(256));
+  Term_ const* product = tm.mk_app(SymbolTag::bv_mul, {x, y});
+  auto const clausify = [&](bv::ClauseSink& sink) {
+    Logger logger;
+    bv::WordClausifier clausifier(&tm, nullptr);
+    clausifier.set_logger(&logger);
+    clausifier.bit_blast(product, &sink);
+  };
+  SolverLiterals prepared;
+  clausify(prepared);
+  double const count = static_cast<double>(prepared.clauses);
+  double own = std::numeric_limits<double>::infinity();
+  double const all = best([&] {
+    {
+      CaDiCaL::Solver solver;
+      solver.set("quiet", 1);
+      own = std::min(own, timed([&] {
+              for (int l : prepared.literals) solver.add(l);
+            }));
+    }
+    sinks::CadicalSink sink;
+    return timed([&] { clausify(sink); });
+  });
+  print("gates into the embedded solver", "clause", all, count);
+  print("the solver's own part", "clause", own, count);
+  std::printf("%-44s %10.1f %%\n", "our share", 100 * (all - own) / all);
+}
+#endif
+
 }  // namespace
 
 int stage_table() {
   std::printf("\n%-44s %10s\n", "stage", "cost");
-#ifdef VELL_BENCH_READER
+#ifdef VELL_BENCH_TOOL
   reading();
 #endif
   terms();
@@ -167,6 +222,9 @@ int stage_table() {
   traversal(64, "words of 64 bits", false, "cached literal", 64 * n);
   traversal(64, "the same in a given order, lists dropped", true, "cached literal", 64 * n);
   clauses();
+#ifdef VELL_BENCH_TOOL
+  solving();
+#endif
   return 0;
 }
 
