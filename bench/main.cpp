@@ -1,4 +1,5 @@
-// vell-bench: `floor`, `stages` and `scale` print their tables; anything else is Google Benchmark over every circuit and width.
+// vell-bench: `floor`, `stages` and `scale` print their tables; anything else is Google Benchmark over every circuit and
+// width.
 
 #include <benchmark/benchmark.h>
 

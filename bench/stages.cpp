@@ -4,8 +4,8 @@
 //  reading    a script of definitions, per byte of text, terms made on the way; the same again with the terms there
 //             already, which is the parser alone
 //  terms      new terms by mk_app; the same terms asked for again
-//  traversal  operators that cost no clause: extractions of one bit leave the walk, the dispatch and the cache, words
-//             of 64 bits add their literals; in steps of bit_blast, and by dropping each list after its last use
+//  traversal  a chain of complements, which cost no clause: over one bit the walk, the dispatch and the cache are left,
+//             words of 64 bits add their literals; by bit_blast, and in a given order that drops each list once read
 //  gates      a multiplier's clauses into a counter
 //  writing    the same clauses recorded, into a DIMACS file that goes nowhere
 //  solving    the same clauses into the embedded solver, up to where it would begin to solve; and the solver's own

@@ -30,7 +30,7 @@ Schedule::Schedule(std::vector<bv::WordClausifier::Handler> const& handlers, std
   };
 
   std::vector<bool> done(terms + 1, false);
-  std::vector<Term_ const*> stack;
+  std::vector<Term_ const*, HugePageAllocator<Term_ const*>> stack;
   ends_.reserve(roots.size());
   order_.reserve(terms);  // memory that is not written costs nothing
   for (Term_ const* root : roots) {

@@ -10,6 +10,7 @@
 
 #include "vell/bv/wordclausifier.h"
 #include "vell/terms/term.h"
+#include "vell/utils/hugepages.h"
 
 namespace vell::engine {
 
@@ -31,7 +32,7 @@ class Schedule {
   std::span<Term_ const* const> order() const { return order_; }
 
  private:
-  std::vector<Term_ const*> order_;
+  std::vector<Term_ const*, HugePageAllocator<Term_ const*>> order_;
   std::vector<std::uint8_t> last_uses_;   // of order_[k]: bit i set: its child i is not read after it
   std::vector<Term_ const*> roots_;
   std::vector<std::size_t> ends_;         // of root i: where its terms end in order_

@@ -23,6 +23,7 @@ class WatchedSource : public smtlib::Source {
     name_ = inner_->name();
     begin_ = inner_->begin();
     offset_ = inner_->offset();
+    size_ = inner_->size();
     show();
   }
 

@@ -14,6 +14,9 @@ namespace vell::smtlib {
 
 namespace {
 
+// A script's bytes for each term it makes: from 10, of many small atoms, to 80, of long names.
+constexpr std::uint64_t bytes_per_term = 16;
+
 std::string quoted(Name const* name) { return "`" + std::string(name->view()) + "`"; }
 
 }  // namespace
@@ -400,7 +403,8 @@ void Reader::State::reset_assertions(Command&) { symbols.reset_assertions(); }
 // ---- Reader ----
 
 Reader::Reader(TermManager& tm, std::unique_ptr<Source> source)
-    : state_(std::make_unique<State>(tm, std::move(source))) {}
+    : state_((tm.reserve_terms(tm.term_count() + source->size() / bytes_per_term),
+              std::make_unique<State>(tm, std::move(source)))) {}
 
 Reader::~Reader() = default;
 

@@ -1,6 +1,7 @@
 #include "vell/terms/termmanager.h"
 
 #include <algorithm>
+#include <bit>
 #include <new>
 
 #include "vell/terms/exception.h"
@@ -10,7 +11,8 @@ namespace vell {
 
 namespace {
 
-// Term memory comes in chunks of 2^18 words of 8 bytes, two megabytes. A place is a word number: chunk number and offset in one.
+// Term memory comes in chunks of 2^18 words of 8 bytes, two megabytes. A place is a word number: chunk number and offset
+// in one.
 constexpr unsigned chunk_bits = 18;
 constexpr std::uint64_t chunk_words = std::uint64_t{1} << chunk_bits;
 constexpr std::uint64_t max_places = UINT32_MAX;
@@ -42,7 +44,7 @@ constexpr std::uint64_t near_slots = 16;
 
 }  // namespace
 
-TermManager::TermManager() : numerals_(64, Slot{0, 0}), table_(1024, Slot{0, 0}) {
+TermManager::TermManager() : numerals_(64, Slot{0, 0}), table_(1024) {
   bool_type = new_type(Type::Kind::boolean);
   bv_type_marker = new_type(Type::Kind::marker);
   fp_type_marker = new_type(Type::Kind::marker);
@@ -218,8 +220,14 @@ TermManager::Slot& TermManager::find_slot(std::uint32_t hash, std::uint64_t near
   return table_[i];
 }
 
-void TermManager::grow_term_table() {
-  decltype(table_) old(table_.size() * 2, Slot{0, 0});
+void TermManager::reserve_terms(std::uint64_t terms) {
+  constexpr std::uint64_t most = std::uint64_t{1} << 23;  // slots; a table that needs more grows
+  std::uint64_t const slots = std::bit_ceil(std::min(terms + terms / 2, most));
+  if (slots > table_.size()) resize_term_table(slots);
+}
+
+void TermManager::resize_term_table(std::size_t slots) {
+  ZeroedArray<Slot> old(slots);
   old.swap(table_);
   for (Slot const& s : old) {
     if (s.place == 0) continue;
@@ -263,7 +271,7 @@ Term_ const* TermManager::mk_term(Symbol const* symbol, std::span<Term_ const* c
   std::copy_n(children.data(), n, t->children);
   next_place_ += 2 + n;
   slot = Slot{h, static_cast<std::uint32_t>(place + 1)};
-  if (term_count_ * 3 > table_.size() * 2) grow_term_table();
+  if (term_count_ * 3 > table_.size() * 2) resize_term_table(table_.size() * 2);
   return t;
 }
 
@@ -321,7 +329,8 @@ Term_ const* TermManager::mk_bool(bool value) {
 }
 
 std::uint64_t TermManager::bytes_reserved() const {
-  return symbol_arena_.bytes_reserved() + (table_.capacity() + numerals_.capacity()) * sizeof(Slot) + chunks_.size() * chunk_words * 8;
+  return symbol_arena_.bytes_reserved() + (table_.size() + numerals_.capacity()) * sizeof(Slot) +
+         chunks_.size() * chunk_words * 8;
 }
 
 }  // namespace vell

@@ -162,6 +162,8 @@ class VELL_API TermManager {
     return mk_app(tag, std::span<Term_ const* const>(children.begin(), children.size()), parameter0, parameter1);
   }
 
+  // Makes room for about so many terms in the table. It takes no memory before they are made.
+  void reserve_terms(std::uint64_t terms);
   // Number of terms made; their ids are 1 to this.
   std::uint64_t term_count() const { return term_count_; }
   // Bytes held for terms, symbols and their tables.
@@ -174,7 +176,7 @@ class VELL_API TermManager {
   };
 
   Type const* new_type(Type::Kind kind, std::uint64_t a = 0, std::uint64_t b = 0);
-  void grow_term_table();
+  void resize_term_table(std::size_t slots);
   // The slot where a term is, or where it would go. near: where to look first; same: whether a term is the one.
   template <typename Same>
   Slot& find_slot(std::uint32_t hash, std::uint64_t near, Same same);
@@ -196,7 +198,7 @@ class VELL_API TermManager {
   Term_ const* true_ = nullptr;
   Term_ const* false_ = nullptr;
 
-  std::vector<Slot, HugePageAllocator<Slot>> table_;  // open addressing, linear probing, a power of two
+  ZeroedArray<Slot> table_;  // open addressing, linear probing, a power of two
   std::uint64_t term_count_ = 0;
   std::vector<char*> chunks_;         // term memory, addressed by place
   std::uint64_t next_place_ = 0;      // in words of 8 bytes

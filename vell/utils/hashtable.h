@@ -96,12 +96,13 @@ class Hashtable {
   MemoryPool<24, false> const& node_pool() const { return nodes_; }
 
  private:
-  // The hash modulo the number of buckets. Where both fit 32 bits the remainder comes from two multiplications by
-  // the reciprocal in 64 bits, which is exact there (Lemire, Kaser, Kurz, "Faster remainder by direct computation", 2019).
+  // The hash modulo the number of buckets. Where both fit 32 bits the remainder comes from two multiplications by the
+  // reciprocal in 64 bits, exact there (Lemire, Kaser, Kurz, "Faster remainder by direct computation", 2019).
   std::size_t index(Key key) const {
     std::uint64_t const hash = Hash{}(key);
     if (hash >> 32 != 0 || reciprocal_ == 0) return hash % buckets_.size();
-    return static_cast<std::size_t>((__extension__ static_cast<unsigned __int128>(reciprocal_ * hash) * buckets_.size()) >> 64);
+    __extension__ using Product = unsigned __int128;
+    return static_cast<std::size_t>((Product{reciprocal_ * hash} * buckets_.size()) >> 64);
   }
 
   static bool overloaded(std::uint64_t size, std::size_t buckets) {
