@@ -1,5 +1,5 @@
 // Cost and memory against size: chains of multiplications from 10^5 to 10^8 clauses, and what the cache holds for each
-// literal. The exponent is the slope of log time over log clauses: 1 is linear.
+// literal. The exponent is the slope of the line through the logarithms: 1 is linear.
 
 #include <sys/resource.h>
 
@@ -50,25 +50,47 @@ Point chain(std::uint64_t terms) {
   return {sink.clauses(), seconds, resident_mib() - before, 32 * (terms + 2)};
 }
 
+// The slope of the straight line that fits log y over log x best.
+class Exponent {
+ public:
+  void add(double x, double y) {
+    x = std::log(x);
+    y = std::log(y);
+    ++n_;
+    x_ += x;
+    y_ += y;
+    xx_ += x * x;
+    xy_ += x * y;
+  }
+  double value() const { return (n_ * xy_ - x_ * y_) / (n_ * xx_ - x_ * x_); }
+
+ private:
+  double n_ = 0;
+  double x_ = 0;
+  double y_ = 0;
+  double xx_ = 0;
+  double xy_ = 0;
+};
+
 }  // namespace
 
 int scale_table() {
   print_heading();
-  std::printf("%12s %10s %12s %10s %22s\n", "clauses", "seconds", "ns/clause", "MiB", "bytes/cached literal");
-  Point first{};
-  Point last{};
-  for (std::uint64_t terms : {24, 240, 2400, 24000}) {
+  std::printf("| %11s | %8s | %9s | %7s | %20s |\n|------------:|---------:|----------:|--------:|---------------------:|\n",
+              "clauses", "cpu s", "ns/clause", "MiB", "bytes/cached literal");
+  Exponent time;
+  Exponent memory;
+  for (std::uint64_t terms : {24, 80, 240, 800, 2400, 8000, 24000}) {
     Point const p = chain(terms);
-    std::printf("%12llu %10.3f %12.2f %10.1f %22.1f\n", static_cast<unsigned long long>(p.clauses), p.seconds,
-                p.seconds * 1e9 / static_cast<double>(p.clauses), p.mib,
-                p.mib * 1024 * 1024 / static_cast<double>(p.cached_literals));
+    double const clauses = static_cast<double>(p.clauses);
+    std::printf("| %11llu | %8.3f | %9.2f | %7.1f | %20.1f |\n", static_cast<unsigned long long>(p.clauses), p.seconds,
+                p.seconds * 1e9 / clauses, p.mib, p.mib * 1024 * 1024 / static_cast<double>(p.cached_literals));
     std::fflush(stdout);
-    if (first.clauses == 0) first = p;
-    last = p;
+    time.add(clauses, p.seconds);
+    // Below a megabyte the page is the unit.
+    if (p.mib >= 1) memory.add(clauses, p.mib);
   }
-  std::printf("exponent of time over clauses: %.3f\n",
-              std::log(last.seconds / first.seconds) /
-                  std::log(static_cast<double>(last.clauses) / static_cast<double>(first.clauses)));
+  std::printf("\nexponent over clauses: time %.3f, memory from a MiB on %.3f\n", time.value(), memory.value());
   return 0;
 }
 

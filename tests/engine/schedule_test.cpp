@@ -93,7 +93,8 @@ TEST(Schedule, LooksBelowNothingThatHasNoHandler) {
 TEST(Schedule, DepthTakesNoStack) {
   TermManager tm;
   Term_ const* t = tm.mk_variable("x", tm.bool_type);
-  for (int i = 0; i < 3000000; ++i) t = tm.mk_term(tm.operator_symbol(SymbolTag::bool_not, 1, tm.bool_type), std::span(&t, 1));
+  Symbol const* const complement = tm.operator_symbol(SymbolTag::bool_not, 1, tm.bool_type);
+  for (int i = 0; i < 3000000; ++i) t = tm.mk_term(complement, std::span(&t, 1));
   ScriptClausifier clausifier(&tm, nullptr);
   Schedule const schedule(bv::WordClausifierInspector(clausifier).hooks(), tm.term_count(), std::span(&t, 1), {});
   EXPECT_EQ(3000001u, schedule.order().size());

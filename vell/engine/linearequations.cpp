@@ -217,6 +217,8 @@ class LinearSolver {
 
 bool solve_linear_equations(TermManager& tm, std::vector<Term_ const*>& formulas, std::span<Term_ const* const> kept,
                             Definitions* definitions) {
+  // Without a product there is no factor, and no need to look at every formula.
+  if (!tm.has_operator(SymbolTag::bv_mul)) return false;
   return LinearSolver(tm, formulas, kept, definitions).run();
 }
 
