@@ -13,6 +13,7 @@
 #include "vell/sinks/dimacssink.h"
 
 #include <bit>
+#include <cassert>
 #include <cstring>
 #include <string>
 
@@ -113,6 +114,7 @@ bv::BvLit DimacsSink::new_lit() {
 void DimacsSink::add_clause() {
   char* p = reserve(lits.size() * literal_bytes + 2 + copy_bytes);
   for (bv::BvLit l : lits) {
+    assert(l != bv::l_undef);
     std::uint32_t const negative = static_cast<std::uint32_t>(l) >> 31;
     std::uint32_t const magnitude = negative != 0 ? 0u - static_cast<std::uint32_t>(l) : static_cast<std::uint32_t>(l);
     Text const& t = texts_[text_index(magnitude)];
