@@ -5,130 +5,17 @@ import argparse
 import concurrent.futures
 import hashlib
 import json
-import os
 import random
 import re
-import shutil
-import subprocess
 import sys
 import threading
 from collections import Counter
 from pathlib import Path
 
 from mutations import mutations_of
+from scratch import FOLDER, Scratch
 
 ROOT = Path(__file__).resolve().parents[2]
-FOLDER = "vell/bv"
-
-
-def run(command, cwd=None, timeout=None, env=None):
-    """Exit code of the command; None when it takes too long. Output is thrown away."""
-    try:
-        return subprocess.run(command, cwd=cwd, timeout=timeout, env=env, stdout=subprocess.DEVNULL,
-                              stderr=subprocess.DEVNULL, check=False).returncode
-    except subprocess.TimeoutExpired:
-        return None
-
-
-class Scratch:
-    """A copy of the tree with one build of library and tests; mutants replace one object of the shared library."""
-
-    def __init__(self, folder):
-        self.folder = folder
-        self.tree = folder / "tree"
-        self.build = folder / "build"
-
-    def prepare(self):
-        files = subprocess.run(["git", "ls-files", "-z", "--cached", "--others", "--exclude-standard"], cwd=ROOT,
-                               capture_output=True, check=True).stdout.decode().split("\0")
-        wanted = {f for f in files if f and (ROOT / f).is_file()}
-        if self.tree.exists():
-            for old in self.tree.rglob("*"):
-                if old.is_file() and str(old.relative_to(self.tree)) not in wanted:
-                    old.unlink()
-        for f in wanted:
-            target = self.tree / f
-            if target.exists() and target.read_bytes() == (ROOT / f).read_bytes():
-                continue
-            target.parent.mkdir(parents=True, exist_ok=True)
-            shutil.copyfile(ROOT / f, target)
-        # No assertions: a mutant has to be caught by what the tests expect.
-        launcher = ["-DCMAKE_CXX_COMPILER_LAUNCHER=ccache"] if shutil.which("ccache") else []
-        subprocess.run(
-            ["cmake", "-S", self.tree, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release",
-             "-DCMAKE_CXX_FLAGS_RELEASE=-O1 -DNDEBUG", "-DBUILD_SHARED_LIBS=ON", "-DCMAKE_SKIP_BUILD_RPATH=ON",
-             "-DVELL_BUILD_TOOL=OFF", "-DVELL_BUILD_BENCHMARKS=OFF", *launcher],
-            check=True, stdout=subprocess.DEVNULL)
-        # gtest lists its tests after linking, by running them.
-        env = dict(os.environ, LD_LIBRARY_PATH=str(self.build / "vell"))
-        subprocess.run(["cmake", "--build", self.build, "-j2", "--target", "scenarios_tests", "bv_tests", "vell-generate"],
-                       check=True, env=env)
-        self.read_build()
-
-    def read_build(self):
-        self.compile = {}
-        self.objects = {}
-        for entry in json.loads((self.build / "compile_commands.json").read_text()):
-            source = Path(entry["file"])
-            m = re.search(r"-o (\S+)", entry["command"])
-            if "vell.dir" not in m.group(1):
-                continue
-            self.objects[source.name] = self.build / m.group(1)
-            if source.parent == self.tree / FOLDER:
-                command = entry["command"].split()
-                if command[0].endswith("ccache"):
-                    command = command[1:]
-                self.compile[source.name] = command
-        # Mutants are compiled without optimisation: most of them run for a few tests only.
-        for command in self.compile.values():
-            command[:] = ["-O0" if a == "-O1" else a for a in command]
-        any_command = next(iter(self.compile.values()))
-        # What every file of the folder includes, compiled once.
-        self.header = self.folder / "precompiled" / "all.h"
-        self.header.parent.mkdir(exist_ok=True)
-        self.header.write_text("".join(f'#include "{FOLDER}/{h}"\n' for h in
-                                       ("wordclausifier.h", "poollist.h", "emit.h", "trace.h")) +
-                               "#include <algorithm>\n#include <cassert>\n")
-        flags = [a for a in any_command[1:] if a.startswith(("-O", "-D", "-I", "-f", "-W", "-std"))]
-        subprocess.run([any_command[0], *flags, "-x", "c++-header", str(self.header), "-o", f"{self.header}.gch"],
-                       check=True, cwd=self.build)
-
-    def compile_and_link(self, name, text, place):
-        """The folder of a library with the changed file; None when the change does not compile."""
-        place.mkdir(parents=True, exist_ok=True)
-        source = place / name
-        source.write_text(text)
-        command = list(self.compile[name])
-        command[command.index("-o") + 1] = str(place / "changed.o")
-        command[command.index("-c") + 1] = str(source)
-        command[1:1] = ["-w", "-include", str(self.header)]
-        if run(command, cwd=self.build) != 0:
-            return None
-        objects = [str(place / "changed.o") if o == self.objects[name] else str(o) for o in self.objects.values()]
-        soname = "libvell.so"
-        if run([command[0], "-shared", "-Wl,-soname," + soname, "-o", str(place / soname), *objects, "-lgmp"],
-               cwd=self.build) != 0:
-            raise RuntimeError("a library cannot be linked")
-        return place
-
-    def commands(self, seeds):
-        tests = self.build / "tests"
-        return [
-            ("scenarios", [tests / "scenarios_tests", "--gtest_brief=1", "--gtest_fail_fast"]),
-            ("random scripts", [tests / "generate" / "vell-generate", "check", "0", str(seeds), "--seconds", "20"]),
-            ("unit tests", [tests / "bv_tests", "--gtest_brief=1", "--gtest_fail_fast"]),
-        ]
-
-    def killer(self, library, seeds, timeout):
-        """The first test that notices the library; None when all pass."""
-        env = dict(os.environ, LD_LIBRARY_PATH=str(library))
-        for name, command in self.commands(seeds):
-            code = run([str(c) for c in command], cwd=library, timeout=timeout, env=env)
-            if code is None:
-                return name + " (time)"
-            if code != 0:
-                return name
-        return None
 
 
 def read_equivalents(path):
@@ -162,8 +49,7 @@ def main():
     parser.add_argument("--seed", type=int, default=1, help="of the choice")
     parser.add_argument("--files", nargs="*", help="only these files of vell/bv")
     parser.add_argument("--jobs", type=int, default=2)
-    parser.add_argument("--scripts", type=int, default=150, help="random scripts for mutants that other tests miss")
-    parser.add_argument("--timeout", type=int, default=180, help="seconds for one test program")
+    parser.add_argument("--scripts", type=int, default=150, help="how many random scripts a mutant has to pass")
     parser.add_argument("--scratch", type=Path, default=ROOT / "build" / "mutate")
     parser.add_argument("--again", action="store_true", help="test the survivors of earlier runs again")
     parser.add_argument("--list", action="store_true", help="only list the mutants")
@@ -192,12 +78,7 @@ def main():
             print(f"{m.file}:{m.line_number(sources[m.file])}: {m.operator}: {before} ==> {after}")
         return 0
 
-    scratch = Scratch(args.scratch)
     args.scratch.mkdir(parents=True, exist_ok=True)
-    scratch.prepare()
-    if scratch.killer(scratch.build / "vell", args.scripts, None) is not None:
-        sys.exit("the tests fail without any change")
-
     # Outcomes of earlier runs hold as long as the mutant's text is the same; a survivor may be tested again.
     record = args.scratch / "results.jsonl"
     results = {}
@@ -210,17 +91,9 @@ def main():
     lock = threading.Lock()
     done = 0
 
-    def work(k):
+    def finish(k, outcome):
         nonlocal done
         m, before, after = mutants[k]
-        place = args.scratch / "work" / k
-        library = scratch.compile_and_link(m.file, m.apply(sources[m.file]), place)
-        if library is None:
-            outcome = "does not compile"
-        else:
-            killer = scratch.killer(library, args.scripts, args.timeout)
-            outcome = "survived" if killer is None else "killed by " + killer
-        shutil.rmtree(place)
         with lock:
             done += 1
             results[k] = outcome
@@ -232,8 +105,28 @@ def main():
             if done % 50 == 0:
                 print(f"  {done} of {len(todo)}", file=sys.stderr, flush=True)
 
+    if todo:
+        scratch = Scratch(ROOT, args.scratch, args.scripts)
+        scratch.prepare()
+        refused = scratch.link_all(sources, {n: mutants[k][0] for n, k in enumerate(todo)})
+        if (failure := scratch.killer(scratch.all_mutants, measure=True)) is not None:
+            sys.exit(f"the tests fail without any change: {failure}")
+        for n in refused:
+            finish(todo[n], "does not compile")
+
+    def work(n, k):
+        m = mutants[k][0]
+        folder, number = scratch.all_mutants, n
+        if n in scratch.outside:
+            folder, number = scratch.link_one(n, m, sources[m.file]), None
+        if folder is None:
+            finish(k, "does not compile")
+            return
+        killer = scratch.killer(folder, number)
+        finish(k, "survived" if killer is None else "killed by " + ": ".join(killer))
+
     with concurrent.futures.ThreadPoolExecutor(args.jobs) as pool:
-        for future in [pool.submit(work, k) for k in todo]:
+        for future in [pool.submit(work, n, k) for n, k in enumerate(todo) if k not in results or results[k] == "survived"]:
             future.result()
 
     outcomes = Counter()
@@ -249,7 +142,7 @@ def main():
         elif outcome != "does not compile" and (m.file, before, after) in equivalents:
             # Two places with the same text may differ in this; one text stands for all of them.
             pass
-        outcomes[outcome] += 1
+        outcomes[outcome.rpartition(": ")[0] or outcome] += 1
     print(f"\n{len(chosen)} mutants")
     for outcome, n in sorted(outcomes.items()):
         print(f"  {n:5} {outcome}")

@@ -133,6 +133,13 @@ def calls(text, source):
         yield m.group(1), m.end() - 1, spans
 
 
+# A declaration whose initializer reads what no neighbour changes: two of them, or one and a trace, may stand in any order.
+READ = re.compile(
+    r"(?:[\w:<>]+ )+(?:const)?[*&]* ?(?:const )?[*&]?\w+"
+    r"(?: = (?:-?\*?[\w:]+|\(?\*?\w+\)?(?:->|\.)(?:size|back|front|symbol)(?:\(\))?|\(\*\w+\)\[\w+\]|\w+\[\w+(?: [+-] \w+)?\]"
+    r"|\w+->children\[\d\]|\w+->symbol->get_output_type\(\)|\*?lookup\([\w>\[\]-]+\)|width_of\([\w>\[\]-]+\)));")
+
+
 def mutations_of(file, source):
     text = mask(source)
     found = []
@@ -242,7 +249,8 @@ def mutations_of(file, source):
 
     def is_statement(line):
         s = line.strip()
-        return s.endswith(";") and not re.match(r"(return\b|break|continue|namespace|using|#|\}|static_assert)", s) and "(" + s != "("
+        # What begins with an operator continues the line above; a lone semicolon is a blanked assertion.
+        return s.endswith(";") and not re.match(r"(return\b|break|continue|namespace|using|#|\}|;|<<|static_assert)", s)
 
     def balanced(line):
         return all(line.count(a) == line.count(b) for a, b in ("()", "[]", "{}"))
@@ -261,6 +269,9 @@ def mutations_of(file, source):
         if i + 1 < len(lines):
             next_offset, next_line = lines[i + 1]
             next_indent = len(next_line) - len(next_line.lstrip())
+            only_reads = [READ.fullmatch(s.strip()) is not None for s in (line, next_line)]
+            if all(only_reads) or (any(only_reads) and line.strip().startswith("VELL_TRACE")):
+                continue
             if next_indent == indent and is_statement(next_line) and balanced(next_line) and not re.match(r"\s*(else)\b", next_line):
                 next_end = next_offset + len(next_line.rstrip())
                 add(begin, next_end,
