@@ -183,6 +183,30 @@ TEST_F(ComparatorsTest, UltMarkersAreOfLevelFour) {
   )");
 }
 
+TEST_F(ComparatorsTest, UltStopsTracingWhereTheSinkLowersTheVerbosity) {
+  struct QuietingSink : RecordingSink {
+    QuietingSink(Events& events, Logger& logger) : RecordingSink(events), logger(logger) {}
+    Logger& logger;
+    void add_clause() override {
+      RecordingSink::add_clause();
+      logger.set_verbosity(3);
+    }
+  };
+  logger.set_verbosity(4);
+  QuietingSink quieting(events, logger);
+  BvLitList x{2};
+  BvLitList y{3};
+  EXPECT_EQ(take(c.word_ult(&quieting, &x, &y, 0)), (BvLitList{100}));
+  EXPECT_EQ(trace.pending(), "BV:Word clausifier - 1; ");
+  EXPECT_EVENTS(R"(
+    log "wordt ult "
+    log "[ 0 ] < [ 1 ]"
+    new 100
+    log "i = 0 x = 0 y = 1 w = F v = 98"
+    clauses 2 3 -1 -100 | 2 3 1 100 | 2 -3 100 | -2 3 -100 | -2 -3 -1 -100 | -2 -3 1 100
+  )");
+}
+
 // ---- both ----
 
 TEST_F(ComparatorsTest, EmptyWords) {

@@ -88,6 +88,14 @@ TEST_F(FloatingPointTest, VariableTakesItsLiteralsFromTheFractionUp) {
   EXPECT_EQ(bits(single).size(), 32u);
 }
 
+// Only the sign is left of a type without widths.
+TEST_F(FloatingPointTest, VariableOfAnotherTypeIsOneLiteral) {
+  Term_ const* b = bool_var("b");
+  c.fp_variable(&sink, b);
+  EXPECT_EVENTS("new 100");
+  EXPECT_EQ(bits(b), (BvLitList{100}));
+}
+
 TEST_F(FloatingPointTest, NewTermsAreHandedOverOnceInOrder) {
   Term_ const* f = fp_var("f");
   Term_ const* g = fp_var("g");

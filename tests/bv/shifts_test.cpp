@@ -345,6 +345,16 @@ TEST_F(ShiftsTest, RotationsByNothingAndByTheWidth) {
   EXPECT_EQ(rotated(SymbolTag::bv_rotate_right, x, 1), (BvLitList{11, 12, 10}));
 }
 
+// A handler may be registered for other tags: a symbol that names no amount rotates by nothing.
+TEST_F(ShiftsTest, RotationsWithoutAnAmount) {
+  Term_ const* x = bv_var("x", BvLitList{10, 11, 12});
+  Term_ const* t = raw_term(SymbolTag::bv_not, tm.bv_type(3), {x});
+  c.word_rol(&sink, t);
+  EXPECT_EQ(bits(t), bits(x));
+  c.word_ror(&sink, t);
+  EXPECT_EQ(bits(t), bits(x));
+}
+
 TEST_F(ShiftsTest, RotationsShareLiteralsAndNotTheList) {
   Term_ const* x = bv_var("x", BvLitList{10, 11});
   Term_ const* t = tm.mk_app(SymbolTag::bv_rotate_left, {x}, 2);

@@ -158,6 +158,12 @@ TEST_F(WordsTest, Extraction) {
   EXPECT_EQ(structural(word_sel, tm.mk_app(SymbolTag::bv_extract, {x}, 0, 0)), (BvLitList{10}));
 }
 
+// A handler may be registered for other tags: a symbol that names no positions selects bit 0.
+TEST_F(WordsTest, ExtractionWithoutPositions) {
+  Term_ const* x = bv_var("x", BvLitList{10, 11, 12});
+  EXPECT_EQ(structural(word_sel, raw_term(SymbolTag::bv_not, tm.bv_type(3), {x})), (BvLitList{10}));
+}
+
 // ---- concatenation ----
 
 TEST_F(WordsTest, ConcatenationPutsTheFirstArgumentOnTop) {

@@ -108,7 +108,7 @@ def main():
     if todo:
         scratch = Scratch(ROOT, args.scratch, args.scripts)
         scratch.prepare()
-        refused = scratch.link_all(sources, {n: mutants[k][0] for n, k in enumerate(todo)})
+        refused = scratch.link_all(sources, {n: mutants[k][0] for n, k in enumerate(todo)}, args.jobs)
         if (failure := scratch.killer(scratch.all_mutants, measure=True)) is not None:
             sys.exit(f"the tests fail without any change: {failure}")
         for n in refused:

@@ -1,8 +1,9 @@
 """One source file that holds all mutants of another one, a number chooses between them.
 
-A mutant of its own compiler run costs a hundred times what it costs to test. So every function with mutants becomes a
-switch over `vell_mutant`: a case for each of them, with the changed body, and behind the switch the body as it was. A
-case is a block of its own, so what does not compile in it is an error on its own lines.
+A mutant of its own compiler run costs a hundred times what it costs to test. So code with mutants becomes a switch over
+`vell_mutant`: a case for each of them, with the changed code, and the code as it was. The code is the run of plain
+statements that the mutant is in, and elsewhere (in declarations, in conditions of blocks) the whole body of the function.
+A case is a block of its own, so what does not compile in it is an error on its own lines.
 """
 
 import re
@@ -45,6 +46,31 @@ def function_bodies(source):
     return bodies
 
 
+# A statement on one line that declares nothing.
+PLAIN = re.compile(r"(?!.*\bbreak\b)(?:(?:return|if \(|for \(|while \().*|[\w.:>-]+\(.*\).*|[(*]*\w+(?:\)|->\w+|\.\w+|\[[^\]]*\])* = .*);")
+
+
+def plain_runs(source, begin, end):
+    """(begin, end) of the longest runs of plain statements, of one indentation each, between two offsets."""
+    text = mask(source)[begin:end]
+    runs = []
+    offset = begin
+    lines = text.split("\n")
+    for i, line in enumerate(lines):
+        statement = line.strip()
+        indent = len(line) - len(line.lstrip())
+        following = lines[i + 1].strip() if i + 1 < len(lines) else ""
+        if (PLAIN.fullmatch(statement) and all(line.count(a) == line.count(b) for a, b in ("()", "[]", "{}"))
+                and not following.startswith("else")):
+            here = (offset + indent, offset + len(line.rstrip()))
+            if runs and runs[-1][2] == i - 1 and runs[-1][3] == indent:
+                runs[-1] = (runs[-1][0], here[1], i, indent)
+            else:
+                runs.append((*here, i, indent))
+        offset += len(line) + 1
+    return [(b, e) for b, e, _, _ in runs]
+
+
 class Variants:
     """The text with every mutant of one file. `outside`: mutants that are in no function."""
 
@@ -53,7 +79,7 @@ class Variants:
         self.outside = set(mutants)
         self.lines = {}  # line of the text: number of the mutant that stands there
         pieces = [DECLARATION + "\n"]
-        line = 2
+        line = 2  # the next one to be written
         last = 0
 
         def put(piece):
@@ -61,21 +87,36 @@ class Variants:
             pieces.append(piece)
             line += piece.count("\n")
 
+        def put_cases(begin, end, inside, ending):
+            put("switch (vell_mutant) {\n")
+            for number, m in inside.items():
+                first = line
+                put(f"case {number}: {{\n{source[begin : m.begin]}{m.text}{source[m.end : end]}\n}} {ending};\n")
+                self.lines.update((n, number) for n in range(first, line))
+            put("default:\n")
+
         for begin, end, returns_nothing in function_bodies(source):
             inside = {k: m for k, m in mutants.items() if begin < m.begin and m.end < end}
+            self.outside -= set(inside)
             put(source[last:begin])
-            last = end
+            last = begin
+            runs = []
+            for b, e in plain_runs(source, begin, end):
+                in_run = {k: m for k, m in inside.items() if b <= m.begin and m.end <= e and "break" not in m.text}
+                if in_run:
+                    runs.append((b, e, in_run))
+                    inside = {k: m for k, m in inside.items() if k not in in_run}
             if inside:
-                put("{\nswitch (vell_mutant) {\n")
-                for number, m in inside.items():
-                    first = line + 1
-                    body = source[begin : m.begin] + m.text + source[m.end : end]
-                    put(f"case {number}:\n{body}\n" + ("return;\n" if returns_nothing else "__builtin_trap();\n"))
-                    for n in range(first, line):
-                        self.lines[n] = number
-                put("default: break;\n}\n")
-                self.outside -= set(inside)
-            put(source[begin:end])
+                put("{\n")
+                put_cases(begin, end, inside, "return" if returns_nothing else "__builtin_trap()")
+                put("break;\n}\n")
+            for b, e, in_run in runs:
+                put(source[last:b])
+                last = e
+                put_cases(b, e, in_run, "break")
+                put(source[b:e] + "\n}\n")
+            put(source[last:end])
+            last = end
             if inside:
                 put("\n}\n")
         put(source[last:])
