@@ -348,11 +348,12 @@ TEST_F(ShiftsTest, RotationsByNothingAndByTheWidth) {
 // A handler may be registered for other tags: a symbol that names no amount rotates by nothing.
 TEST_F(ShiftsTest, RotationsWithoutAnAmount) {
   Term_ const* x = bv_var("x", BvLitList{10, 11, 12});
-  Term_ const* t = raw_term(SymbolTag::bv_not, tm.bv_type(3), {x});
-  c.word_rol(&sink, t);
-  EXPECT_EQ(bits(t), bits(x));
-  c.word_ror(&sink, t);
-  EXPECT_EQ(bits(t), bits(x));
+  Term_ const* left = raw_term(SymbolTag::bv_not, tm.bv_type(3), {x}, "left");
+  c.word_rol(&sink, left);
+  EXPECT_EQ(bits(left), bits(x));
+  Term_ const* right = raw_term(SymbolTag::bv_not, tm.bv_type(3), {x}, "right");
+  c.word_ror(&sink, right);
+  EXPECT_EQ(bits(right), bits(x));
 }
 
 TEST_F(ShiftsTest, RotationsShareLiteralsAndNotTheList) {
