@@ -99,14 +99,25 @@ TEST_F(BooleansTest, FurtherArgumentsAreIgnored) {
 }
 
 TEST_F(BooleansTest, OnlyBitZeroOfAChildIsRead) {
-  Term_ const* x = bv_var("x", BvLitList{T, F});
+  Term_ const* yes = bv_var("x", BvLitList{T, F});
+  Term_ const* no = bv_var("y", BvLitList{F, T});
   Term_ const* b = bool_var("b", 5);
-  Term_ const* t = raw_term(SymbolTag::bool_and, tm.bool_type, {x, b}, "t");
-  c.bool_and(&sink, t);
-  EXPECT_EQ(bits(t), (BvLitList{5}));
-  Term_ const* n = raw_term(SymbolTag::bool_not, tm.bool_type, {x}, "n");
-  c.bool_not(&sink, n);
-  EXPECT_EQ(bits(n), (BvLitList{F}));
+  auto const literal = [&](WordClausifier::Handler handler, std::vector<Term_ const*> const& children) {
+    Term_ const* t = raw_term(SymbolTag::none, tm.bool_type, children, "t" + std::to_string(inspect.trail().size()));
+    (c.*handler)(&sink, t);
+    return bits(t);
+  };
+  EXPECT_EQ(literal(&WordClausifier::bool_not, {yes}), (BvLitList{F}));
+  EXPECT_EQ(literal(&WordClausifier::bool_and, {yes, b}), (BvLitList{5}));
+  EXPECT_EQ(literal(&WordClausifier::bool_and, {b, yes}), (BvLitList{5}));
+  EXPECT_EQ(literal(&WordClausifier::bool_or, {no, b}), (BvLitList{5}));
+  EXPECT_EQ(literal(&WordClausifier::bool_or, {b, no}), (BvLitList{5}));
+  EXPECT_EQ(literal(&WordClausifier::bool_iff, {yes, b}), (BvLitList{5}));
+  EXPECT_EQ(literal(&WordClausifier::bool_iff, {b, yes}), (BvLitList{5}));
+  EXPECT_EQ(literal(&WordClausifier::bool_ite, {yes, b, no}), (BvLitList{5}));
+  EXPECT_EQ(literal(&WordClausifier::bool_ite, {b, yes, no}), (BvLitList{5}));
+  EXPECT_EQ(literal(&WordClausifier::bool_ite, {b, no, yes}), (BvLitList{-5}));
+  EXPECT_NO_EVENTS();
 }
 
 // The connectives are reached through the hook table, the if-then-elses and the atom are not.

@@ -446,6 +446,11 @@ TEST_F(DivisionTest, PlaceholderOfAPowerOfTwo) {
     fresh.word_srem_by_power_of_2(&out, t);
   };
   EXPECT_TRACE_LEVELS(action, R"x(3 "word srem (bvsrem x y)")x");
+  // As long as the dividend's type says.
+  Term_ const* short_y = bv_var("z", BvLitList{5, 6});
+  Term_ const* uneven = raw_term(SymbolTag::bv_srem, tm.bv_type(3), {x, short_y});
+  c.word_srem_by_power_of_2(&sink, uneven);
+  EXPECT_EQ(bits(uneven), BvLitList(3, 0));
 }
 
 // The third line of the signed quotient carries a line break of its own, so an empty line follows.

@@ -135,7 +135,7 @@ def calls(text, source):
 
 # A declaration whose initializer reads what no neighbour changes: two of them, or one and a trace, may stand in any order.
 READ = re.compile(
-    r"(?:[\w:<>]+ )+(?:const)?[*&]* ?(?:const )?[*&]?\w+"
+    r"(?:[\w:<>]+[*&]* )+\w+"
     r"(?: = (?:-?\*?[\w:]+|\(?\*?\w+\)?(?:->|\.)(?:size|back|front|symbol)(?:\(\))?|\(\*\w+\)\[\w+\]|\w+\[\w+(?: [+-] \w+)?\]"
     r"|\w+->children\[\d\]|\w+->symbol->get_output_type\(\)|\*?lookup\([\w>\[\]-]+\)|width_of\([\w>\[\]-]+\)));")
 
