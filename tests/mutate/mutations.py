@@ -192,7 +192,7 @@ def mutations_of(file, source):
             add(m.start(), m.end(), other, "other operator")
     for m in re.finditer(r"(?<=[\s(,\[{])([-!])(?=[\w(])", text):
         add(m.start(), m.end(), "", "drop sign")
-    for m in re.finditer(r"(?<=return )(?=[a-z]\w*;)", text):
+    for m in re.finditer(r"(?<=return )(?!true;|false;)(?=[a-z]\w*;)", text):
         add(m.start(), m.end(), "-", "negate result")
     for m in re.finditer(r" \? ", text):
         colon = matching_colon(text, m.end())
