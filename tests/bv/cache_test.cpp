@@ -350,7 +350,7 @@ TEST_F(CacheTest, BacktrackingNeitherTracesNorAsks) {
 TEST_F(CacheTest, TheDestructorReleasesEverything) {
   // Nodes and list headers lie in chunks of the pools: under AddressSanitizer a chunk that stayed would be told.
   std::vector<Term_ const*> terms;
-  for (int i = 0; i < 3000; ++i) terms.push_back(bv_var("x", static_cast<std::uint64_t>(i % 70 + 1)));
+  for (int i = 0; i < 3000; ++i) terms.push_back(bv_var("x" + std::to_string(i), static_cast<std::uint64_t>(i % 70 + 1)));
   terms.push_back(tm.mk_variable("f", tm.fp_type(8, 23)));  // met by the floating-point layer
   events.reserve(200'000);
   sink.lits.reserve(10);
