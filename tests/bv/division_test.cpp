@@ -453,6 +453,18 @@ TEST_F(DivisionTest, PlaceholderOfAPowerOfTwo) {
   EXPECT_EQ(bits(uneven), BvLitList(3, 0));
 }
 
+// The signed handlers make lists as wide as the dividend's type, whatever the divisor's type says.
+TEST_F(DivisionTest, SignedWidthIsThatOfTheDividend) {
+  Term_ const* x = bv_var("x", BvLitList{T, F, F});
+  Term_ const* y = with_bits(bv_var("y", 4), {T, F, F});
+  Term_ const* quotient = raw_term(SymbolTag::bv_sdiv, tm.bv_type(3), {x, y}, "q");
+  Term_ const* remainder = raw_term(SymbolTag::bv_srem, tm.bv_type(3), {x, y}, "r");
+  c.word_sdiv(&sink, quotient);
+  c.word_srem(&sink, remainder);
+  EXPECT_EQ(bits(quotient), (BvLitList{T, F, F}));
+  EXPECT_EQ(bits(remainder), (BvLitList{F, F, F}));
+}
+
 // The third line of the signed quotient carries a line break of its own, so an empty line follows.
 TEST_F(DivisionTest, SignedQuotientShowsItsOperands) {
   Term_ const* x = bv_var("x", BvLitList{T, F});

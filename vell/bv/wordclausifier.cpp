@@ -27,44 +27,7 @@ WordClausifier::WordClausifier(TermManager* tm, Configuration::Theory::Bv* confi
   logger = new Logger();
   owns_logger = true;
 
-  using W = WordClausifier;
-  using TermHandler = Handler;  // picks the handler where a circuit has the same name
-  register_hook(SymbolTag::bv_not, &W::word_not);
-  register_hook(SymbolTag::bv_or, &W::word_or);
-  register_hook(SymbolTag::bv_and, static_cast<TermHandler>(&W::word_and));
-  register_hook(SymbolTag::bv_xor, &W::word_xor);
-  register_hook(SymbolTag::bv_lshr, &W::word_lsr);
-  register_hook(SymbolTag::bv_ashr, &W::word_asr);
-  register_hook(SymbolTag::bv_shl, &W::word_lsl);
-  register_hook(SymbolTag::bv_rotate_left, &W::word_rol);
-  register_hook(SymbolTag::bv_rotate_right, &W::word_ror);
-  register_hook(SymbolTag::bv_extract, &W::word_sel);
-  register_hook(SymbolTag::bv_concat, &W::word_concat);
-  register_hook(SymbolTag::bv_zero_extend, &W::word_zext);
-  register_hook(SymbolTag::bv_sign_extend, &W::word_sext);
-  register_hook(SymbolTag::bv_neg, static_cast<TermHandler>(&W::word_neg));
-  register_hook(SymbolTag::bv_add, static_cast<TermHandler>(&W::word_add));
-  register_hook(SymbolTag::bv_sub, &W::word_sub);
-  register_hook(SymbolTag::bv_mul, &W::word_mul);
-  register_hook(SymbolTag::bv_sdiv, static_cast<TermHandler>(&W::word_sdiv));
-  register_hook(SymbolTag::bv_srem, &W::word_srem);
-  register_hook(SymbolTag::bv_udiv, &W::word_udiv);
-  register_hook(SymbolTag::bv_urem, &W::word_urem);
-  register_hook(SymbolTag::bv_ult, static_cast<TermHandler>(&W::word_ult));
-  register_hook(SymbolTag::bv_ule, static_cast<TermHandler>(&W::word_ule));
-  register_hook(SymbolTag::bv_slt, &W::word_slt);
-  register_hook(SymbolTag::bv_sle, &W::word_sle);
-  register_hook(SymbolTag::equal_noproxy, &W::word_equal_noproxy);
-  register_hook(SymbolTag::equal, static_cast<TermHandler>(&W::word_equal));
-  register_hook(SymbolTag::bool_not, &W::bool_not);
-  register_hook(SymbolTag::bool_and, &W::bool_and);
-  register_hook(SymbolTag::bool_or, &W::bool_or);
-  register_hook(SymbolTag::bool_false, &W::bool_false);
-  register_hook(SymbolTag::bool_true, &W::bool_true);
-  register_hook(SymbolTag::bool_iff, &W::bool_iff);
-  register_hook(SymbolTag::fp_to_sbv, &W::fp_to_sbv);
-  register_hook(SymbolTag::fp_to_ubv, &W::fp_to_ubv);
-  register_hook(SymbolTag::fp_as_ieeebv, &W::fp_as_ieeebv);
+  for (Hook const& h : builtin_hooks()) register_hook(h.tag, h.handler);
 }
 
 void WordClausifier::set_logger(Logger* l) {

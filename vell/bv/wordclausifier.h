@@ -10,6 +10,7 @@
 // same term always yields the same clauses.
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "vell/bv/wordclausifierinterface.h"
@@ -52,6 +53,13 @@ class VELL_API WordClausifier : public WordClausifierInterface {
   void set_termination_test(TerminationTest const* t) override;
   BvLit bit_blast(Term_ const* t, ClauseSink* sink) override;
 
+  // A tag and its handler.
+  struct Hook {
+    SymbolTag::tag tag;
+    Handler handler;
+  };
+  // What a new clausifier registers, in that order; at the end of this file.
+  static std::span<Hook const> builtin_hooks();
   // Installs the handler of a tag, replacing what was there. A derived class registers its own handlers through
   // static_cast<Handler>(&Derived::handler).
   void register_hook(SymbolTag::tag tag, Handler handler);
@@ -295,5 +303,48 @@ class VELL_API WordClausifier : public WordClausifierInterface {
   FpBvCombination* fp_combination;
   std::vector<Term_ const*> new_fp_terms;
 };
+
+inline std::span<WordClausifier::Hook const> WordClausifier::builtin_hooks() {
+  using W = WordClausifier;
+  static constexpr Hook table[] = {
+      {SymbolTag::bv_not, &W::word_not},
+      {SymbolTag::bv_or, &W::word_or},
+      {SymbolTag::bv_and, &W::word_and},
+      {SymbolTag::bv_xor, &W::word_xor},
+      {SymbolTag::bv_lshr, &W::word_lsr},
+      {SymbolTag::bv_ashr, &W::word_asr},
+      {SymbolTag::bv_shl, &W::word_lsl},
+      {SymbolTag::bv_rotate_left, &W::word_rol},
+      {SymbolTag::bv_rotate_right, &W::word_ror},
+      {SymbolTag::bv_extract, &W::word_sel},
+      {SymbolTag::bv_concat, &W::word_concat},
+      {SymbolTag::bv_zero_extend, &W::word_zext},
+      {SymbolTag::bv_sign_extend, &W::word_sext},
+      {SymbolTag::bv_neg, &W::word_neg},
+      {SymbolTag::bv_add, &W::word_add},
+      {SymbolTag::bv_sub, &W::word_sub},
+      {SymbolTag::bv_mul, &W::word_mul},
+      {SymbolTag::bv_sdiv, &W::word_sdiv},
+      {SymbolTag::bv_srem, &W::word_srem},
+      {SymbolTag::bv_udiv, &W::word_udiv},
+      {SymbolTag::bv_urem, &W::word_urem},
+      {SymbolTag::bv_ult, &W::word_ult},
+      {SymbolTag::bv_ule, &W::word_ule},
+      {SymbolTag::bv_slt, &W::word_slt},
+      {SymbolTag::bv_sle, &W::word_sle},
+      {SymbolTag::equal_noproxy, &W::word_equal_noproxy},
+      {SymbolTag::equal, &W::word_equal},
+      {SymbolTag::bool_not, &W::bool_not},
+      {SymbolTag::bool_and, &W::bool_and},
+      {SymbolTag::bool_or, &W::bool_or},
+      {SymbolTag::bool_false, &W::bool_false},
+      {SymbolTag::bool_true, &W::bool_true},
+      {SymbolTag::bool_iff, &W::bool_iff},
+      {SymbolTag::fp_to_sbv, &W::fp_to_sbv},
+      {SymbolTag::fp_to_ubv, &W::fp_to_ubv},
+      {SymbolTag::fp_as_ieeebv, &W::fp_as_ieeebv},
+  };
+  return table;
+}
 
 }  // namespace vell::bv

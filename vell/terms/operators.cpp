@@ -1,85 +1,27 @@
 #include "vell/terms/operators.h"
 
+#include <algorithm>
+
 #include "vell/terms/termmanager.h"
 
 namespace vell {
 
 namespace {
 
-// How the operands and the result of an operator are typed.
-enum class Rule : std::uint8_t {
-  none,         // not built by mk_app
-  constant,     // () -> Bool
-  booleans,     // Bool ... -> Bool
-  same_words,   // w ... -> w
-  word_order,   // w w -> Bool
-  equality,     // s s -> Bool
-  ite,          // Bool s s -> s
-  concat,       // v w -> v + w
-  extract,      // w -> msb - lsb + 1
-  rotate,       // w -> w, amount at most w
-  extend,       // w -> w + amount
-  fp_to_word,   // rm fp -> w (parameter 0)
-  fp_as_word    // fp -> e + s + 1
-};
-
-struct OperatorInfo {
-  SymbolTag::tag tag;
-  char const* name;
-  int arity;
-  Rule rule;
-  unsigned parameters;
-};
-
-constexpr OperatorInfo infos[] = {
-    {SymbolTag::bool_true, "true", 0, Rule::constant, 0},
-    {SymbolTag::bool_false, "false", 0, Rule::constant, 0},
-    {SymbolTag::bool_and, "and", 2, Rule::booleans, 0},
-    {SymbolTag::bool_or, "or", 2, Rule::booleans, 0},
-    {SymbolTag::bool_not, "not", 1, Rule::booleans, 0},
-    {SymbolTag::bool_iff, "=", 2, Rule::booleans, 0},
-    {SymbolTag::bool_ite, "ite", 3, Rule::ite, 0},
-    {SymbolTag::term_ite, "ite", 3, Rule::ite, 0},
-    {SymbolTag::equal, "=", 2, Rule::equality, 0},
-    {SymbolTag::bv_concat, "concat", 2, Rule::concat, 0},
-    {SymbolTag::bv_extract, "extract", 1, Rule::extract, 2},
-    {SymbolTag::bv_not, "bvnot", 1, Rule::same_words, 0},
-    {SymbolTag::bv_and, "bvand", 2, Rule::same_words, 0},
-    {SymbolTag::bv_or, "bvor", 2, Rule::same_words, 0},
-    {SymbolTag::bv_xor, "bvxor", 2, Rule::same_words, 0},
-    {SymbolTag::bv_ult, "bvult", 2, Rule::word_order, 0},
-    {SymbolTag::bv_slt, "bvslt", 2, Rule::word_order, 0},
-    {SymbolTag::bv_ule, "bvule", 2, Rule::word_order, 0},
-    {SymbolTag::bv_sle, "bvsle", 2, Rule::word_order, 0},
-    {SymbolTag::equal_noproxy, "=", 2, Rule::word_order, 0},
-    {SymbolTag::bv_neg, "bvneg", 1, Rule::same_words, 0},
-    {SymbolTag::bv_add, "bvadd", 2, Rule::same_words, 0},
-    {SymbolTag::bv_sub, "bvsub", 2, Rule::same_words, 0},
-    {SymbolTag::bv_mul, "bvmul", 2, Rule::same_words, 0},
-    {SymbolTag::bv_udiv, "bvudiv", 2, Rule::same_words, 0},
-    {SymbolTag::bv_sdiv, "bvsdiv", 2, Rule::same_words, 0},
-    {SymbolTag::bv_urem, "bvurem", 2, Rule::same_words, 0},
-    {SymbolTag::bv_srem, "bvsrem", 2, Rule::same_words, 0},
-    {SymbolTag::bv_shl, "bvshl", 2, Rule::same_words, 0},
-    {SymbolTag::bv_lshr, "bvlshr", 2, Rule::same_words, 0},
-    {SymbolTag::bv_ashr, "bvashr", 2, Rule::same_words, 0},
-    {SymbolTag::bv_rotate_left, "rotate_left", 1, Rule::rotate, 1},
-    {SymbolTag::bv_rotate_right, "rotate_right", 1, Rule::rotate, 1},
-    {SymbolTag::bv_zero_extend, "zero_extend", 1, Rule::extend, 1},
-    {SymbolTag::bv_sign_extend, "sign_extend", 1, Rule::extend, 1},
-    {SymbolTag::fp_to_sbv, "fp.to_sbv", 2, Rule::fp_to_word, 1},
-    {SymbolTag::fp_to_ubv, "fp.to_ubv", 2, Rule::fp_to_word, 1},
-    {SymbolTag::fp_as_ieeebv, "fp.to_ieee_bv", 1, Rule::fp_as_word, 0},
-};
+using Rule = OperatorInfo::Typing;
 
 constexpr OperatorInfo unknown{SymbolTag::none, "?", -1, Rule::none, 0};
 
-constexpr unsigned tag_limit = 63;
+constexpr unsigned tag_limit = [] {
+  unsigned limit = 0;
+  for (OperatorInfo const& i : operator_table) limit = std::max(limit, i.tag + 1U);
+  return limit;
+}();
 
 struct InfoTable {
   OperatorInfo const* by_tag[tag_limit] = {};
   constexpr InfoTable() {
-    for (OperatorInfo const& i : infos) by_tag[i.tag] = &i;
+    for (OperatorInfo const& i : operator_table) by_tag[i.tag] = &i;
   }
 };
 constexpr InfoTable info_table;
@@ -126,7 +68,7 @@ std::string sort_text(Type const* type) {
 Term_ const* TermManager::mk_app(SymbolTag::tag tag, std::span<Term_ const* const> children,
                                  std::uint64_t parameter0, std::uint64_t parameter1) {
   OperatorInfo const& info = info_of(tag);
-  if (info.rule == Rule::none) throw SortError("no such operator: tag " + std::to_string(tag));
+  if (info.typing == Rule::none) throw SortError("no such operator: tag " + std::to_string(tag));
   if (children.size() != static_cast<std::size_t>(info.arity))
     throw SortError(std::string(info.name) + " takes " + std::to_string(info.arity) + " arguments, not " +
                     std::to_string(children.size()));
@@ -139,7 +81,7 @@ Term_ const* TermManager::mk_app(SymbolTag::tag tag, std::span<Term_ const* cons
   };
 
   Type const* out = nullptr;
-  switch (info.rule) {
+  switch (info.typing) {
     case Rule::none: break;
     case Rule::constant: return mk_bool(tag == SymbolTag::bool_true);
     case Rule::booleans:

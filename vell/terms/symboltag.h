@@ -53,4 +53,71 @@ enum tag : std::uint32_t {
 };
 }  // namespace SymbolTag
 
+// What an operator takes and gives.
+struct OperatorInfo {
+  enum class Typing : std::uint8_t {
+    none,         // not built by mk_app
+    constant,     // () -> Bool
+    booleans,     // Bool ... -> Bool
+    same_words,   // w ... -> w
+    word_order,   // w w -> Bool
+    equality,     // s s -> Bool
+    ite,          // Bool s s -> s
+    concat,       // v w -> v + w
+    extract,      // w -> msb - lsb + 1
+    rotate,       // w -> w, amount at most w
+    extend,       // w -> w + amount
+    fp_to_word,   // rm fp -> w (parameter 0)
+    fp_as_word    // fp -> e + s + 1
+  };
+
+  SymbolTag::tag tag;
+  char const* name;     // as SMT-LIB writes it
+  int arity;            // number of arguments
+  Typing typing;        // what TermManager::mk_app checks
+  unsigned parameters;  // number of indices
+};
+
+// The operators that TermManager::mk_app builds.
+inline constexpr OperatorInfo operator_table[] = {
+    {SymbolTag::bool_true, "true", 0, OperatorInfo::Typing::constant, 0},
+    {SymbolTag::bool_false, "false", 0, OperatorInfo::Typing::constant, 0},
+    {SymbolTag::bool_and, "and", 2, OperatorInfo::Typing::booleans, 0},
+    {SymbolTag::bool_or, "or", 2, OperatorInfo::Typing::booleans, 0},
+    {SymbolTag::bool_not, "not", 1, OperatorInfo::Typing::booleans, 0},
+    {SymbolTag::bool_iff, "=", 2, OperatorInfo::Typing::booleans, 0},
+    {SymbolTag::bool_ite, "ite", 3, OperatorInfo::Typing::ite, 0},
+    {SymbolTag::term_ite, "ite", 3, OperatorInfo::Typing::ite, 0},
+    {SymbolTag::equal, "=", 2, OperatorInfo::Typing::equality, 0},
+    {SymbolTag::bv_concat, "concat", 2, OperatorInfo::Typing::concat, 0},
+    {SymbolTag::bv_extract, "extract", 1, OperatorInfo::Typing::extract, 2},
+    {SymbolTag::bv_not, "bvnot", 1, OperatorInfo::Typing::same_words, 0},
+    {SymbolTag::bv_and, "bvand", 2, OperatorInfo::Typing::same_words, 0},
+    {SymbolTag::bv_or, "bvor", 2, OperatorInfo::Typing::same_words, 0},
+    {SymbolTag::bv_xor, "bvxor", 2, OperatorInfo::Typing::same_words, 0},
+    {SymbolTag::bv_ult, "bvult", 2, OperatorInfo::Typing::word_order, 0},
+    {SymbolTag::bv_slt, "bvslt", 2, OperatorInfo::Typing::word_order, 0},
+    {SymbolTag::bv_ule, "bvule", 2, OperatorInfo::Typing::word_order, 0},
+    {SymbolTag::bv_sle, "bvsle", 2, OperatorInfo::Typing::word_order, 0},
+    {SymbolTag::equal_noproxy, "=", 2, OperatorInfo::Typing::word_order, 0},
+    {SymbolTag::bv_neg, "bvneg", 1, OperatorInfo::Typing::same_words, 0},
+    {SymbolTag::bv_add, "bvadd", 2, OperatorInfo::Typing::same_words, 0},
+    {SymbolTag::bv_sub, "bvsub", 2, OperatorInfo::Typing::same_words, 0},
+    {SymbolTag::bv_mul, "bvmul", 2, OperatorInfo::Typing::same_words, 0},
+    {SymbolTag::bv_udiv, "bvudiv", 2, OperatorInfo::Typing::same_words, 0},
+    {SymbolTag::bv_sdiv, "bvsdiv", 2, OperatorInfo::Typing::same_words, 0},
+    {SymbolTag::bv_urem, "bvurem", 2, OperatorInfo::Typing::same_words, 0},
+    {SymbolTag::bv_srem, "bvsrem", 2, OperatorInfo::Typing::same_words, 0},
+    {SymbolTag::bv_shl, "bvshl", 2, OperatorInfo::Typing::same_words, 0},
+    {SymbolTag::bv_lshr, "bvlshr", 2, OperatorInfo::Typing::same_words, 0},
+    {SymbolTag::bv_ashr, "bvashr", 2, OperatorInfo::Typing::same_words, 0},
+    {SymbolTag::bv_rotate_left, "rotate_left", 1, OperatorInfo::Typing::rotate, 1},
+    {SymbolTag::bv_rotate_right, "rotate_right", 1, OperatorInfo::Typing::rotate, 1},
+    {SymbolTag::bv_zero_extend, "zero_extend", 1, OperatorInfo::Typing::extend, 1},
+    {SymbolTag::bv_sign_extend, "sign_extend", 1, OperatorInfo::Typing::extend, 1},
+    {SymbolTag::fp_to_sbv, "fp.to_sbv", 2, OperatorInfo::Typing::fp_to_word, 1},
+    {SymbolTag::fp_to_ubv, "fp.to_ubv", 2, OperatorInfo::Typing::fp_to_word, 1},
+    {SymbolTag::fp_as_ieeebv, "fp.to_ieee_bv", 1, OperatorInfo::Typing::fp_as_word, 0},
+};
+
 }  // namespace vell
