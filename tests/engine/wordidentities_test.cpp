@@ -137,6 +137,19 @@ TEST_F(WordIdentitiesTest, DefinitionsAreUsedAndKept) {
   EXPECT_EQ(w.decide(eq(x, y)), yes());
 }
 
+TEST_F(WordIdentitiesTest, AFormulaInTheDressOfABitIsDecided) {
+  WordIdentities w(tm);
+  Term_ const* a = word("a", 64);
+  Term_ const* b = word("b", 64);
+  Term_ const* c = word("c", 64);
+  Term_ const* law = eq(mul(a, add(b, c)), add(mul(a, b), mul(a, c)));
+  Term_ const* one = tm.mk_bv(1, 1);
+  Term_ const* formula =
+      eq(one, app(SymbolTag::term_ite, {app(SymbolTag::bool_not, {law}), one, tm.mk_bv(0, 1)}));
+  w.assume(formula);
+  EXPECT_EQ(w.decide(formula), no());
+}
+
 TEST_F(WordIdentitiesTest, CircularDefinitionsAreNotUsed) {
   WordIdentities w(tm);
   Term_ const* x = word("x", 8);

@@ -1,7 +1,8 @@
 #include "vell/engine/wordidentities.h"
 
 // While the manager knows no product and no remainder nothing is done at all, which is so for nearly every script. A
-// first pass over the new part of a formula then finds out where they stand; a formula without any is left alone. A second pass rebuilds the rest bottom up, with decided atoms replaced.
+// first pass over the new part of a formula then finds out where they stand; a formula without any is left alone. A
+// second pass rebuilds the rest bottom up, with decided atoms replaced.
 //
 // An equality s = t over words of width w is decided from D = P(s) - P(t) modulo 2^w: it holds when D is zero, and fails
 // when D's constant is odd relative to the power of two that divides all other coefficients (the 2-adic case of Gauss's
@@ -48,6 +49,10 @@ struct WordIdentities::State {
     return tm.mk_app(SymbolTag::equal, {t, tm.mk_bv(0, width)});
   }
 
+  bool is_bit(Term_ const* t) const {
+    std::uint64_t width = 0;
+    return tm.is_bv_type(t->symbol->get_output_type(), &width) && width == 1;
+  }
   Term_ const* negation(Term_ const* t) { return tm.mk_app(SymbolTag::bool_not, {t}); }
   bool depends_on(Term_ const* t, Term_ const* variable) const;
 
@@ -56,7 +61,7 @@ struct WordIdentities::State {
   WordPolynomials polynomials;
   void take_note(Term_ const* formula);
 
-  std::vector<Term_ const*> assumed;              // not looked at yet: there is no product
+  std::vector<Term_ const*> assumed;          // not looked at yet
   std::unordered_set<Term_ const*> defining;  // assumed formulas that define a variable: they must stand
   std::vector<std::uint8_t> marks;  // by term id
   std::unordered_map<Term_ const*, Term_ const*> replaced;  // terms with products, by what stands for them
@@ -86,7 +91,8 @@ void WordIdentities::State::take_note(Term_ const* formula) {
   for (unsigned side = 0; side < 2; ++side) {
     Term_ const* x = formula->children[side];
     Term_ const* definition = formula->children[1 - side];
-    bool const constant = tm.is_number(definition->symbol) && !tm.is_number(x->symbol);
+    // A single bit that is given is a formula in disguise: it is worth more decided than as a definition.
+    bool const constant = tm.is_number(definition->symbol) && !tm.is_number(x->symbol) && !is_bit(x);
     bool const variable = tm.is_uninterpreted_function(x->symbol) && !depends_on(definition, x);
     if ((!constant && !variable) || polynomials.definition(x) != nullptr) continue;
     polynomials.define(x, definition);
