@@ -10,6 +10,6 @@ for place in "$source" "$directory"; do
   fi
 done
 # The sources' own headers are not there.
-for header in bv/emit.h bv/poollist.h bv/trace.h sinks/cadicalsink.h; do
+for header in bv/emit.h bv/gates.h bv/poollist.h bv/trace.h sinks/cadicalsink.h; do
   [ ! -e "$directory/prefix/include/vell/$header" ] || { echo "$header is installed"; exit 1; }
 done

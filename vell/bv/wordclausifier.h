@@ -55,8 +55,8 @@ class VELL_API WordClausifier : public WordClausifierInterface {
 
   // A tag and its handler.
   struct Hook {
-    SymbolTag::tag tag;
-    Handler handler;
+    SymbolTag::tag tag;  // of the terms
+    Handler handler;     // encodes them
   };
   // What a new clausifier registers, in that order; at the end of this file.
   static std::span<Hook const> builtin_hooks();

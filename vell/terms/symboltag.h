@@ -55,6 +55,7 @@ enum tag : std::uint32_t {
 
 // What an operator takes and gives.
 struct OperatorInfo {
+  // Its arguments' sorts and the result's, w a word.
   enum class Typing : std::uint8_t {
     none,         // not built by mk_app
     constant,     // () -> Bool
@@ -71,7 +72,7 @@ struct OperatorInfo {
     fp_as_word    // fp -> e + s + 1
   };
 
-  SymbolTag::tag tag;
+  SymbolTag::tag tag;   // its number
   char const* name;     // as SMT-LIB writes it
   int arity;            // number of arguments
   Typing typing;        // what TermManager::mk_app checks

@@ -22,15 +22,18 @@
 
 namespace vell {
 
+// Size of a huge page in bytes.
 inline constexpr std::size_t huge_page_bytes = std::size_t{1} << 21;
 
 // For a container that keeps its elements in one piece. Arrays of two megabytes and more are aligned to as much and the
 // system is asked to back them by huge pages; it may not.
 template <typename T>
 struct HugePageAllocator {
+  // What is allocated.
   using value_type = T;
 
   HugePageAllocator() = default;
+  // The allocator for elements of another type.
   template <typename U>
   HugePageAllocator(HugePageAllocator<U> const&) {}
 
@@ -46,8 +49,10 @@ struct HugePageAllocator {
 #endif
     return static_cast<T*>(memory);
   }
+  // Frees what allocate gave.
   void deallocate(T* p, std::size_t) { std::free(p); }
 
+  // Whether one frees what the other gave: always.
   friend bool operator==(HugePageAllocator, HugePageAllocator) { return true; }
 
  private:
@@ -87,11 +92,17 @@ class ZeroedArray {
   ZeroedArray(ZeroedArray const&) = delete;
   ZeroedArray& operator=(ZeroedArray const&) = delete;
 
+  // Number of elements.
   std::size_t size() const { return size_; }
+  // Element i, below size().
   T& operator[](std::size_t i) { return data_[i]; }
+  // Element i, below size().
   T const& operator[](std::size_t i) const { return data_[i]; }
+  // Where the elements begin.
   T const* begin() const { return data_; }
+  // Behind the last element.
   T const* end() const { return data_ + size_; }
+  // Exchanges the elements.
   void swap(ZeroedArray& other) noexcept {
     std::swap(data_, other.data_);
     std::swap(size_, other.size_);
