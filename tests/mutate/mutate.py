@@ -37,6 +37,18 @@ def read_equivalents(path):
     return known
 
 
+def read_sources():
+    """{name: text} of the source files. The gates stand in a header: their code is taken into the file that tells about
+    them, whose copy of it is the one that the linker keeps."""
+    sources = {p.name: p.read_text() for p in sorted((ROOT / FOLDER).glob("*.cpp"))}
+    header = (ROOT / FOLDER / "gates.h").read_text().replace("#pragma once\n", "")
+    line = f'#include "{FOLDER}/gates.h"\n'
+    if line not in sources["gates.cpp"]:
+        sys.exit("gates.cpp does not include gates.h")
+    sources["gates.cpp"] = sources["gates.cpp"].replace(line, header)
+    return sources
+
+
 def key(mutation, source):
     before, after = mutation.lines(source)
     text = "\0".join((mutation.file, mutation.apply(source)))
@@ -56,7 +68,7 @@ def main():
     args = parser.parse_args()
 
     equivalents = read_equivalents(Path(__file__).with_name("equivalent.txt"))
-    sources = {p.name: p.read_text() for p in sorted((ROOT / FOLDER).glob("*.cpp"))}
+    sources = read_sources()
     mutants = {}
     for name, source in sources.items():
         if args.files and name not in args.files:
