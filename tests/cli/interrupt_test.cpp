@@ -53,7 +53,7 @@ TEST(Interrupt, LeavesNothingWhileTheClausesAreWrittenForASolver) {
     Scratch s;
     TemporaryFolder const here(s);
     Finished const f = vell_bv({.arguments = {"-", "--solver", "cadical -q {cnf}"},
-                                .input = quotient(512),
+                                .input = quotient(4000),
                                 .signal = SIGINT,
                                 .signal_after = after});
     EXPECT_EQ("unknown\n", f.out);
@@ -77,7 +77,7 @@ TEST(Interrupt, LeavesNoHalfFile) {
     for (int const number : {SIGINT, SIGTERM, SIGHUP}) {
       Scratch s;
       Finished const f = vell_bv({.arguments = {"cnf", "-", "-o", s.file(name)},
-                                  .input = quotient(700),
+                                  .input = quotient(4000),
                                   .signal = number,
                                   .signal_after = 0.4});
       EXPECT_EQ(128 + number, f.code) << name;
