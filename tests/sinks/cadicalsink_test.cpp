@@ -50,6 +50,8 @@ TEST(CadicalSink, AConflictLimitEndsOneCall) {
       for (int q = 0; q < p; ++q) sink.add_clause({-in[p * 7 + h], -in[q * 7 + h]});
   sink.limit_conflicts(10);
   EXPECT_EQ(Answer::unknown, sink.solve());
+  sink.limit_conflicts(10);
+  EXPECT_EQ(Answer::unsat, sink.solve({bv::l_false}));
   EXPECT_EQ(Answer::unsat, sink.solve());
 }
 

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
+#include <utility>
 
 #include <cadical.hpp>
 
@@ -75,13 +76,13 @@ void CadicalSink::search(Search how) {
   solver_->set("target", 2);
 }
 
-void CadicalSink::limit_conflicts(int conflicts) { solver_->limit("conflicts", conflicts); }
-
 void CadicalSink::set_terminate(std::function<bool()> terminate) { observer_->stop = std::move(terminate); }
 
 CadicalSink::Answer CadicalSink::solve(std::vector<bv::BvLit> const& assumptions) {
   false_assumed_ = std::find(assumptions.begin(), assumptions.end(), bv::l_false) != assumptions.end();
+  int const limit = std::exchange(conflict_limit_, -1);
   if (false_assumed_) return Answer::unsat;
+  solver_->limit("conflicts", limit);
   for (bv::BvLit a : assumptions) {
     if (a == bv::l_true) continue;
     known_ = std::max(known_, std::abs(a));

@@ -47,8 +47,8 @@ class CadicalSink : public bv::ClauseSink {
   // about proofs. from_ones is what a solver begins as. To be called before the first clause.
   enum class Search : std::uint8_t { from_zeros, from_ones, models_from_zeros, models_from_ones };
   void search(Search how);
-  // Ends the next solve() with `unknown` after this many conflicts.
-  void limit_conflicts(int conflicts);
+  // Ends the next solve(), and no other, with `unknown` after this many conflicts.
+  void limit_conflicts(int conflicts) { conflict_limit_ = conflicts; }
 
   // Called again and again during solve(); true ends it with `unknown`. Empty for none.
   void set_terminate(std::function<bool()> terminate);
@@ -76,6 +76,7 @@ class CadicalSink : public bv::ClauseSink {
   bv::BvLit known_ = 1;  // the largest literal given to the solver
   std::uint64_t clauses_ = 0;
   std::uint64_t literals_ = 0;
+  int conflict_limit_ = -1;  // of the next solve(); below 0 for none
   bool false_assumed_ = false;
 };
 
