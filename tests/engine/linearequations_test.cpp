@@ -5,18 +5,14 @@
 #include <gtest/gtest.h>
 
 #include <random>
-#include <unordered_map>
 
-#include "vell/engine/evaluator.h"
+#include "tests/engine/values.h"
 
 namespace vell::engine {
 namespace {
 
-class Values : public Assignment {
- public:
-  std::unordered_map<Term_ const*, std::uint64_t> of;
-  void read(Term_ const* t, std::uint64_t, std::uint64_t* words) const override { words[0] = of.at(t); }
-};
+using test::hold;
+using test::Values;
 
 class LinearEquationsTest : public testing::Test {
  protected:
@@ -29,14 +25,6 @@ class LinearEquationsTest : public testing::Test {
     return s;
   }
   Term_ const* eq(Term_ const* a, Term_ const* b) { return tm.mk_app(SymbolTag::equal, {a, b}); }
-
-  bool hold(std::vector<Term_ const*> const& formulas, Values const& values) {
-    Evaluator evaluator(tm);
-    evaluator.set_assignment(values);
-    bool all = true;
-    for (Term_ const* f : formulas) all &= evaluator.is_true(f);
-    return all;
-  }
 
   std::uint64_t w = 4;
   TermManager tm;
@@ -74,7 +62,7 @@ TEST_F(LinearEquationsTest, RandomSystemsKeepTheirModels) {
       Evaluator evaluator(tm);
       evaluator.set_assignment(values);
       for (Definition const& d : definitions) defined &= *evaluator.value(d.value) == values.of.at(d.variable);
-      ASSERT_EQ(hold(formulas, values), hold(now, values) && defined);
+      ASSERT_EQ(hold(tm, formulas, values), hold(tm, now, values) && defined);
     }
   }
   EXPECT_GT(solved, 8u);

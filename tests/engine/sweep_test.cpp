@@ -5,19 +5,11 @@
 #include <gtest/gtest.h>
 
 #include <random>
-#include <unordered_map>
 
-#include "vell/engine/cone.h"
-#include "vell/engine/evaluator.h"
+#include "tests/engine/values.h"
 
 namespace vell::engine {
 namespace {
-
-class Values : public Assignment {
- public:
-  std::unordered_map<Term_ const*, std::uint64_t> of;
-  void read(Term_ const* t, std::uint64_t, std::uint64_t* words) const override { words[0] = of.at(t); }
-};
 
 class SweepTest : public testing::Test {
  protected:
@@ -37,25 +29,13 @@ class SweepTest : public testing::Test {
 
   // Every pair under every assignment of the variables below the formulas, at most 16 bits together.
   void expect_true(std::vector<EqualSignals> const& pairs, std::vector<Term_ const*> const& formulas) {
-    Cone cone;
-    cone.add(formulas);
-    std::vector<Term_ const*> variables;
-    std::uint64_t bits = 0;
-    for (Term_ const* t : cone.sorted())
-      if (tm.is_uninterpreted_function(t->symbol)) {
-        variables.push_back(t);
-        bits += value_width(tm, t->symbol->get_output_type());
-      }
-    ASSERT_LE(bits, 16u);
-    Values values;
+    std::vector<Term_ const*> const variables = test::variables_below(tm, formulas);
+    std::uint64_t const all = test::assignments(tm, variables);
+    ASSERT_LE(all, 1u << 16);
+    test::Values values;
     Evaluator evaluator(tm);
-    for (std::uint64_t all = 0; all < std::uint64_t{1} << bits; ++all) {
-      std::uint64_t rest = all;
-      for (Term_ const* x : variables) {
-        std::uint64_t const width = value_width(tm, x->symbol->get_output_type());
-        values.of[x] = rest & ((std::uint64_t{1} << width) - 1);
-        rest >>= width;
-      }
+    for (std::uint64_t n = 0; n < all; ++n) {
+      values.assign(tm, variables, n);
       evaluator.set_assignment(values);
       for (EqualSignals const& p : pairs) {
         std::uint64_t const a = (*evaluator.value(p.a.term) >> p.a.bit) & 1;

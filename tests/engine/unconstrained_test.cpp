@@ -6,23 +6,16 @@
 #include <gtest/gtest.h>
 
 #include <random>
-#include <unordered_map>
 
-#include "vell/engine/cone.h"
-#include "vell/engine/evaluator.h"
+#include "tests/engine/values.h"
 
 namespace vell::engine {
 namespace {
 
-class Values : public Assignment {
- public:
-  std::unordered_map<Term_ const*, std::uint64_t> of;
-  // A variable that nothing depends on is zero.
-  void read(Term_ const* t, std::uint64_t, std::uint64_t* words) const override {
-    auto const found = of.find(t);
-    words[0] = found == of.end() ? 0 : found->second;
-  }
-};
+using test::assignments;
+using test::hold;
+using test::Values;
+using test::variables_below;
 
 class UnconstrainedTest : public testing::Test {
  protected:
@@ -31,33 +24,6 @@ class UnconstrainedTest : public testing::Test {
   Term_ const* app(SymbolTag::tag tag, std::initializer_list<Term_ const*> c, std::uint64_t p0 = 0,
                    std::uint64_t p1 = 0) {
     return tm.mk_app(tag, c, p0, p1);
-  }
-  std::vector<Term_ const*> variables(std::vector<Term_ const*> const& formulas) {
-    Cone cone;
-    cone.add(formulas);
-    std::vector<Term_ const*> out;
-    for (Term_ const* t : cone.sorted())
-      if (tm.is_uninterpreted_function(t->symbol)) out.push_back(t);
-    return out;
-  }
-  std::uint64_t bits(std::vector<Term_ const*> const& variables) {
-    std::uint64_t n = 0;
-    for (Term_ const* x : variables) n += value_width(tm, x->symbol->get_output_type());
-    return n;
-  }
-  void assign(Values& values, std::vector<Term_ const*> const& variables, std::uint64_t all) {
-    for (Term_ const* x : variables) {
-      std::uint64_t const width = value_width(tm, x->symbol->get_output_type());
-      values.of[x] = all & ((std::uint64_t{1} << width) - 1);
-      all >>= width;
-    }
-  }
-  bool hold(std::vector<Term_ const*> const& formulas, Values const& values) {
-    Evaluator evaluator(tm);
-    evaluator.set_assignment(values);
-    bool all = true;
-    for (Term_ const* f : formulas) all &= evaluator.is_true(f);
-    return all;
   }
 
   // Compares formulas before and after under every assignment; whether anything was eliminated.
@@ -70,19 +36,19 @@ class UnconstrainedTest : public testing::Test {
     std::vector<Term_ const*> now = before;
     Definitions definitions;
     EXPECT_TRUE(eliminate_unconstrained(tm, now, kept, 0, definitions));
-    std::vector<Term_ const*> const old_variables = variables(before);
-    std::vector<Term_ const*> const new_variables = variables(now);
+    std::vector<Term_ const*> const old_variables = variables_below(tm, before);
+    std::vector<Term_ const*> const new_variables = variables_below(tm, now);
     Values values;
     bool satisfiable = false;
-    for (std::uint64_t all = 0; all < std::uint64_t{1} << bits(old_variables) && !satisfiable; ++all) {
-      assign(values, old_variables, all);
-      satisfiable = hold(before, values);
+    for (std::uint64_t all = 0; all < assignments(tm, old_variables) && !satisfiable; ++all) {
+      values.assign(tm, old_variables, all);
+      satisfiable = hold(tm, before, values);
     }
     bool still = false;
-    for (std::uint64_t all = 0; all < std::uint64_t{1} << bits(new_variables); ++all) {
+    for (std::uint64_t all = 0; all < assignments(tm, new_variables); ++all) {
       for (Term_ const* x : old_variables) values.of[x] = 0;
-      assign(values, new_variables, all);
-      if (!hold(now, values)) continue;
+      values.assign(tm, new_variables, all);
+      if (!hold(tm, now, values)) continue;
       still = true;
       for (std::size_t i = definitions.size(); i-- > 0;) {
         Evaluator evaluator(tm);
@@ -90,10 +56,10 @@ class UnconstrainedTest : public testing::Test {
         std::uint64_t const value = *evaluator.value(definitions[i].value);
         values.of[definitions[i].variable] = value;
       }
-      EXPECT_TRUE(hold(before, values));
+      EXPECT_TRUE(hold(tm, before, values));
     }
     EXPECT_EQ(satisfiable, still);
-    for (Term_ const* x : variables(kept))
+    for (Term_ const* x : variables_below(tm, kept))
       for (Definition const& d : definitions) EXPECT_NE(d.variable, x);
     return now.front() != formulas.front();
   }

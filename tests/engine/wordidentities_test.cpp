@@ -5,19 +5,14 @@
 #include <gtest/gtest.h>
 
 #include <random>
-#include <unordered_map>
 #include <vector>
 
-#include "vell/engine/evaluator.h"
+#include "tests/engine/values.h"
 
 namespace vell::engine {
 namespace {
 
-class Values : public Assignment {
- public:
-  std::unordered_map<Term_ const*, std::uint64_t> of;
-  void read(Term_ const* t, std::uint64_t, std::uint64_t* words) const override { words[0] = of.at(t); }
-};
+using test::Values;
 
 class WordIdentitiesTest : public testing::Test {
  protected:

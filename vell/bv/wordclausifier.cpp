@@ -7,7 +7,7 @@
 // translated. The root enters the trail before its cone and not once more after it: retract_upto(root) then forgets
 // the root together with everything that was cached on its behalf.
 //
-// Tested by tests/bv/driver_test.cpp.
+// Tested by construction_test.cpp, traversal_test.cpp and interruption_test.cpp in tests/bv.
 
 #include <cassert>
 #include <string>

@@ -54,8 +54,8 @@ void add_solve(CLI::App& app, CommonOptions& common, Action& action) {
       ->check([](std::string const& command) {
         return command.find("{cnf}") == std::string::npos ? std::string("the command has no {cnf}") : std::string();
       });
-  common.add_to(app, {"--time-limit", "--memory-limit", "--seed", "--threads", "--stats", "--progress", "--proof", "--div-by-zero",
-                      "--trace", "--verbose"});
+  common.add_to(app, {"--time-limit", "--memory-limit", "--seed", "--threads", "--stats", "--progress", "--proof",
+                      "--div-by-zero", "--trace", "--verbose"});
   app.callback([&app, &common, &action, arguments] {
     if (!app.get_subcommands().empty()) {
       if (!arguments->file.empty() || !arguments->solver.empty())

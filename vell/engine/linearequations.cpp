@@ -51,11 +51,7 @@ class LinearSolver {
   }
 
  private:
-  std::uint64_t width_of(Term_ const* t) const {
-    std::uint64_t w = 0;
-    tm_.is_bv_type(t->symbol->get_output_type(), &w);
-    return w;
-  }
+  std::uint64_t width_of(Term_ const* t) const { return word_width(tm_, t); }
 
   // The conjuncts of the formulas, in their order.
   void flatten() {

@@ -7,6 +7,7 @@
 #include <array>
 #include <random>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "vell/engine/clausifiers.h"
 #include "vell/engine/cone.h"
@@ -114,7 +115,7 @@ class Sweeper {
     if (tm_.get_tag(t->symbol) == SymbolTag::bv_mul) meet_products(i, *bits);
     for (std::uint64_t b = 0; b < width(i) && !exhausted(); ++b) {
       bv::BvLit literal = (*bits)[b];
-      if (bv::is_constant(literal) || !known_.try_emplace(std::abs(literal), true).second) continue;
+      if (bv::is_constant(literal) || !known_.insert(std::abs(literal)).second) continue;
       Signature signature = signatures_[first_[i] + b];
       // A signal and its negation are one: it starts with a zero.
       bool const negated = (signature[0] & 1) != 0;
@@ -172,7 +173,7 @@ class Sweeper {
         sink_.add_clause({-bits[b], other});
         sink_.add_clause({bits[b], -other});
         found_.push_back({{t, b}, {before, b}, false});
-        known_[std::abs(bits[b])] = true;
+        known_.insert(std::abs(bits[b]));
       }
       return;
     }
@@ -188,7 +189,7 @@ class Sweeper {
   std::vector<Term_ const*> terms_;   // operands first
   std::vector<std::size_t> first_;    // by place in terms_: the signature of bit 0
   std::vector<Signature> signatures_;
-  std::unordered_map<bv::BvLit, bool> known_;  // variables that were looked at
+  std::unordered_set<bv::BvLit> known_;  // variables that were looked at
   std::unordered_map<Signature, std::vector<Seen>, SignatureHash> seen_;
   std::unordered_map<Signature, std::vector<Term_ const*>, SignatureHash> products_;
   std::vector<EqualSignals> found_;

@@ -17,6 +17,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "vell/engine/numeral.h"
 #include "vell/engine/wordpolynomials.h"
 
 namespace vell::engine {
@@ -44,15 +45,9 @@ struct WordIdentities::State {
     return !free_division && tm.get_tag(t->symbol) == SymbolTag::bv_urem && t->children[1] == divisor;
   }
   Term_ const* is_zero(Term_ const* t) {
-    std::uint64_t width = 0;
-    tm.is_bv_type(t->symbol->get_output_type(), &width);
-    return tm.mk_app(SymbolTag::equal, {t, tm.mk_bv(0, width)});
+    return tm.mk_app(SymbolTag::equal, {t, tm.mk_bv(0, word_width(tm, t))});
   }
 
-  bool is_bit(Term_ const* t) const {
-    std::uint64_t width = 0;
-    return tm.is_bv_type(t->symbol->get_output_type(), &width) && width == 1;
-  }
   Term_ const* negation(Term_ const* t) { return tm.mk_app(SymbolTag::bool_not, {t}); }
   bool depends_on(Term_ const* t, Term_ const* variable) const;
 
@@ -92,7 +87,7 @@ void WordIdentities::State::take_note(Term_ const* formula) {
     Term_ const* x = formula->children[side];
     Term_ const* definition = formula->children[1 - side];
     // A single bit that is given is a formula in disguise: it is worth more decided than as a definition.
-    bool const constant = tm.is_number(definition->symbol) && !tm.is_number(x->symbol) && !is_bit(x);
+    bool const constant = tm.is_number(definition->symbol) && !tm.is_number(x->symbol) && word_width(tm, x) != 1;
     bool const variable = tm.is_uninterpreted_function(x->symbol) && !depends_on(definition, x);
     if ((!constant && !variable) || polynomials.definition(x) != nullptr) continue;
     polynomials.define(x, definition);
@@ -201,8 +196,8 @@ Term_ const* WordIdentities::State::decide_equality(Term_ const* t) {
       return tm.mk_app(SymbolTag::bool_and, {is_zero(y), is_zero(remainder->children[0])});
   }
 
-  std::uint64_t width = 0;
-  if (!tm.is_bv_type(t->children[0]->symbol->get_output_type(), &width)) return t;
+  std::uint64_t const width = word_width(tm, t->children[0]);
+  if (width == 0) return t;
   Polynomial difference = polynomials.value(t->children[0]).p;
   difference.add(polynomials.value(t->children[1]).p, -1);
   difference.reduce(width);

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "vell/terms/qnumber_gmp.h"
+#include "vell/engine/numeral.h"
 
 namespace vell::engine {
 
@@ -19,12 +19,6 @@ mpz_class power_of_two(std::uint64_t k) {
 }
 
 }  // namespace
-
-std::uint64_t WordPolynomials::width_of(Term_ const* t) const {
-  std::uint64_t w = 0;
-  tm_.is_bv_type(t->symbol->get_output_type(), &w);
-  return w;
-}
 
 Atom WordPolynomials::atom_of(Term_ const* t, std::uint64_t width) {
   auto const [place, fresh] = atoms_.try_emplace(t, static_cast<Atom>(is_bit_.size()));
@@ -249,8 +243,7 @@ WordPolynomials::Value WordPolynomials::make(Term_ const* t) {
   if (Term_ const* d = definition(t)) return memo_.at(d);
   if (t->symbol->get_output_type() == tm_.bool_type) return bit(t);
   if (tm_.number(t->symbol) != nullptr) {
-    mpz_class n;
-    get_numerator(*tm_.number(t->symbol), n.get_mpz_t());
+    mpz_class const n = numeral_value(tm_, t);
     return n >= 0 ? numeral(n) : opaque(t);
   }
   if (!transparent(t)) return opaque(t);

@@ -20,6 +20,7 @@
 #include <utility>
 #include <vector>
 
+#include "vell/engine/numeral.h"
 #include "vell/engine/polynomial.h"
 #include "vell/terms/termmanager.h"
 
@@ -67,7 +68,7 @@ class WordPolynomials {
   bool divides_remainder(Term_ const* t) const;
   bool transparent(Term_ const* t) const;
   Atom atom_of(Term_ const* t, std::uint64_t width);
-  std::uint64_t width_of(Term_ const* t) const;
+  std::uint64_t width_of(Term_ const* t) const { return word_width(tm_, t); }
 
   // What make() reads the values of.
   std::span<Term_ const* const> inputs(Term_ const* t) const;
