@@ -6,24 +6,19 @@
 #include <algorithm>
 
 #include "tests/cli/process.h"
+#include "tests/cli/scripts.h"
 #include "tests/engine/scratch.h"
 
 namespace vell::cli {
 namespace {
 
 using test::Finished;
+using test::hard;
 using test::Scratch;
 using test::vell_bv;
 
 constexpr char small[] =
     "(set-logic QF_BV)\n(declare-const x (_ BitVec 8))\n(assert (= (bvmul x #x03) #x21))\n(check-sat)\n(get-model)\n";
-
-// The factors of a product of two primes of 38 bits: takes the solver long.
-std::string hard() {
-  std::string const wide = "((_ zero_extend 38) ";
-  return "(declare-const a (_ BitVec 38))(declare-const b (_ BitVec 38))(assert (= (bvmul " + wide + "a) " + wide +
-         "b)) (_ bv35450106828282240715949 76)))(assert (bvult (_ bv1 38) a))(assert (bvule a b))(check-sat)\n";
-}
 
 // ---- scripts ----
 

@@ -5,26 +5,17 @@
 #include <stdlib.h>
 
 #include "tests/cli/process.h"
+#include "tests/cli/scripts.h"
 #include "tests/engine/scratch.h"
 
 namespace vell::cli {
 namespace {
 
 using test::Finished;
+using test::hard;
+using test::quotient;
 using test::Scratch;
 using test::vell_bv;
-
-// The factors of a product of two primes of 38 bits: takes the solver long.
-std::string hard() {
-  std::string const wide = "((_ zero_extend 38) ";
-  return "(declare-const a (_ BitVec 38))(declare-const b (_ BitVec 38))(assert (= (bvmul " + wide + "a) " + wide +
-         "b)) (_ bv35450106828282240715949 76)))(assert (bvult (_ bv1 38) a))(assert (bvule a b))(check-sat)\n";
-}
-
-std::string quotient(unsigned width) {
-  std::string const sort = "(_ BitVec " + std::to_string(width) + "))";
-  return "(declare-const a " + sort + "(declare-const b " + sort + "(assert (= (bvudiv a b) (bvmul b b)))(check-sat)";
-}
 
 // Temporary folders are made in the scratch folder while this stands.
 class TemporaryFolder {

@@ -4,12 +4,15 @@
 #include <signal.h>
 
 #include "tests/cli/process.h"
+#include "tests/cli/scripts.h"
 #include "tests/engine/scratch.h"
 
 namespace vell::cli {
 namespace {
 
 using test::Finished;
+using test::hard;
+using test::quotient;
 using test::Scratch;
 using test::vell_bv;
 
@@ -46,19 +49,6 @@ struct Screen {
   bool wrapped = false;
 };
 
-// The factors of a product of two primes of 38 bits: takes the solver long.
-std::string hard() {
-  std::string const wide = "((_ zero_extend 38) ";
-  return "(declare-const a (_ BitVec 38))(declare-const b (_ BitVec 38))(assert (= (bvmul " + wide + "a) " + wide +
-         "b)) (_ bv35450106828282240715949 76)))(assert (bvult (_ bv1 38) a))(assert (bvule a b))(check-sat)\n";
-}
-
-// Takes a while to clausify and to write, and none to solve: a quotient of w bits.
-std::string wide(unsigned w) {
-  std::string const sort = "(_ BitVec " + std::to_string(w) + "))";
-  return "(declare-const a " + sort + "(declare-const b " + sort + "(assert (= a (bvudiv a b)))(check-sat)";
-}
-
 TEST(Progress, StandsOnATerminalAndIsGoneAtTheEnd) {
   Finished const f = vell_bv({.arguments = {"-", "--time-limit", "2"}, .input = hard(), .columns = 120});
   EXPECT_EQ("unknown\n", f.out);
@@ -71,14 +61,14 @@ TEST(Progress, StandsOnATerminalAndIsGoneAtTheEnd) {
 
 TEST(Progress, SaysWhatIsReadClausifiedAndWritten) {
   Scratch s;
-  std::string const path = s.write("a.smt2", wide(6000));
+  std::string const path = s.write("a.smt2", quotient(6000));
   Finished const f =
       vell_bv({.arguments = {"cnf", path, "-o", s.file("a.cnf.xz"), "--time-limit", "3"}, .columns = 120});
   Screen const screen(f.err, 120);
   EXPECT_TRUE(screen.ever("clausifying: ")) << f.err;
   EXPECT_TRUE(screen.ever(" clauses, ")) << f.err;
   EXPECT_EQ("", screen.line);
-  Finished const written = vell_bv({.arguments = {"cnf", s.write("b.smt2", wide(300)), "-o", s.file("b.cnf.xz"),
+  Finished const written = vell_bv({.arguments = {"cnf", s.write("b.smt2", quotient(300)), "-o", s.file("b.cnf.xz"),
                                                   "--time-limit", "10"},
                                     .columns = 120});
   EXPECT_TRUE(Screen(written.err, 120).ever("writing: ")) << written.err;
