@@ -31,6 +31,7 @@ Checker::Checker(TermManager& tm, CheckerOptions const& options, Limits const& l
                                              : make_external_solver(limits, options.solver_command)),
       clausifier_(&tm, &config_),
       identities_(tm, options.free_division),
+      products_(tm),
       limit_test_(limits, statistics, [this] { solver_->report(statistics_); }),
       evaluator_(tm, options.free_division),
       embedded_(options.solver_command.empty()),
@@ -44,10 +45,12 @@ Checker::~Checker() {
   if (broken_) static_cast<void>(solver_.release());  // its state is unknown: taking it apart could crash
 }
 
-bv::BvLit Checker::translate(Term_ const* t) {
-  Term_ const* decided = identities_.decide(t);
-  restore_if_needed(decided);
-  return encode_formula(decided);
+void Checker::simplify(std::vector<Term_ const*>& formulas) {
+  for (Term_ const*& f : formulas) {
+    f = identities_.decide(f);
+    restore_if_needed(f);
+  }
+  products_.share(formulas);
 }
 
 bv::BvLit Checker::encode_formula(Term_ const* formula) {
@@ -76,6 +79,7 @@ void Checker::encode_first(ScriptState const& state, std::size_t lasting,
     known_free_of_them_.add(formulas);
     known_free_of_them_.add(kept);
   }
+  products_.share(formulas);
   for (Term_ const* f : formulas) solver_->add_clause({encode_formula(f)});
   selectors_.resize(lasting, bv::l_undef);
 }
@@ -89,6 +93,7 @@ void Checker::restore_if_needed(Term_ const* t) {
   if (!mentioned) return;
   definitions_.clear();
   defined_values_.clear();
+  products_.share(replaced_);
   for (Term_ const* f : replaced_) solver_->add_clause({encode_formula(f)});
   replaced_.clear();
 }
@@ -101,11 +106,14 @@ void Checker::encode(ScriptState const& state, std::vector<Term_ const*> const& 
   if (!named_selectors)
     for (std::size_t i = selectors_.size(); i < lasting; ++i) identities_.assume(assertions[i].term);
   if (!named_selectors && selectors_.empty()) encode_first(state, lasting, assumptions);
+  std::vector<Term_ const*> fresh;
+  for (std::size_t i = selectors_.size(); i < assertions.size(); ++i) fresh.push_back(assertions[i].term);
+  simplify(fresh);
   std::uint64_t level = 0;
-  while (selectors_.size() < assertions.size()) {
+  for (Term_ const* f : fresh) {
     std::size_t const i = selectors_.size();
     while (level < state.levels() && state.level_start(level + 1) <= i) ++level;
-    bv::BvLit const holds = translate(assertions[i].term);
+    bv::BvLit const holds = encode_formula(f);
     bv::BvLit selector = bv::l_undef;
     if (named_selectors && !assertions[i].name.empty()) {
       selector = solver_->sink().new_lit();
@@ -146,7 +154,9 @@ Checker::Answer Checker::check(ScriptState const& state, std::vector<Term_ const
     statistics_.enter(Phase::clausifying);
     encode(state, assumptions, named_selectors);
     assumed_.clear();
-    for (Term_ const* t : assumptions) assumed_.push_back(translate(t));
+    std::vector<Term_ const*> assumed = assumptions;
+    simplify(assumed);
+    for (Term_ const* t : assumed) assumed_.push_back(encode_formula(t));
     solver_->report(statistics_);
 
     statistics_.enter(Phase::solving);

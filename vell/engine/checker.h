@@ -17,6 +17,7 @@
 #include "vell/engine/limits.h"
 #include "vell/engine/satsolver.h"
 #include "vell/engine/scriptstate.h"
+#include "vell/engine/sharedproducts.h"
 #include "vell/engine/statistics.h"
 #include "vell/engine/wordidentities.h"
 
@@ -63,7 +64,8 @@ class Checker : private Assignment {
 
  private:
   void read(Term_ const* t, std::uint64_t width, std::uint64_t* words) const override;
-  bv::BvLit translate(Term_ const* t);
+  // Formulas as they will be clausified; those that follow the first check's.
+  void simplify(std::vector<Term_ const*>& formulas);
   bv::BvLit encode_formula(Term_ const* formula);
   void encode(ScriptState const& state, std::vector<Term_ const*> const& assumptions, bool named_selectors);
   void encode_first(ScriptState const& state, std::size_t lasting, std::vector<Term_ const*> const& assumptions);
@@ -80,6 +82,7 @@ class Checker : private Assignment {
   std::unique_ptr<SatSolver> solver_;
   ScriptClausifier clausifier_;
   WordIdentities identities_;
+  SharedProducts products_;
   LimitTest limit_test_;
   Evaluator evaluator_;
   bool const embedded_;

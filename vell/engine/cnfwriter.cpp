@@ -23,6 +23,7 @@
 #include "vell/engine/scriptengine.h"
 #include "vell/engine/scriptoptions.h"
 #include "vell/engine/scriptstate.h"
+#include "vell/engine/sharedproducts.h"
 #include "vell/engine/watchedsource.h"
 #include "vell/engine/wordidentities.h"
 #include "vell/sinks/countingsink.h"
@@ -71,17 +72,23 @@ Query read_query(CnfOptions const& options, TermManager& tm, Limits const& limit
     (first.size() < lasting ? first : query.formulas).push_back(identities.decide(a.term));
     query.positions.push_back(a.position);
   }
+  std::vector<Term_ const*> assumptions;
   if (found)
     for (Term_ const* t : command.terms) {
-      query.formulas.push_back(identities.decide(t));
+      assumptions.push_back(identities.decide(t));
       query.positions.push_back(command.position);
     }
-  if (solve_linear_equations(tm, first, query.formulas, nullptr)) {
+  std::vector<Term_ const*> kept = query.formulas;
+  kept.insert(kept.end(), assumptions.begin(), assumptions.end());
+  if (solve_linear_equations(tm, first, kept, nullptr)) {
     // The formulas are no longer those of single assertions.
     query.positions.erase(query.positions.begin(), query.positions.begin() + static_cast<std::ptrdiff_t>(lasting));
     query.positions.insert(query.positions.begin(), first.size(), state.assertions().front().position);
   }
+  SharedProducts products(tm);
+  for (std::vector<Term_ const*>* part : {&first, &query.formulas, &assumptions}) products.share(*part);
   query.formulas.insert(query.formulas.begin(), first.begin(), first.end());
+  query.formulas.insert(query.formulas.end(), assumptions.begin(), assumptions.end());
   for (Term_ const* c : state.declared())
     if (fnmatch(options.symbols.c_str(), c->symbol->name, 0) == 0) query.constants.push_back(c);
   return query;

@@ -1,8 +1,9 @@
 #include "vell/engine/wordidentities.h"
 
-// While the manager knows no product and no remainder nothing is done at all, which is so for nearly every script. A
-// first pass over the new part of a formula then finds out where they stand; a formula without any is left alone. A
-// second pass rebuilds the rest bottom up, with decided atoms replaced.
+// A first pass over the new part of a formula finds out where products, remainders and comparisons with a neighbour
+// stand; a formula without any is left alone. While the manager knows no product and no remainder, which is so for
+// nearly every script, that pass goes no further down than the atoms. A second pass rebuilds the rest bottom up, with
+// decided atoms replaced.
 //
 // An equality s = t over words of width w is decided from D = P(s) - P(t) modulo 2^w: it holds when D is zero, and fails
 // when D's constant is odd relative to the power of two that divides all other coefficients (the 2-adic case of Gauss's
@@ -17,6 +18,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "vell/engine/neighbours.h"
 #include "vell/engine/numeral.h"
 #include "vell/engine/wordpolynomials.h"
 
@@ -33,11 +35,17 @@ constexpr std::size_t max_unfolded = 2000;
 struct WordIdentities::State {
   State(TermManager& manager, bool free) : tm(manager), free_division(free), polynomials(manager, free) {}
 
-  enum : std::uint8_t { seen = 1, product = 2 };
+  enum : std::uint8_t { seen = 1, open = 2 };
 
-  // Marks the cone of t; whether it holds a product or remainder.
+  bool knows_products() const { return tm.has_operator(SymbolTag::bv_mul) || tm.has_operator(SymbolTag::bv_urem); }
+  bool knows_neighbours() const {
+    bool const sums = tm.has_operator(SymbolTag::bv_add) || tm.has_operator(SymbolTag::bv_sub);
+    return sums && (tm.has_operator(SymbolTag::bv_ult) || tm.has_operator(SymbolTag::bv_ule) ||
+                    tm.has_operator(SymbolTag::bv_slt) || tm.has_operator(SymbolTag::bv_sle));
+  }
+  // Marks the cone of t; whether it holds anything that could be decided.
   bool scan(Term_ const* root);
-  bool has_product(Term_ const* t) const { return (marks[t->id] & product) != 0; }
+  bool is_open(Term_ const* t) const { return (marks[t->id] & open) != 0; }
   Term_ const* rebuild(Term_ const* root);
   Term_ const* decide_atom(Term_ const* t);
   Term_ const* decide_equality(Term_ const* t);
@@ -59,7 +67,7 @@ struct WordIdentities::State {
   std::vector<Term_ const*> assumed;          // not looked at yet
   std::unordered_set<Term_ const*> defining;  // assumed formulas that define a variable: they must stand
   std::vector<std::uint8_t> marks;  // by term id
-  std::unordered_map<Term_ const*, Term_ const*> replaced;  // terms with products, by what stands for them
+  std::unordered_map<Term_ const*, Term_ const*> replaced;  // open terms, by what stands for them
   std::map<std::string, Term_ const*> atoms;                // by the text of the difference
   std::uint64_t decided = 0;
 };
@@ -73,10 +81,11 @@ std::uint64_t WordIdentities::decided() const { return state_->decided; }
 void WordIdentities::assume(Term_ const* formula) { state_->assumed.push_back(formula); }
 
 Term_ const* WordIdentities::decide(Term_ const* formula) {
-  TermManager const& tm = state_->tm;
-  if (!tm.has_operator(SymbolTag::bv_mul) && !tm.has_operator(SymbolTag::bv_urem)) return formula;
-  for (Term_ const* a : state_->assumed) state_->take_note(a);
-  state_->assumed.clear();
+  if (!state_->knows_products() && !state_->knows_neighbours()) return formula;
+  if (state_->knows_products()) {
+    for (Term_ const* a : state_->assumed) state_->take_note(a);
+    state_->assumed.clear();
+  }
   if (state_->defining.count(formula) != 0) return formula;
   return state_->scan(formula) ? state_->rebuild(formula) : formula;
 }
@@ -115,6 +124,7 @@ bool WordIdentities::State::depends_on(Term_ const* t, Term_ const* variable) co
 
 bool WordIdentities::State::scan(Term_ const* root) {
   if (marks.size() <= tm.term_count()) marks.resize(tm.term_count() + 1, 0);
+  bool const words_too = knows_products();
   std::vector<Term_ const*> stack{root};
   while (!stack.empty()) {
     Term_ const* t = stack.back();
@@ -123,8 +133,10 @@ bool WordIdentities::State::scan(Term_ const* root) {
       continue;
     }
     std::size_t const waiting = stack.size();
-    for (std::uint64_t i = 0; i < t->symbol->arity; ++i)
-      if ((marks[t->children[i]->id] & seen) == 0) stack.push_back(t->children[i]);
+    for (std::uint64_t i = 0; i < t->symbol->arity; ++i) {
+      Term_ const* c = t->children[i];
+      if ((marks[c->id] & seen) == 0 && (words_too || c->symbol->get_output_type() == tm.bool_type)) stack.push_back(c);
+    }
     Term_ const* definition = polynomials.definition(t);
     if (definition != nullptr && (marks[definition->id] & seen) == 0) stack.push_back(definition);
     if (stack.size() != waiting) continue;
@@ -132,11 +144,11 @@ bool WordIdentities::State::scan(Term_ const* root) {
     std::uint8_t mark = seen;
     if (definition != nullptr) mark |= marks[definition->id];
     SymbolTag::tag const tag = tm.get_tag(t->symbol);
-    if (tag == SymbolTag::bv_mul || tag == SymbolTag::bv_urem) mark |= product;
+    if (tag == SymbolTag::bv_mul || tag == SymbolTag::bv_urem || compares_neighbour(tm, t)) mark |= open;
     for (std::uint64_t i = 0; i < t->symbol->arity; ++i) mark |= marks[t->children[i]->id];
     marks[t->id] = mark;
   }
-  return has_product(root);
+  return is_open(root);
 }
 
 Term_ const* WordIdentities::State::rebuild(Term_ const* root) {
@@ -150,14 +162,14 @@ Term_ const* WordIdentities::State::rebuild(Term_ const* root) {
     }
     std::size_t const waiting = stack.size();
     for (std::uint64_t i = 0; i < t->symbol->arity; ++i)
-      if (has_product(t->children[i]) && replaced.count(t->children[i]) == 0) stack.push_back(t->children[i]);
+      if (is_open(t->children[i]) && replaced.count(t->children[i]) == 0) stack.push_back(t->children[i]);
     if (stack.size() != waiting) continue;
     stack.pop_back();
     children.clear();
     bool changed = false;
     for (std::uint64_t i = 0; i < t->symbol->arity; ++i) {
       Term_ const* c = t->children[i];
-      Term_ const* now = has_product(c) ? replaced.at(c) : c;
+      Term_ const* now = is_open(c) ? replaced.at(c) : c;
       changed |= now != c;
       children.push_back(now);
     }
@@ -170,6 +182,7 @@ Term_ const* WordIdentities::State::rebuild(Term_ const* root) {
 }
 
 Term_ const* WordIdentities::State::decide_atom(Term_ const* t) {
+  if (Term_ const* now = without_neighbour(tm, t)) return now;
   switch (tm.get_tag(t->symbol)) {
     case SymbolTag::bv_ult:
       if (is_remainder_by(t->children[0], t->children[1])) return negation(is_zero(t->children[1]));

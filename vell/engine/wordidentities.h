@@ -3,8 +3,9 @@
 // Equalities that hold, or fail, whatever the values: decided at the word level, before any circuit.
 //
 // Identities of products (distributivity, associativity, commuted operands, a product cut into slices) are what a SAT
-// solver is worst at, and what a normal form sees at once. Only whole atoms are decided: a formula in which none is
-// found comes back as it went in, and its clauses are those of the script.
+// solver is worst at, and what a normal form sees at once. Comparisons with a neighbour (neighbours.h) become plain ones.
+// Only whole atoms are decided: a formula in which none is found comes back as it went in, and its clauses are those of
+// the script.
 //
 // Tested by tests/engine/wordidentities_test.cpp.
 
@@ -29,8 +30,8 @@ class WordIdentities {
   // for everything that holds before anything is decided.
   void assume(Term_ const* formula);
 
-  // An equivalent formula: `formula` itself, or one in which decided atoms are constants and atoms that say the same
-  // are one. What was found stays known for later formulas.
+  // An equivalent formula: `formula` itself, or one in which decided atoms are constants or simpler ones, and atoms that say
+  // the same are one. What was found stays known for later formulas.
   Term_ const* decide(Term_ const* formula);
 
   // Atoms replaced so far.
