@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <random>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -24,8 +23,11 @@ constexpr std::size_t max_signals = 400'000;
 constexpr std::uint64_t max_circuits = 1'000'000;  // as circuit_cost() counts them: clauses in tens
 constexpr int conflicts_per_proof = 300;
 constexpr std::uint64_t max_conflicts = 100'000;
-// Of literals in the solver, added over its calls: each call may have to give all of them a value.
+// Of literals in the solver, added over its calls: each call may have to give all of them a value. Where nothing is found
+// the calls end after a second or so; each signal that is found pays for more of them.
 constexpr std::uint64_t max_work = 300'000'000;
+constexpr std::uint64_t first_work = 15'000'000;
+constexpr std::uint64_t work_per_signal = 500'000;
 constexpr std::size_t max_rivals = 3;  // signals with one signature that a new one is compared with
 
 constexpr unsigned rounds = 192;
@@ -45,7 +47,14 @@ class RandomAssignment : public Assignment {
  public:
   explicit RandomAssignment(unsigned round) : round_(round) {}
   void read(Term_ const* t, std::uint64_t width, std::uint64_t* words) const override {
-    std::mt19937_64 random(t->id * rounds + round_);
+    // SplitMix64 (Steele, Lea and Flood, 2014): for a word or two per variable and round a generator must start fast.
+    std::uint64_t state = (t->id * rounds + round_) * 0xd1342543de82ef95u;
+    auto const random = [&state] {
+      std::uint64_t z = state += 0x9e3779b97f4a7c15u;
+      z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9u;
+      z = (z ^ (z >> 27)) * 0x94d049bb133111ebu;
+      return z ^ (z >> 31);
+    };
     for (std::uint64_t i = 0; i < (width + 63) / 64; ++i) {
       words[i] = random();
       if (round_ % 4 == 2) words[i] &= random() & random();
@@ -81,7 +90,10 @@ class Sweeper {
     bv::BvLit literal;
   };
 
-  bool exhausted() const { return limits_.stopped() || sink_.conflicts() > max_conflicts || work_ > max_work; }
+  bool exhausted() const {
+    return limits_.stopped() || sink_.conflicts() > max_conflicts ||
+           work_ > std::min(max_work, first_work + found_.size() * work_per_signal);
+  }
   std::uint64_t width(std::size_t i) const { return value_width(tm_, terms_[i]->symbol->get_output_type()); }
 
   // Fills in the signatures; false when there are too many.
