@@ -6,7 +6,7 @@
 
 #include "tests/generate/meaning.h"
 #include "vell/bv/inspector.h"
-#include "vell/engine/replayoperands.h"
+#include "vell/engine/replay/replayoperands.h"
 
 namespace vell::generate {
 

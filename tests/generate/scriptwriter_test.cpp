@@ -6,7 +6,7 @@
 
 #include <set>
 
-#include "vell/engine/replayoperands.h"
+#include "vell/engine/replay/replayoperands.h"
 
 namespace vell::generate {
 namespace {

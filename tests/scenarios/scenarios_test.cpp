@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "vell/engine/replay.h"
+#include "vell/engine/replay/replay.h"
 
 namespace {
 

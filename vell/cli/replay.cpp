@@ -1,6 +1,6 @@
 // vell-bv replay [FILE]
 
-#include "vell/engine/replay.h"
+#include "vell/engine/replay/replay.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -14,9 +14,9 @@
 #include <algorithm>
 #include <new>
 
-#include "vell/engine/linearequations.h"
+#include "vell/engine/presolve/linearequations.h"
+#include "vell/engine/presolve/unconstrained.h"
 #include "vell/engine/sweep.h"
-#include "vell/engine/unconstrained.h"
 #include "vell/terms/exception.h"
 
 namespace vell::engine {

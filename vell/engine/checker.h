@@ -12,14 +12,14 @@
 
 #include "vell/engine/clausifiers.h"
 #include "vell/engine/cone.h"
-#include "vell/engine/definition.h"
 #include "vell/engine/evaluator.h"
 #include "vell/engine/limits.h"
+#include "vell/engine/presolve/definition.h"
+#include "vell/engine/presolve/sharedproducts.h"
+#include "vell/engine/presolve/wordidentities.h"
 #include "vell/engine/satsolver.h"
 #include "vell/engine/scriptstate.h"
-#include "vell/engine/sharedproducts.h"
 #include "vell/engine/statistics.h"
-#include "vell/engine/wordidentities.h"
 
 namespace vell::engine {
 

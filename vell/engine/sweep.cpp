@@ -11,8 +11,8 @@
 #include "vell/engine/clausifiers.h"
 #include "vell/engine/cone.h"
 #include "vell/engine/evaluator.h"
-#include "vell/engine/unconstrained.h"
-#include "vell/engine/wordpolynomials.h"
+#include "vell/engine/presolve/unconstrained.h"
+#include "vell/engine/presolve/wordpolynomials.h"
 #include "vell/sinks/cadicalsink.h"
 
 namespace vell::engine {
