@@ -19,6 +19,26 @@ class EmbeddedSolverTest : public testing::TestWithParam<unsigned> {
   Limits limits;
   Statistics statistics;
   std::unique_ptr<SatSolver> solver = make_cadical(limits, statistics, 0, GetParam(), "");
+
+  // Every pigeon in one of n - 1 holes, no two in the same. Pigeon p in hole h is variable p * (n - 1) + h.
+  std::vector<BvLit> put_pigeons(std::ptrdiff_t n) {
+    std::ptrdiff_t const holes = n - 1;
+    std::vector<BvLit> in(static_cast<std::size_t>(n * holes));
+    for (BvLit& l : in) l = solver->sink().new_lit();
+    for (std::ptrdiff_t p = 0; p < n; ++p) {
+      solver->sink().lits.assign(in.begin() + p * holes, in.begin() + (p + 1) * holes);
+      solver->sink().add_clause();
+    }
+    for (std::ptrdiff_t h = 0; h < holes; ++h)
+      for (std::ptrdiff_t p = 0; p < n; ++p)
+        for (std::ptrdiff_t q = 0; q < p; ++q)
+          solver->add_clause({-in[static_cast<std::size_t>(p * holes + h)], -in[static_cast<std::size_t>(q * holes + h)]});
+    return in;
+  }
+  std::uint64_t solver_conflicts() {
+    solver->report(statistics);
+    return statistics.conflicts;
+  }
 };
 
 TEST_P(EmbeddedSolverTest, ValuesAreThoseOfTheAnswer) {
@@ -59,8 +79,8 @@ TEST_P(EmbeddedSolverTest, FailedAssumptionsAndWhatFollows) {
   EXPECT_TRUE(solver->failed(a));
   EXPECT_TRUE(solver->failed(b));
   EXPECT_FALSE(solver->failed(c));
-  // The same solver goes on, also after calls that were given little to spend.
-  ASSERT_EQ(Answer::sat, solver->solve_briefly({a}));
+  // The same solver goes on.
+  ASSERT_EQ(Answer::sat, solver->solve({a}, [] { return true; }));
   EXPECT_FALSE(solver->value(b));
   solver->add_clause({b, -c});
   ASSERT_EQ(Answer::sat, solver->solve({a}));
@@ -71,19 +91,37 @@ TEST_P(EmbeddedSolverTest, FailedAssumptionsAndWhatFollows) {
   EXPECT_TRUE(solver->value(b));
 }
 
-// Nine pigeons in eight holes keep every thread busy, and the other threads end when one has the answer.
+// Pigeons in fewer holes keep every thread busy, and the other threads end when one has the answer.
 TEST_P(EmbeddedSolverTest, AnswersUnsatOnce) {
-  std::vector<BvLit> in(72);
-  for (BvLit& l : in) l = solver->sink().new_lit();
-  for (int p = 0; p < 9; ++p) {
-    solver->sink().lits.assign(in.begin() + p * 8, in.begin() + p * 8 + 8);
-    solver->sink().add_clause();
-  }
-  for (int h = 0; h < 8; ++h)
-    for (int p = 0; p < 9; ++p)
-      for (int q = 0; q < p; ++q) solver->add_clause({-in[p * 8 + h], -in[q * 8 + h]});
+  put_pigeons(9);
   EXPECT_EQ(Answer::unsat, solver->solve({}));
   EXPECT_EQ(Answer::unsat, solver->solve({}));
+}
+
+TEST_P(EmbeddedSolverTest, ALongSearchAsksOnceAndGoesOn) {
+  put_pigeons(10);
+  int asked = 0;
+  EXPECT_EQ(Answer::unsat, solver->solve({}, [&asked] { return ++asked == 0; }));
+  EXPECT_EQ(1, asked);
+}
+
+TEST_P(EmbeddedSolverTest, ALongSearchEndsForClausesToAdd) {
+  std::vector<BvLit> const in = put_pigeons(11);
+  bool asked = false;
+  EXPECT_EQ(Answer::unknown, solver->solve({}, [&asked] { return asked = true; }));
+  EXPECT_TRUE(asked);
+  EXPECT_LT(solver_conflicts(), 40'000u);
+  // Two pigeons in the first hole, and it is over.
+  solver->add_clause({in[0]});
+  solver->add_clause({in[10]});
+  EXPECT_EQ(Answer::unsat, solver->solve({}));
+}
+
+TEST_P(EmbeddedSolverTest, AShortSearchAsksNothing) {
+  put_pigeons(4);
+  bool asked = false;
+  EXPECT_EQ(Answer::unsat, solver->solve({}, [&asked] { return asked = true; }));
+  EXPECT_FALSE(asked);
 }
 
 INSTANTIATE_TEST_SUITE_P(Threads, EmbeddedSolverTest, testing::Values(1u, 2u));

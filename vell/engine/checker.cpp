@@ -16,7 +16,6 @@
 
 #include "vell/engine/presolve/linearequations.h"
 #include "vell/engine/presolve/unconstrained.h"
-#include "vell/engine/sweep.h"
 #include "vell/terms/exception.h"
 
 namespace vell::engine {
@@ -167,11 +166,19 @@ Checker::Answer Checker::check(ScriptState const& state, std::vector<Term_ const
       if (l != bv::l_undef) all.push_back(l);
     SatSolver::Answer answer = SatSolver::Answer::unknown;
     if (embedded_ && !proof_) {
-      // Most answers come soon. Where they do not, it pays to look for equal signals and to search twice.
-      answer = solver_->solve_briefly(all);
-      if (answer == SatSolver::Answer::unknown && !limits_.stopped()) sweep_formulas();
+      // Most answers come soon. Where they do not, it pays to look for equal signals.
+      std::vector<EqualSignals> equal;
+      answer = solver_->solve(all, [&] {
+        equal = sweep_formulas();
+        return !equal.empty();
+      });
+      if (answer == SatSolver::Answer::unknown && !equal.empty() && !limits_.stopped()) {
+        for (EqualSignals const& s : equal) add_equality(s);
+        answer = solver_->solve(all);
+      }
+    } else {
+      answer = solver_->solve(all);
     }
-    if (answer == SatSolver::Answer::unknown) answer = solver_->solve(all);
     solver_->report(statistics_);
     if (answer == SatSolver::Answer::unsat) {
       solver_->commit_proof();
@@ -194,18 +201,20 @@ Checker::Answer Checker::check(ScriptState const& state, std::vector<Term_ const
 }
 
 // Equal signals, which follow from the terms alone but which the solver would be long in finding.
-void Checker::sweep_formulas() {
-  if (encoded_.size() < 2 * swept_ || encoded_.empty() || config_.div_semantics != 0) return;
+std::vector<EqualSignals> Checker::sweep_formulas() {
+  if (encoded_.size() < 2 * swept_ || encoded_.empty() || config_.div_semantics != 0) return {};
   swept_ = encoded_.size();
-  for (EqualSignals const& s : sweep(tm_, encoded_, limits_)) {
-    bv::BvLitList const* const a = clausifier_.lookup(s.a.term);
-    bv::BvLitList const* const b = clausifier_.lookup(s.b.term);
-    if (a == nullptr || b == nullptr) continue;
-    bv::BvLit const left = (*a)[s.a.bit];
-    bv::BvLit const right = s.opposite ? -(*b)[s.b.bit] : (*b)[s.b.bit];
-    solver_->add_clause({-left, right});
-    solver_->add_clause({left, -right});
-  }
+  return sweep(tm_, encoded_, limits_);
+}
+
+void Checker::add_equality(EqualSignals const& s) {
+  bv::BvLitList const* const a = clausifier_.lookup(s.a.term);
+  bv::BvLitList const* const b = clausifier_.lookup(s.b.term);
+  if (a == nullptr || b == nullptr) return;
+  bv::BvLit const left = (*a)[s.a.bit];
+  bv::BvLit const right = s.opposite ? -(*b)[s.b.bit] : (*b)[s.b.bit];
+  solver_->add_clause({-left, right});
+  solver_->add_clause({left, -right});
 }
 
 bool Checker::model_holds(ScriptState const& state, std::vector<Term_ const*> const& assumptions) {

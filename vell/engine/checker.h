@@ -20,6 +20,7 @@
 #include "vell/engine/satsolver.h"
 #include "vell/engine/scriptstate.h"
 #include "vell/engine/statistics.h"
+#include "vell/engine/sweep.h"
 
 namespace vell::engine {
 
@@ -70,7 +71,8 @@ class Checker : private Assignment {
   void encode(ScriptState const& state, std::vector<Term_ const*> const& assumptions, bool named_selectors);
   void encode_first(ScriptState const& state, std::size_t lasting, std::vector<Term_ const*> const& assumptions);
   void restore_if_needed(Term_ const* t);
-  void sweep_formulas();
+  std::vector<EqualSignals> sweep_formulas();
+  void add_equality(EqualSignals const& signals);
   void complete_model();
   bool model_holds(ScriptState const& state, std::vector<Term_ const*> const& assumptions);
   Answer give_up(std::string reason);

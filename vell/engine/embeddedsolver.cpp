@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "vell/engine/outputfile.h"
 #include "vell/engine/satsolver.h"
 #include "vell/engine/secondsearch.h"
@@ -77,28 +79,25 @@ class KeepingSink : public sinks::CadicalSink {
 class EmbeddedSolver : public SatSolver {
  public:
   EmbeddedSolver(Limits const& limits, Statistics& statistics, int seed, unsigned threads, std::string const& proof)
-      : limits_(limits), seed_(seed) {
+      : limits_(limits), statistics_(statistics), seed_(seed) {
     if (!proof.empty()) proof_ = std::make_unique<ProofFile>(proof);
     sink_ = std::make_unique<KeepingSink>(seed, threads > 1 && proof.empty());
     if (proof_ != nullptr) sink_->trace_proof(proof_->stream());
-    sink_->set_terminate([this, &limits, &statistics] {
-      statistics.conflicts = sink_->conflicts();
-      return limits.stopped() || (second_ != nullptr && second_->done());
-    });
+    sink_->set_terminate([this] { return ended(); });
   }
 
   bv::ClauseSink& sink() override { return *sink_; }
 
-  Answer solve_briefly(std::vector<bv::BvLit> const& assumptions) override {
+  Answer solve(std::vector<bv::BvLit> const& assumptions, WhenLong const& when_long) override {
     second_.reset();
-    sink_->limit_conflicts(brief_conflicts_);
-    return to_answer(sink_->solve(assumptions));
-  }
-  Answer solve(std::vector<bv::BvLit> const& assumptions) override {
-    second_.reset();
-    if (!sink_->keeps()) return to_answer(sink_->solve(assumptions));
-    second_ = std::make_unique<SecondSearch>(sink_->kept(), assumptions, seed_, limits_);
+    assumptions_ = assumptions;
+    when_long_ = when_long ? &when_long : nullptr;
+    paused_ = false;
+    conflicts_before_ = sink_->conflicts();
+    if (when_long_ == nullptr) join();
     Answer const answer = to_answer(sink_->solve(assumptions));
+    when_long_ = nullptr;
+    if (second_ == nullptr) return answer;
     if (answer == Answer::unknown && second_->done()) return second_->answer();
     second_.reset();
     return answer;
@@ -118,7 +117,23 @@ class EmbeddedSolver : public SatSolver {
   }
 
  private:
-  static constexpr int brief_conflicts_ = 30'000;
+  static constexpr std::uint64_t long_conflicts_ = 30'000;
+
+  // Asked by the search, again and again. Stopping and starting a search costs it what it was after, up to half of the
+  // time: it is told to end only where there is something to add.
+  bool ended() {
+    statistics_.conflicts = sink_->conflicts();
+    if (limits_.stopped()) return true;
+    if (when_long_ != nullptr && sink_->conflicts() - conflicts_before_ >= long_conflicts_) {
+      paused_ = (*std::exchange(when_long_, nullptr))();
+      if (!paused_) join();
+    }
+    return paused_ || (second_ != nullptr && second_->done());
+  }
+  // Starts the second search.
+  void join() {
+    if (sink_->keeps()) second_ = std::make_unique<SecondSearch>(sink_->kept(), assumptions_, seed_, limits_);
+  }
 
   static Answer to_answer(sinks::CadicalSink::Answer answer) {
     switch (answer) {
@@ -132,7 +147,12 @@ class EmbeddedSolver : public SatSolver {
   sinks::CadicalSink& answering() { return second_ != nullptr ? second_->result() : *sink_; }
 
   Limits const& limits_;
+  Statistics& statistics_;
   int const seed_;
+  std::vector<bv::BvLit> assumptions_;    // of this call of solve()
+  WhenLong const* when_long_ = nullptr;   // while it is to be called
+  bool paused_ = false;                   // it was, and has something to add
+  std::uint64_t conflicts_before_ = 0;    // in earlier calls
   std::unique_ptr<ProofFile> proof_;  // outlives the solver that writes to it
   std::unique_ptr<KeepingSink> sink_;
   std::unique_ptr<SecondSearch> second_;  // while it runs, and for as long as its answer stands

@@ -80,7 +80,7 @@ class ExternalSolver : public SatSolver {
 
   bv::ClauseSink& sink() override { return sink_; }
 
-  Answer solve(std::vector<bv::BvLit> const& assumptions) override {
+  Answer solve(std::vector<bv::BvLit> const& assumptions, WhenLong const&) override {
     solution_ = Solution();
     if (std::find(assumptions.begin(), assumptions.end(), bv::l_false) != assumptions.end()) return Answer::unsat;
     Workplace const place;

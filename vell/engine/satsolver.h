@@ -3,6 +3,7 @@
 // The SAT solver behind the script engine: the embedded one, or any program that reads DIMACS.
 
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <string>
@@ -22,11 +23,12 @@ class SatSolver {
   // Takes clauses over literals as the clausifier emits them; valid for the solver's life.
   virtual bv::ClauseSink& sink() = 0;
   // Decides the clauses under the assumptions, which may be constants. Unknown when the limits stopped it, or the
-  // solver gave up.
-  virtual Answer solve(std::vector<bv::BvLit> const& assumptions) = 0;
-  // The same within a second or two, by a measure of steps: unknown where that is not enough. What was learned serves
-  // the next call. A solver without such a measure leaves all to solve().
-  virtual Answer solve_briefly(std::vector<bv::BvLit> const&) { return Answer::unknown; }
+  // solver gave up. when_long, where it is not empty, is called once in a search that has gone on for a second or two, by
+  // a measure of steps: true ends the search with unknown, for clauses to be added. It must not use this solver. A solver
+  // without such a measure never calls it.
+  using WhenLong = std::function<bool()>;
+  virtual Answer solve(std::vector<bv::BvLit> const& assumptions, WhenLong const& when_long) = 0;
+  Answer solve(std::vector<bv::BvLit> const& assumptions) { return solve(assumptions, WhenLong()); }
   // After sat. False for a variable in no clause.
   virtual bool value(bv::BvLit literal) = 0;
   // After unsat: whether the assumption may have been needed.
@@ -43,7 +45,8 @@ class SatSolver {
   }
 };
 
-// CaDiCaL. threads: 2 or more to let a second search join in a long one; no second one where a proof is written.
+// CaDiCaL. threads: 2 or more to let a second search join in a long one, or at once where nobody asked to be told of a
+// long one; no second one where a proof is written.
 // proof: file for a DRAT proof, empty for none; it appears in commit_proof(). Throws OutputError when it cannot be made.
 std::unique_ptr<SatSolver> make_cadical(Limits const& limits, Statistics& statistics, int seed, unsigned threads,
                                         std::string const& proof);
