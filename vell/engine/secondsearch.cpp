@@ -18,7 +18,7 @@ using Search = sinks::CadicalSink::Search;
 
 // One round. The solver that is helped searches from_ones.
 constexpr Search ways[] = {Search::models_from_ones, Search::from_zeros, Search::models_from_zeros};
-constexpr int first_conflicts = 150'000;  // of an attempt of the first round
+constexpr int first_conflicts = 50'000;  // of an attempt of the first round
 
 }  // namespace
 
