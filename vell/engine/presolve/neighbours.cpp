@@ -35,13 +35,12 @@ Term_ const* neighbour(TermManager const& tm, Term_ const* t, Step wanted) {
   return nullptr;
 }
 
-// One of the four forms: the comparison is that of `smaller` with `larger`, and one of them is stepped over.
+// A comparison that says something of (< x y), unless the word that is stepped over is at its bound and wraps.
 struct Form {
-  Term_ const* x = nullptr;  // in (< x y)
+  Term_ const* x = nullptr;
   Term_ const* y = nullptr;
-  Term_ const* wraps = nullptr;  // the word that must not be at its bound,
-  Step step = Step::none;        // the largest number when one is added to it, the smallest when one is taken away
-  bool strict = false;           // of the comparison as it stands
+  Step step = Step::none;  // up: one is added to x; down: one is taken from y; none: t is no such comparison
+  bool strict = false;     // of the comparison as it stands
   bool is_signed = false;
 };
 
@@ -52,18 +51,16 @@ Form form_of(TermManager const& tm, Term_ const* t) {
     return form;
   form.strict = tag == SymbolTag::bv_ult || tag == SymbolTag::bv_slt;
   form.is_signed = tag == SymbolTag::bv_slt || tag == SymbolTag::bv_sle;
-  Term_ const* const left = t->children[0];
-  Term_ const* const right = t->children[1];
-  // Strict: left < x + 1, or y - 1 < right. Not strict: x + 1 <= right, or left <= y - 1.
-  if (Term_ const* x = neighbour(tm, form.strict ? right : left, Step::up)) {
+  // Strict: y < x + 1, or y - 1 < x. Not strict: x + 1 <= y, or x <= y - 1.
+  Term_ const* const with_x = t->children[form.strict ? 1 : 0];
+  Term_ const* const with_y = t->children[form.strict ? 0 : 1];
+  if (Term_ const* x = neighbour(tm, with_x, Step::up)) {
     form.x = x;
-    form.y = form.strict ? left : right;
-    form.wraps = x;
+    form.y = with_y;
     form.step = Step::up;
-  } else if (Term_ const* y = neighbour(tm, form.strict ? left : right, Step::down)) {
-    form.x = form.strict ? right : left;
+  } else if (Term_ const* y = neighbour(tm, with_y, Step::down)) {
+    form.x = with_x;
     form.y = y;
-    form.wraps = y;
     form.step = Step::down;
   }
   return form;
@@ -71,16 +68,17 @@ Form form_of(TermManager const& tm, Term_ const* t) {
 
 }  // namespace
 
-bool compares_neighbour(TermManager const& tm, Term_ const* t) { return form_of(tm, t).wraps != nullptr; }
+bool compares_neighbour(TermManager const& tm, Term_ const* t) { return form_of(tm, t).step != Step::none; }
 
 Term_ const* without_neighbour(TermManager& tm, Term_ const* t) {
   Form const form = form_of(tm, t);
-  if (form.wraps == nullptr) return nullptr;
+  if (form.step == Step::none) return nullptr;
   std::uint64_t const width = word_width(tm, form.x);
+  Term_ const* const stepped = form.step == Step::up ? form.x : form.y;
   mpz_class bound = 0;
   if (form.is_signed) mpz_setbit(bound.get_mpz_t(), width - 1);  // the smallest number: its sign alone
   if (form.step == Step::up) bound -= 1;  // the largest one is the one before it
-  Term_ const* at_bound = tm.mk_app(SymbolTag::equal, {form.wraps, make_numeral(tm, bound, width)});
+  Term_ const* at_bound = tm.mk_app(SymbolTag::equal, {stepped, make_numeral(tm, bound, width)});
   Term_ const* less = tm.mk_app(form.is_signed ? SymbolTag::bv_slt : SymbolTag::bv_ult, {form.x, form.y});
   if (!form.strict) return tm.mk_app(SymbolTag::bool_or, {at_bound, less});
   return tm.mk_app(SymbolTag::bool_and,

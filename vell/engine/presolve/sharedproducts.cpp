@@ -4,6 +4,7 @@
 #include <functional>
 
 #include "vell/engine/presolve/numeral.h"
+#include "vell/engine/presolve/operands.h"
 
 namespace vell::engine {
 
@@ -130,7 +131,7 @@ void SharedProducts::find_wider() {
 
 Term_ const* SharedProducts::rebuild(Term_ const* formula) {
   std::vector<Term_ const*> stack{formula};
-  std::vector<Term_ const*> children;
+  std::vector<Term_ const*> operands;
   while (!stack.empty()) {
     Term_ const* t = stack.back();
     if (!is_fresh(t)) {
@@ -156,13 +157,8 @@ Term_ const* SharedProducts::rebuild(Term_ const* formula) {
       replaced_[t] = word_width(tm_, whole) == width ? whole : tm_.mk_app(SymbolTag::bv_extract, {whole}, width - 1, 0);
       continue;
     }
-    children.clear();
-    bool changed = false;
-    for (std::uint64_t i = 0; i < t->symbol->arity; ++i) {
-      children.push_back(now(t->children[i]));
-      changed |= children.back() != t->children[i];
-    }
-    if (changed) replaced_[t] = tm_.mk_term(t->symbol, children);
+    if (map_operands(t, operands, [this](Term_ const* o) { return now(o); }))
+      replaced_[t] = tm_.mk_term(t->symbol, operands);
   }
   return now(formula);
 }

@@ -3,11 +3,13 @@
 
 #include "vell/engine/presolve/unconstrained.h"
 
+#include <algorithm>
 #include <string>
 #include <unordered_map>
 
 #include "vell/engine/cone.h"
 #include "vell/engine/presolve/numeral.h"
+#include "vell/engine/presolve/operands.h"
 
 namespace vell::engine {
 
@@ -62,15 +64,8 @@ class Eliminator {
 
   // Finds out what stands for t from now on; its operands are known.
   void visit(Term_ const* t) {
-    std::uint64_t const n = t->symbol->arity;
-    children_.clear();
-    bool changed = false;
-    bool any_free = false;
-    for (std::uint64_t i = 0; i < n; ++i) {
-      children_.push_back(now_.at(t->children[i]));
-      changed |= children_.back() != t->children[i];
-      any_free |= is_free(children_.back());
-    }
+    bool const changed = map_operands(t, children_, [this](Term_ const* o) { return now_.at(o); });
+    bool const any_free = std::any_of(children_.begin(), children_.end(), [this](Term_ const* o) { return is_free(o); });
     Type const* const type = t->symbol->get_output_type();
     if (any_free && (type == tm_.bool_type || tm_.is_bv_type(type))) {
       candidate_ = nullptr;

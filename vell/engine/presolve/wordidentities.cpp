@@ -20,6 +20,7 @@
 
 #include "vell/engine/presolve/neighbours.h"
 #include "vell/engine/presolve/numeral.h"
+#include "vell/engine/presolve/operands.h"
 #include "vell/engine/presolve/wordpolynomials.h"
 
 namespace vell::engine {
@@ -153,7 +154,7 @@ bool WordIdentities::State::scan(Term_ const* root) {
 
 Term_ const* WordIdentities::State::rebuild(Term_ const* root) {
   std::vector<Term_ const*> stack{root};
-  std::vector<Term_ const*> children;
+  std::vector<Term_ const*> operands;
   while (!stack.empty()) {
     Term_ const* t = stack.back();
     if (replaced.count(t) != 0) {
@@ -165,15 +166,9 @@ Term_ const* WordIdentities::State::rebuild(Term_ const* root) {
       if (is_open(t->children[i]) && replaced.count(t->children[i]) == 0) stack.push_back(t->children[i]);
     if (stack.size() != waiting) continue;
     stack.pop_back();
-    children.clear();
-    bool changed = false;
-    for (std::uint64_t i = 0; i < t->symbol->arity; ++i) {
-      Term_ const* c = t->children[i];
-      Term_ const* now = is_open(c) ? replaced.at(c) : c;
-      changed |= now != c;
-      children.push_back(now);
-    }
-    Term_ const* now = changed ? tm.mk_term(t->symbol, children) : t;
+    bool const changed =
+        map_operands(t, operands, [this](Term_ const* o) { return is_open(o) ? replaced.at(o) : o; });
+    Term_ const* now = changed ? tm.mk_term(t->symbol, operands) : t;
     Term_ const* answer = decide_atom(now);
     if (answer != now) ++decided;
     replaced[t] = answer;
