@@ -26,7 +26,7 @@ import tempfile
 
 SOURCE = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 sys.path.insert(0, os.path.join(SOURCE, "tests", "regress"))
-from run_manifest import benchmarks, rows  # noqa: E402
+from run_manifest import benchmarks  # noqa: E402
 
 
 def first_line(command):
@@ -93,16 +93,14 @@ def main():
     parser.add_argument("--out", help="the table goes to this file as well")
     args = parser.parse_args()
 
-    root = benchmarks()
-    manifest = os.path.join(root, "manifest.tsv")
-    if not os.path.exists(manifest):
-        print(f"no benchmarks at {root}: nothing was run (set VELL_BENCHMARKS)")
+    root, scripts = benchmarks()
+    if not scripts:
         return 0
     vell = os.path.abspath(args.vell)
     # The command, and whether it reads compressed scripts.
     solvers = {"vell-bv": ([vell], True), "z3": (["z3"], False), "cvc5": (["cvc5", "--incremental"], False)}
     solvers = {name: s for name, s in solvers.items() if shutil.which(s[0][0])}
-    work = [r for r in rows(manifest) if r["file"].startswith(args.folder + "/") and args.match in r["file"]][:args.first]
+    work = [r for r in scripts if r["file"].startswith(args.folder + "/") and args.match in r["file"]][:args.first]
 
     out = open(args.out, "w", encoding="utf-8") if args.out else None
 

@@ -29,7 +29,7 @@ import sys
 import tempfile
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "regress"))
-from run_manifest import ERROR, benchmarks, rows  # noqa: E402
+from run_manifest import ERROR, benchmarks  # noqa: E402
 
 # The command, and whether the solution goes to a file of its own rather than to standard output.
 SOLVERS = {
@@ -208,10 +208,8 @@ def main():
     parser.add_argument("--again", metavar="LOG", help="only the queries that this log lists")
     args = parser.parse_args()
 
-    root = benchmarks()
-    manifest = os.path.join(root, "manifest.tsv")
-    if not os.path.exists(manifest):
-        print(f"no benchmarks at {root}: nothing was run (set VELL_BENCHMARKS)")
+    root, scripts = benchmarks()
+    if not scripts:
         return 0
     solvers = [s for s in SOLVERS if shutil.which(s)]
     if not solvers:
@@ -220,7 +218,7 @@ def main():
     wanted = listed(args.again) if args.again else None
     vell = os.path.abspath(args.vell)
     work = [Query(vell, root, row, i + 1, expected, args.limit, solvers)
-            for row in rows(manifest) if row["file"].startswith(args.folder + "/")
+            for row in scripts if row["file"].startswith(args.folder + "/")
             for i, expected in enumerate(row["expected"].split())
             if wanted is None or (row["file"], i + 1) in wanted]
     tool = {"written": 0, "refused": 0, "time limit": 0, "no CNF": 0}

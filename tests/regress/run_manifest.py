@@ -25,14 +25,19 @@ ACCEPTED = {"cvc5/safe-options-fatal.smt2", "jsmtlib/err_getAssertions2.smt2"}
 ERROR = re.compile(r'^\(error "(.*):(\d+):(\d+): (.*)"\)$', re.S)
 
 
-def benchmarks():
-    return os.environ.get("VELL_BENCHMARKS") or os.path.join(SOURCE, "..", "shared", "benchmarks")
+def benchmarks(manifest="manifest.tsv", without="nothing was run"):
+    """The benchmarks' folder and the rows of the manifest in it; no rows, and a line that says so, where it is absent.
 
-
-def rows(path):
+    without: what became of the run without them.
+    """
+    root = os.environ.get("VELL_BENCHMARKS") or os.path.join(SOURCE, "..", "shared", "benchmarks")
+    path = os.path.join(root, manifest)
+    if not os.path.exists(path):
+        print(f"no benchmarks at {root}: {without} (set VELL_BENCHMARKS)")
+        return root, []
     with open(path, encoding="utf-8") as f:
         names = f.readline().rstrip("\n").split("\t")
-        return [dict(zip(names, line.rstrip("\n").split("\t"))) for line in f]
+        return root, [dict(zip(names, line.rstrip("\n").split("\t"))) for line in f]
 
 
 def execute(binary, path, limit, folder):
@@ -95,16 +100,13 @@ def main():
     parser.add_argument("--refused", type=int, help="fail when more scripts than this are refused")
     args = parser.parse_args()
 
-    root = benchmarks()
-    manifest = os.path.join(root, "malformed" if args.what == "malformed" else "", "manifest.tsv")
-    if not os.path.exists(manifest):
-        print(f"no benchmarks at {root}: nothing was run (set VELL_BENCHMARKS)")
+    root, work = benchmarks("malformed/manifest.tsv" if args.what == "malformed" else "manifest.tsv")
+    if not work:
         return 0
-    work = rows(manifest)
     if args.what == "answers":
         work = [r for r in work if r["file"].startswith(args.folder + "/")]
     if not work:
-        print(f"{manifest}: no script in {args.folder}")
+        print(f"{root}: no script in {args.folder}")
         return 1
     judge = judge_malformed if args.what == "malformed" else judge_answers
     binary = os.path.abspath(args.binary)

@@ -79,13 +79,9 @@ def update(binary):
 def benchmark_scripts():
     """Every fifth small script of the regression folder."""
     sys.path.insert(0, os.path.join(SOURCE, "tests", "regress"))
-    from run_manifest import benchmarks, rows
-    root = benchmarks()
-    manifest = os.path.join(root, "manifest.tsv")
-    if not os.path.exists(manifest):
-        print(f"no benchmarks at {root}: compared without them (set VELL_BENCHMARKS)")
-        return []
-    small = [r["file"] for r in rows(manifest) if r["file"].startswith("regress/") and int(r["bytes"]) < 20000]
+    from run_manifest import benchmarks
+    root, scripts = benchmarks(without="compared without them")
+    small = [r["file"] for r in scripts if r["file"].startswith("regress/") and int(r["bytes"]) < 20000]
     return [os.path.join(root, f) for f in small[::5]]
 
 
