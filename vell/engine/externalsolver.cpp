@@ -15,6 +15,8 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <string>
+#include <vector>
 
 #include "vell/engine/leftovers.h"
 #include "vell/engine/outputfile.h"
@@ -54,9 +56,14 @@ std::string shell_quoted(std::string const& text) {
   return out + "'";
 }
 
+// Text in pieces, none of which has to move when there is more.
 struct Text : sinks::ByteOutput {
-  void write(char const* data, std::size_t size) override { bytes.append(data, size); }
-  std::string bytes;
+  void write(char const* data, std::size_t size) override {
+    if (pieces.empty() || pieces.back().size() + size > most) pieces.emplace_back();
+    pieces.back().append(data, size);
+  }
+  static constexpr std::size_t most = std::size_t{1} << 18;  // bytes of a piece, unless it came as one
+  std::vector<std::string> pieces;
 };
 
 class ClauseText : public sinks::DimacsSink {
@@ -123,7 +130,10 @@ class ExternalSolver : public SatSolver {
     OutputFile file(path);
     sinks::DimacsSink out(file, form);
     out.header(sink_.fresh, sink_.written_clauses() + static_cast<std::uint64_t>(units));
-    out.text(clauses_.bytes);
+    for (std::string const& piece : clauses_.pieces) {
+      limits_.check();
+      out.text(piece);
+    }
     for (bv::BvLit l : assumptions) {
       out.lits.assign(1, l);
       out.add_clause();

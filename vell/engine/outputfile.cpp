@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -54,7 +55,7 @@ class OutputFile::Descriptor : public sinks::ByteOutput {
 
   void write(char const* data, std::size_t size) override {
     while (size != 0) {
-      ssize_t const n = ::write(fd_, data, size);
+      ssize_t const n = ::write(fd_, data, std::min(size, most_at_once));
       if (n < 0) {
         if (errno == EINTR) continue;
         fail();
@@ -77,6 +78,9 @@ class OutputFile::Descriptor : public sinks::ByteOutput {
   [[noreturn]] void fail() const {
     throw OutputError((path_ == "-" ? "<stdout>" : path_) + ": " + std::strerror(errno));
   }
+
+  // A file being written to is locked: nobody can remove it before the call returns, not even after Ctrl-C.
+  static constexpr std::size_t most_at_once = std::size_t{1} << 20;
 
   std::string path_;
   std::string target_;
