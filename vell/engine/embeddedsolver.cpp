@@ -70,7 +70,7 @@ class KeepingSink : public sinks::CadicalSink {
   std::vector<bv::BvLit> const& kept() const { return kept_; }
 
  private:
-  static constexpr std::size_t most_ = 50'000'000;  // a larger formula leaves no room for a second search
+  static constexpr std::size_t most_ = 16'000'000;  // what is larger takes a gigabyte to search, and another to search twice
 
   bool keep_;
   std::vector<bv::BvLit> kept_;
