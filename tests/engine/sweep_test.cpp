@@ -18,7 +18,7 @@ class SweepTest : public testing::Test {
   Term_ const* bit_not(Term_ const* a) { return app(SymbolTag::bv_not, {a}); }
   Term_ const* bit_and(Term_ const* a, Term_ const* b) { return app(SymbolTag::bv_and, {a, b}); }
 
-  std::vector<EqualSignals> run(std::vector<Term_ const*> const& formulas) { return sweep(tm, formulas, limits); }
+  std::vector<EqualSignals> run(std::vector<Term_ const*> const& formulas) { return sweep(tm, formulas, limits).equal; }
 
   bool found(std::vector<EqualSignals> const& pairs, Term_ const* a, Term_ const* b, bool opposite) {
     for (EqualSignals const& p : pairs)

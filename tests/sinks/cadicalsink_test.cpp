@@ -52,12 +52,15 @@ TEST(CadicalSink, AConflictLimitEndsOneCall) {
   EXPECT_EQ(Answer::unknown, sink.solve());
   sink.limit_conflicts(10);
   EXPECT_EQ(Answer::unsat, sink.solve({bv::l_false}));
+  sink.limit_decisions(3);
+  EXPECT_EQ(Answer::unknown, sink.solve());
   EXPECT_EQ(Answer::unsat, sink.solve());
 }
 
 TEST(CadicalSink, EveryWayOfSearchingAnswersTheSame) {
   using Search = CadicalSink::Search;
-  for (Search how : {Search::from_zeros, Search::from_ones, Search::models_from_zeros, Search::models_from_ones}) {
+  for (Search how : {Search::from_zeros, Search::from_ones, Search::models_from_zeros, Search::models_from_ones,
+                     Search::plain}) {
     // A circle of implications, cut by one clause; then closed.
     CadicalSink sink(3);
     sink.search(how);

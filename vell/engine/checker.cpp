@@ -20,6 +20,14 @@
 
 namespace vell::engine {
 
+namespace {
+
+// Between the two halves of a comparison of circuits one signal in three is equal to another. Where it is not one in so
+// many, stopping a search costs more than they spare; equal products are worth it, however few.
+constexpr std::uint64_t least_share = 10;
+
+}  // namespace
+
 Checker::Checker(TermManager& tm, CheckerOptions const& options, Limits const& limits, Statistics& statistics)
     : tm_(tm),
       limits_(limits),
@@ -200,11 +208,17 @@ Checker::Answer Checker::check(ScriptState const& state, std::vector<Term_ const
   }
 }
 
-// Equal signals, which follow from the terms alone but which the solver would be long in finding.
+// Equal signals, which follow from the terms alone but which the solver would be long in finding; none where the search
+// that is under way had better not be stopped for them.
 std::vector<EqualSignals> Checker::sweep_formulas() {
   if (encoded_.size() < 2 * swept_ || encoded_.empty() || config_.div_semantics != 0) return {};
   swept_ = encoded_.size();
-  return sweep(tm_, encoded_, limits_);
+  Sweep found = sweep(tm_, encoded_, limits_);
+  bool const products = std::any_of(found.equal.begin(), found.equal.end(), [&](EqualSignals const& s) {
+    return tm_.get_tag(s.a.term->symbol) == SymbolTag::bv_mul && tm_.get_tag(s.b.term->symbol) == SymbolTag::bv_mul;
+  });
+  if (!products && found.equal.size() * least_share < found.signals) return {};
+  return std::move(found.equal);
 }
 
 void Checker::add_equality(EqualSignals const& s) {

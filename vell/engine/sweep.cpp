@@ -21,13 +21,15 @@ namespace {
 
 constexpr std::size_t max_signals = 400'000;
 constexpr std::uint64_t max_circuits = 1'000'000;  // as circuit_cost() counts them: clauses in tens
+constexpr std::uint64_t max_clauses = 1'000'000;
 constexpr int conflicts_per_proof = 300;
+constexpr int decisions_per_proof = 5'000;  // a proof needs few, a model of a large formula many
 constexpr std::uint64_t max_conflicts = 100'000;
 // Of literals in the solver, added over its calls: each call may have to give all of them a value. Where nothing is found
-// the calls end after a second or so; each signal that is found pays for more of them.
+// the calls end after half a second or so; each signal that is found pays for more of them.
 constexpr std::uint64_t max_work = 300'000'000;
-constexpr std::uint64_t first_work = 15'000'000;
-constexpr std::uint64_t work_per_signal = 500'000;
+constexpr std::uint64_t first_work = 8'000'000;
+constexpr std::uint64_t work_per_signal = 50'000;
 constexpr std::size_t max_rivals = 3;  // signals with one signature that a new one is compared with
 
 constexpr unsigned rounds = 192;
@@ -75,13 +77,14 @@ class Sweeper {
     cone.add(formulas);
     for (Term_ const* t : cone.sorted())
       if (!tm.is_number(t->symbol) && value_width(tm, t->symbol->get_output_type()) != 0) terms_.push_back(t);
+    sink_.search(sinks::CadicalSink::Search::plain);
     sink_.set_terminate([this] { return limits_.stopped(); });
   }
 
-  std::vector<EqualSignals> run() {
+  Sweep run() {
     if (!simulate()) return {};
     for (std::size_t i = 0; i < terms_.size() && !exhausted(); ++i) visit(i);
-    return std::move(found_);
+    return {std::move(found_), known_.size()};
   }
 
  private:
@@ -91,7 +94,7 @@ class Sweeper {
   };
 
   bool exhausted() const {
-    return limits_.stopped() || sink_.conflicts() > max_conflicts ||
+    return limits_.stopped() || sink_.conflicts() > max_conflicts || sink_.clauses() > max_clauses ||
            work_ > std::min(max_work, first_work + found_.size() * work_per_signal);
   }
   std::uint64_t width(std::size_t i) const { return value_width(tm_, terms_[i]->symbol->get_output_type()); }
@@ -155,6 +158,7 @@ class Sweeper {
   bool satisfiable(bv::BvLit a, bv::BvLit b) {
     work_ += sink_.fresh_literals();
     sink_.limit_conflicts(conflicts_per_proof);
+    sink_.limit_decisions(decisions_per_proof);
     return sink_.solve({a, b}) != sinks::CadicalSink::Answer::unsat;
   }
 
@@ -210,7 +214,7 @@ class Sweeper {
 
 }  // namespace
 
-std::vector<EqualSignals> sweep(TermManager& tm, std::span<Term_ const* const> formulas, Limits const& limits) {
+Sweep sweep(TermManager& tm, std::span<Term_ const* const> formulas, Limits const& limits) {
   if (circuit_cost(tm, formulas) > max_circuits) return {};
   return Sweeper(tm, formulas, limits).run();
 }

@@ -29,9 +29,14 @@ struct EqualSignals {
   bool opposite;  // a is the negation of b
 };
 
+struct Sweep {
+  std::vector<EqualSignals> equal;
+  std::uint64_t signals = 0;  // how many were looked at, among them one of each pair
+};
+
 // Finds such pairs below the formulas, among the signals that agree on random values. Each is proved: by a SAT solver
 // that gives up early, or as a product that is the same polynomial. Divisions by zero have SMT-LIB's values. Formulas
 // with too many signals are left alone. Ends early, with what was found, when the limits say so.
-std::vector<EqualSignals> sweep(TermManager& tm, std::span<Term_ const* const> formulas, Limits const& limits);
+Sweep sweep(TermManager& tm, std::span<Term_ const* const> formulas, Limits const& limits);
 
 }  // namespace vell::engine

@@ -70,6 +70,10 @@ void CadicalSink::trace_proof(std::FILE* file) {
 void CadicalSink::close_proof() { solver_->close_proof_trace(); }
 
 void CadicalSink::search(Search how) {
+  if (how == Search::plain) {
+    solver_->configure("plain");
+    return;
+  }
   solver_->set("phase", how == Search::from_zeros || how == Search::models_from_zeros ? 0 : 1);
   if (how == Search::from_zeros || how == Search::from_ones) return;
   solver_->set("stabilizeonly", 1);
@@ -80,9 +84,11 @@ void CadicalSink::set_terminate(std::function<bool()> terminate) { observer_->st
 
 CadicalSink::Answer CadicalSink::solve(std::vector<bv::BvLit> const& assumptions) {
   false_assumed_ = std::find(assumptions.begin(), assumptions.end(), bv::l_false) != assumptions.end();
-  int const limit = std::exchange(conflict_limit_, -1);
+  int const conflicts = std::exchange(conflict_limit_, -1);
+  int const decisions = std::exchange(decision_limit_, -1);
   if (false_assumed_) return Answer::unsat;
-  solver_->limit("conflicts", limit);
+  solver_->limit("conflicts", conflicts);
+  solver_->limit("decisions", decisions);
   for (bv::BvLit a : assumptions) {
     if (a == bv::l_true) continue;
     known_ = std::max(known_, std::abs(a));

@@ -43,12 +43,15 @@ class CadicalSink : public bv::ClauseSink {
   // Ends the proof; the file may be closed then.
   void close_proof();
 
-  // Where decisions start from, all variables false or true; the other two are more persistent about models and less
-  // about proofs. from_ones is what a solver begins as. To be called before the first clause.
-  enum class Search : std::uint8_t { from_zeros, from_ones, models_from_zeros, models_from_ones };
+  // Where decisions start from, all variables false or true; the next two are more persistent about models and less
+  // about proofs. from_ones is what a solver begins as. plain: from_ones without a look at the clauses in between, for
+  // many short questions about one formula. To be called before the first clause.
+  enum class Search : std::uint8_t { from_zeros, from_ones, models_from_zeros, models_from_ones, plain };
   void search(Search how);
   // Ends the next solve(), and no other, with `unknown` after this many conflicts.
   void limit_conflicts(int conflicts) { conflict_limit_ = conflicts; }
+  // The same for decisions; without conflicts a model takes at most one for each variable.
+  void limit_decisions(int decisions) { decision_limit_ = decisions; }
 
   // Called again and again during solve(); true ends it with `unknown`. Empty for none.
   void set_terminate(std::function<bool()> terminate);
@@ -76,7 +79,8 @@ class CadicalSink : public bv::ClauseSink {
   bv::BvLit known_ = 1;  // the largest literal given to the solver
   std::uint64_t clauses_ = 0;
   std::uint64_t literals_ = 0;
-  int conflict_limit_ = -1;  // of the next solve(); below 0 for none
+  int conflict_limit_ = -1;
+  int decision_limit_ = -1;  // of the next solve(); below 0 for none
   bool false_assumed_ = false;
 };
 
