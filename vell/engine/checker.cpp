@@ -22,9 +22,10 @@ namespace vell::engine {
 
 namespace {
 
-// Between the two halves of a comparison of circuits one signal in three is equal to another. Where it is not one in so
-// many, stopping a search costs more than they spare; equal products are worth it, however few.
-constexpr std::uint64_t least_share = 10;
+// Between the two halves of a comparison of circuits nearly half of the signals have their equal, and what looks equal
+// is. Where it is not one in so many, less those that only looked it, stopping a search costs more than they spare.
+// Equal products are worth it, however few.
+constexpr std::size_t least_share = 4;
 
 }  // namespace
 
@@ -217,7 +218,8 @@ std::vector<EqualSignals> Checker::sweep_formulas() {
   bool const products = std::any_of(found.equal.begin(), found.equal.end(), [&](EqualSignals const& s) {
     return tm_.get_tag(s.a.term->symbol) == SymbolTag::bv_mul && tm_.get_tag(s.b.term->symbol) == SymbolTag::bv_mul;
   });
-  if (!products && found.equal.size() * least_share < found.signals) return {};
+  std::size_t const gain = found.equal.size() - std::min(found.equal.size(), found.in_vain);
+  if (!products && gain * least_share < found.signals) return {};
   return std::move(found.equal);
 }
 

@@ -26,7 +26,7 @@ constexpr int conflicts_per_proof = 300;
 constexpr int decisions_per_proof = 5'000;  // a proof needs few, a model of a large formula many
 constexpr std::uint64_t max_conflicts = 100'000;
 // Of literals in the solver, added over its calls: each call may have to give all of them a value. Where nothing is found
-// the calls end after half a second or so; each signal that is found pays for more of them.
+// the calls end after half a second or so; each signal that is found, less those tried in vain, pays for more of them.
 constexpr std::uint64_t max_work = 300'000'000;
 constexpr std::uint64_t first_work = 8'000'000;
 constexpr std::uint64_t work_per_signal = 50'000;
@@ -84,7 +84,7 @@ class Sweeper {
   Sweep run() {
     if (!simulate()) return {};
     for (std::size_t i = 0; i < terms_.size() && !exhausted(); ++i) visit(i);
-    return {std::move(found_), known_.size()};
+    return {std::move(found_), known_.size(), in_vain_};
   }
 
  private:
@@ -94,8 +94,9 @@ class Sweeper {
   };
 
   bool exhausted() const {
+    std::uint64_t const gain = found_.size() - std::min(found_.size(), in_vain_);
     return limits_.stopped() || sink_.conflicts() > max_conflicts || sink_.clauses() > max_clauses ||
-           work_ > std::min(max_work, first_work + found_.size() * work_per_signal);
+           work_ > std::min(max_work, first_work + gain * work_per_signal);
   }
   std::uint64_t width(std::size_t i) const { return value_width(tm_, terms_[i]->symbol->get_output_type()); }
 
@@ -153,7 +154,9 @@ class Sweeper {
 
   // Whether the literals are the same in every model of the clauses; false as well where that is not found out.
   bool equal(bv::BvLit a, bv::BvLit b) {
-    return !satisfiable(a, -b) && !satisfiable(-a, b);
+    bool const proved = !satisfiable(a, -b) && !satisfiable(-a, b);
+    if (!proved) ++in_vain_;
+    return proved;
   }
   bool satisfiable(bv::BvLit a, bv::BvLit b) {
     work_ += sink_.fresh_literals();
@@ -209,6 +212,7 @@ class Sweeper {
   std::unordered_map<Signature, std::vector<Seen>, SignatureHash> seen_;
   std::unordered_map<Signature, std::vector<Term_ const*>, SignatureHash> products_;
   std::vector<EqualSignals> found_;
+  std::size_t in_vain_ = 0;
   std::uint64_t work_ = 0;
 };
 

@@ -31,7 +31,8 @@ struct EqualSignals {
 
 struct Sweep {
   std::vector<EqualSignals> equal;
-  std::uint64_t signals = 0;  // how many were looked at, among them one of each pair
+  std::size_t signals = 0;  // how many were looked at, among them one of each pair
+  std::size_t in_vain = 0;  // comparisons of two that agree on the random values, but were not proved equal
 };
 
 // Finds such pairs below the formulas, among the signals that agree on random values. Each is proved: by a SAT solver
