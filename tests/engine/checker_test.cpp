@@ -7,6 +7,8 @@
 #include <limits>
 #include <random>
 #include <sstream>
+#include <string>
+#include <vector>
 
 #include "tests/engine/scratch.h"
 #include "vell/engine/scriptengine.h"
@@ -89,6 +91,61 @@ TEST(Checker, LinearEquationsAcrossChecks) {
   EXPECT_EQ("sat\nsat\nunsat\nsat\n",
             both(system + "(push)(assert (= z #x00000007))(check-sat)(assert (bvult (bvadd x y) z))"
                           "(assert (bvugt (bvadd x y) z))(check-sat)(pop)(check-sat)"));
+}
+
+// Products of two words of n bits out of single bits, row by row, with the carries as majorities or by way of the sums.
+std::string two_array_multipliers(unsigned n) {
+  std::string const width = std::to_string(n);
+  std::string script = "(declare-const x (_ BitVec " + width + "))(declare-const y (_ BitVec " + width + "))";
+  unsigned made = 0;
+  auto const define = [&](std::string const& term, unsigned bits = 1) {
+    std::string const name = "t" + std::to_string(made++);
+    script += "(define-fun " + name + " () (_ BitVec " + std::to_string(bits) + ") " + term + ")";
+    return name;
+  };
+  auto const apply = [](char const* f, std::string const& a, std::string const& b) {
+    return std::string("(") + f + " " + a + " " + b + ")";
+  };
+  auto const bit = [&](char const* word, unsigned i) {
+    std::string const index = std::to_string(i);
+    return "((_ extract " + index + " " + index + ") " + word + ")";
+  };
+  auto const product = [&](bool majority) {
+    std::vector<std::string> sum(2 * n, "#b0");
+    for (unsigned j = 0; j < n; ++j) {
+      std::string carry = "#b0";
+      for (unsigned i = 0; i < n; ++i) {
+        std::string const a = sum[i + j];
+        std::string const b = define(apply("bvand", bit("x", i), bit("y", j)));
+        std::string const c = carry;
+        if (majority) {
+          carry = define(apply("bvor", apply("bvand", a, b), apply("bvand", apply("bvor", a, b), c)));
+          std::string const all = apply("bvand", apply("bvand", a, b), c);
+          std::string const any = apply("bvor", apply("bvor", a, b), c);
+          sum[i + j] = define(apply("bvor", apply("bvand", "(bvnot " + carry + ")", any), all));
+        } else {
+          std::string const half = define(apply("bvxor", a, b));
+          sum[i + j] = define(apply("bvxor", half, c));
+          carry = define(apply("bvor", apply("bvand", a, b), apply("bvand", half, c)));
+        }
+      }
+      sum[n + j] = carry;
+    }
+    std::string word = sum[0];
+    for (unsigned i = 1; i < 2 * n; ++i) word = apply("concat", sum[i], word);
+    return define(word, 2 * n);
+  };
+  std::string const one = product(false);
+  std::string const other = product(true);
+  return script + "(assert (distinct " + one + " " + other + "))(check-sat)";
+}
+
+TEST(Checker, TwoCircuitsForOneFunctionFallTogether) {
+  // With 30,000 conflicts it looks for equal signals, and few are left to do; without, there would be 80,000.
+  Statistics statistics;
+  EXPECT_EQ("unsat\n", execute(two_array_multipliers(9), never, statistics));
+  EXPECT_GT(statistics.conflicts, 25'000u);
+  EXPECT_LT(statistics.conflicts, 40'000u);
 }
 
 TEST(Checker, RandomScriptsHaveTheSameAnswers) {

@@ -22,10 +22,10 @@ namespace vell::engine {
 
 namespace {
 
-// Between the two halves of a comparison of circuits nearly half of the signals have their equal, and what looks equal
-// is. Where it is not one in so many, less those that only looked it, stopping a search costs more than they spare.
+// Between the two halves of a comparison of circuits a fifth to a half of the signals have their equal, and what looks
+// equal is. Where it is not one in so many, less those that only looked it, stopping a search costs more than they spare.
 // Equal products are worth it, however few.
-constexpr std::size_t least_share = 4;
+constexpr std::size_t least_share = 10;
 
 }  // namespace
 
