@@ -1,6 +1,8 @@
 #pragma once
 
 // The SAT solver behind the script engine: the embedded one, or any program that reads DIMACS.
+//
+// Tested by tests/engine/embeddedsolver_test.cpp and tests/engine/externalsolver_test.cpp.
 
 #include <cstdint>
 #include <functional>
