@@ -13,6 +13,12 @@
 
 namespace vell::engine {
 
+namespace {
+
+constexpr std::uint64_t worth_a_thread = std::uint64_t{1} << 20;  // bytes
+
+}  // namespace
+
 class OutputFile::Descriptor : public sinks::ByteOutput {
  public:
   explicit Descriptor(std::string const& path) : path_(path) {
@@ -94,13 +100,14 @@ OutputFile::OutputFile(std::string const& path)
 OutputFile::~OutputFile() = default;
 
 void OutputFile::write(char const* data, std::size_t size) {
-  if (compressor_ != nullptr)
-    compressor_->write(data, size);
-  else
-    descriptor_->write(data, size);
+  sinks::ByteOutput& out = compressor_ != nullptr ? static_cast<sinks::ByteOutput&>(*compressor_) : *descriptor_;
+  bytes_ += size;
+  if (background_ == nullptr && bytes_ >= worth_a_thread) background_ = std::make_unique<BackgroundOutput>(out);
+  (background_ != nullptr ? *background_ : out).write(data, size);
 }
 
 void OutputFile::commit() {
+  if (background_ != nullptr) background_->finish();
   if (compressor_ != nullptr) compressor_->finish();
   descriptor_->commit();
 }

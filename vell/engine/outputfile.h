@@ -4,9 +4,11 @@
 //
 // Tested by tests/engine/outputfile_test.cpp.
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
+#include "vell/engine/backgroundoutput.h"
 #include "vell/sinks/dimacssink.h"
 #include "vell/terms/exception.h"
 
@@ -27,9 +29,10 @@ class Compressor : public sinks::ByteOutput {
 std::unique_ptr<Compressor> make_compressor(std::string const& path, sinks::ByteOutput& out);
 
 // Bytes go to a temporary file beside the path, which takes the path's name in commit(). Without commit() nothing
-// remains, nor after leftovers::discard_all(). "-" is standard output, and an existing file that is no regular one (a pipe, a device) is written directly;
-// these cannot be taken back. A path that ends in .gz, .xz, .zst or .bz2 is compressed. The bytes depend on nothing but
-// what is written and the path's suffix.
+// remains, nor after leftovers::discard_all(). "-" is standard output, and an existing file that is no regular one (a
+// pipe, a device) is written directly; these cannot be taken back. A path that ends in .gz, .xz, .zst or .bz2 is
+// compressed. The bytes depend on nothing but what is written and the path's suffix. From a megabyte on they are
+// compressed and written in the background, and what goes wrong there is thrown by a later call.
 class OutputFile : public sinks::ByteOutput {
  public:
   // Throws OutputError when the file cannot be made; so do write() and commit().
@@ -45,6 +48,8 @@ class OutputFile : public sinks::ByteOutput {
   class Descriptor;
   std::unique_ptr<Descriptor> descriptor_;
   std::unique_ptr<Compressor> compressor_;
+  std::uint64_t bytes_ = 0;  // that were given
+  std::unique_ptr<BackgroundOutput> background_;  // null below a megabyte; ends before what it writes to
 };
 
 }  // namespace vell::engine
