@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <system_error>
 
 #include "vell/engine/leftovers.h"
 
@@ -102,7 +103,14 @@ OutputFile::~OutputFile() = default;
 void OutputFile::write(char const* data, std::size_t size) {
   sinks::ByteOutput& out = compressor_ != nullptr ? static_cast<sinks::ByteOutput&>(*compressor_) : *descriptor_;
   bytes_ += size;
-  if (background_ == nullptr && bytes_ >= worth_a_thread) background_ = std::make_unique<BackgroundOutput>(out);
+  if (!tried_background_ && bytes_ >= worth_a_thread) {
+    tried_background_ = true;
+    try {
+      background_ = std::make_unique<BackgroundOutput>(out);
+    } catch (std::system_error const&) {
+      // No thread is to be had: it goes on as it began.
+    }
+  }
   (background_ != nullptr ? *background_ : out).write(data, size);
 }
 

@@ -49,6 +49,7 @@ class OutputFile : public sinks::ByteOutput {
   std::unique_ptr<Descriptor> descriptor_;
   std::unique_ptr<Compressor> compressor_;
   std::uint64_t bytes_ = 0;  // that were given
+  bool tried_background_ = false;
   std::unique_ptr<BackgroundOutput> background_;  // null below a megabyte; ends before what it writes to
 };
 
