@@ -94,7 +94,7 @@ def main():
     args = parser.parse_args()
 
     root, scripts = benchmarks()
-    if not scripts:
+    if scripts is None:
         return 0
     vell = os.path.abspath(args.vell)
     # The command, and whether it reads compressed scripts.

@@ -209,7 +209,7 @@ def main():
     args = parser.parse_args()
 
     root, scripts = benchmarks()
-    if not scripts:
+    if scripts is None:
         return 0
     solvers = [s for s in SOLVERS if shutil.which(s)]
     if not solvers:

@@ -26,7 +26,7 @@ ERROR = re.compile(r'^\(error "(.*):(\d+):(\d+): (.*)"\)$', re.S)
 
 
 def benchmarks(manifest="manifest.tsv", without="nothing was run"):
-    """The benchmarks' folder and the rows of the manifest in it; no rows, and a line that says so, where it is absent.
+    """The benchmarks' folder and the rows of the manifest in it; where it is absent None, and a line that says so.
 
     without: what became of the run without them.
     """
@@ -34,7 +34,7 @@ def benchmarks(manifest="manifest.tsv", without="nothing was run"):
     path = os.path.join(root, manifest)
     if not os.path.exists(path):
         print(f"no benchmarks at {root}: {without} (set VELL_BENCHMARKS)")
-        return root, []
+        return root, None
     with open(path, encoding="utf-8") as f:
         names = f.readline().rstrip("\n").split("\t")
         return root, [dict(zip(names, line.rstrip("\n").split("\t"))) for line in f]
@@ -101,7 +101,7 @@ def main():
     args = parser.parse_args()
 
     root, work = benchmarks("malformed/manifest.tsv" if args.what == "malformed" else "manifest.tsv")
-    if not work:
+    if work is None:
         return 0
     if args.what == "answers":
         work = [r for r in work if r["file"].startswith(args.folder + "/")]

@@ -81,7 +81,7 @@ def benchmark_scripts():
     sys.path.insert(0, os.path.join(SOURCE, "tests", "regress"))
     from run_manifest import benchmarks
     root, scripts = benchmarks(without="compared without them")
-    small = [r["file"] for r in scripts if r["file"].startswith("regress/") and int(r["bytes"]) < 20000]
+    small = [r["file"] for r in scripts or [] if r["file"].startswith("regress/") and int(r["bytes"]) < 20000]
     return [os.path.join(root, f) for f in small[::5]]
 
 

@@ -218,8 +218,7 @@ std::vector<EqualSignals> Checker::sweep_formulas() {
   bool const products = std::any_of(found.equal.begin(), found.equal.end(), [&](EqualSignals const& s) {
     return tm_.get_tag(s.a.term->symbol) == SymbolTag::bv_mul && tm_.get_tag(s.b.term->symbol) == SymbolTag::bv_mul;
   });
-  std::size_t const gain = found.equal.size() - std::min(found.equal.size(), found.in_vain);
-  if (!products && gain * least_share < found.signals) return {};
+  if (!products && found.gain() * least_share < found.signals) return {};
   return std::move(found.equal);
 }
 

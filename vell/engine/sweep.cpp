@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::size_t max_signals = 400'000;
 constexpr std::uint64_t max_circuits = 1'000'000;  // as circuit_cost() counts them: clauses in tens
-constexpr std::uint64_t max_clauses = 1'000'000;
+constexpr std::uint64_t max_clauses = 1'000'000;  // looked at between terms; one term's circuit is made whole
 constexpr int conflicts_per_proof = 300;
 constexpr int decisions_per_proof = 5'000;  // a proof needs few, a model of a large formula many
 constexpr std::uint64_t max_conflicts = 100'000;
@@ -84,7 +84,8 @@ class Sweeper {
   Sweep run() {
     if (!simulate()) return {};
     for (std::size_t i = 0; i < terms_.size() && !exhausted(); ++i) visit(i);
-    return {std::move(found_), known_.size(), in_vain_};
+    found_.signals = known_.size();
+    return std::move(found_);
   }
 
  private:
@@ -94,9 +95,8 @@ class Sweeper {
   };
 
   bool exhausted() const {
-    std::uint64_t const gain = found_.size() - std::min(found_.size(), in_vain_);
     return limits_.stopped() || sink_.conflicts() > max_conflicts || sink_.clauses() > max_clauses ||
-           work_ > std::min(max_work, first_work + gain * work_per_signal);
+           work_ > std::min(max_work, first_work + found_.gain() * work_per_signal);
   }
   std::uint64_t width(std::size_t i) const { return value_width(tm_, terms_[i]->symbol->get_output_type()); }
 
@@ -155,7 +155,7 @@ class Sweeper {
   // Whether the literals are the same in every model of the clauses; false as well where that is not found out.
   bool equal(bv::BvLit a, bv::BvLit b) {
     bool const proved = !satisfiable(a, -b) && !satisfiable(-a, b);
-    if (!proved) ++in_vain_;
+    if (!proved) ++found_.in_vain;
     return proved;
   }
   bool satisfiable(bv::BvLit a, bv::BvLit b) {
@@ -169,7 +169,7 @@ class Sweeper {
     sink_.add_clause({-now.literal, before.literal});
     sink_.add_clause({now.literal, -before.literal});
     bool const opposite = (now.literal == literal_of(now.signal)) != (before.literal == literal_of(before.signal));
-    found_.push_back({now.signal, before.signal, opposite});
+    found_.equal.push_back({now.signal, before.signal, opposite});
   }
   bv::BvLit literal_of(Signal const& s) const { return (*clausifier_.lookup(s.term))[s.bit]; }
 
@@ -191,7 +191,7 @@ class Sweeper {
         if (bits[b] == other) continue;
         sink_.add_clause({-bits[b], other});
         sink_.add_clause({bits[b], -other});
-        found_.push_back({{t, b}, {before, b}, false});
+        found_.equal.push_back({{t, b}, {before, b}, false});
         known_.insert(std::abs(bits[b]));
       }
       return;
@@ -211,8 +211,7 @@ class Sweeper {
   std::unordered_set<bv::BvLit> known_;  // variables that were looked at
   std::unordered_map<Signature, std::vector<Seen>, SignatureHash> seen_;
   std::unordered_map<Signature, std::vector<Term_ const*>, SignatureHash> products_;
-  std::vector<EqualSignals> found_;
-  std::size_t in_vain_ = 0;
+  Sweep found_;
   std::uint64_t work_ = 0;
 };
 

@@ -79,8 +79,8 @@ class CadicalSink : public bv::ClauseSink {
   bv::BvLit known_ = 1;  // the largest literal given to the solver
   std::uint64_t clauses_ = 0;
   std::uint64_t literals_ = 0;
-  int conflict_limit_ = -1;
-  int decision_limit_ = -1;  // of the next solve(); below 0 for none
+  int conflict_limit_ = -1;  // of the next solve(), like the other; below 0 for none
+  int decision_limit_ = -1;
   bool false_assumed_ = false;
 };
 

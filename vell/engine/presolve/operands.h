@@ -2,7 +2,7 @@
 
 // What each pass over the terms does at a term whose operands it has been at: take them as they are now.
 //
-// Tested by tests/engine/presolve/sharedproducts_test.cpp and its neighbours.
+// Tested by those of the passes: sharedproducts_test.cpp, unconstrained_test.cpp and wordidentities_test.cpp.
 
 #include <vector>
 
