@@ -70,7 +70,8 @@ class KeepingSink : public sinks::CadicalSink {
   std::vector<bv::BvLit> const& kept() const { return kept_; }
 
  private:
-  static constexpr std::size_t most_ = 16'000'000;  // what is larger takes a gigabyte to search, and another to search twice
+  // What is larger takes a gigabyte to search, and another to search twice.
+  static constexpr std::size_t most_ = 16'000'000;
 
   bool keep_;
   std::vector<bv::BvLit> kept_;

@@ -25,8 +25,8 @@ constexpr std::uint64_t max_clauses = 1'000'000;  // looked at between terms; on
 constexpr int conflicts_per_proof = 300;
 constexpr int decisions_per_proof = 5'000;  // a proof needs few, a model of a large formula many
 constexpr std::uint64_t max_conflicts = 100'000;
-// Of literals in the solver, added over its calls: each call may have to give all of them a value. Where nothing is found
-// the calls end after half a second or so; each signal that is found, less those tried in vain, pays for more of them.
+// Of literals in the solver, added over its calls: each call may have to give all of them a value. Where nothing is
+// found the calls end after half a second or so; what is gained pays for more of them.
 constexpr std::uint64_t max_work = 300'000'000;
 constexpr std::uint64_t first_work = 8'000'000;
 constexpr std::uint64_t work_per_signal = 50'000;
