@@ -7,11 +7,11 @@ namespace vell::bench {
 namespace {
 
 constexpr Circuit all[] = {
-    {"bvadd", SymbolTag::bv_add},   {"bvsub", SymbolTag::bv_sub},   {"bvneg", SymbolTag::bv_neg},
-    {"bvmul", SymbolTag::bv_mul},   {"bvudiv", SymbolTag::bv_udiv}, {"bvsdiv", SymbolTag::bv_sdiv},
-    {"bvult", SymbolTag::bv_ult},   {"bvule", SymbolTag::bv_ule},   {"bvslt", SymbolTag::bv_slt},
-    {"equal", SymbolTag::equal},    {"bvshl", SymbolTag::bv_shl},   {"bvashr", SymbolTag::bv_ashr},
-    {"bvand", SymbolTag::bv_and},   {"bvxor", SymbolTag::bv_xor},
+    {"bvadd", SymbolTag::bv_add}, {"bvsub", SymbolTag::bv_sub},   {"bvneg", SymbolTag::bv_neg},
+    {"bvmul", SymbolTag::bv_mul}, {"bvudiv", SymbolTag::bv_udiv}, {"bvsdiv", SymbolTag::bv_sdiv},
+    {"bvult", SymbolTag::bv_ult}, {"bvule", SymbolTag::bv_ule},   {"bvslt", SymbolTag::bv_slt},
+    {"equal", SymbolTag::equal},  {"bvshl", SymbolTag::bv_shl},   {"bvashr", SymbolTag::bv_ashr},
+    {"bvand", SymbolTag::bv_and}, {"bvxor", SymbolTag::bv_xor},
 };
 
 // Copies every clause.

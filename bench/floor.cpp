@@ -1,8 +1,9 @@
-// The floor table: what a clause costs when a circuit makes it, beside what handing over the recorded clause costs.
+// The floor table: what a clause costs when a circuit makes it, beside what handing over the recorded clause
+// costs.
 //
-// Both go into the same counting sink, in turn and in one process, so the ratio is free of the machine's speed. The
-// smallest of several rounds is printed, in processor time: whatever else runs can only add. Below it stands what the
-// stages around the circuits cost.
+// Both go into the same counting sink, in turn and in one process, so the ratio is free of the machine's
+// speed. The smallest of several rounds is printed, in processor time: whatever else runs can only add. Below
+// it stands what the stages around the circuits cost.
 
 #include <algorithm>
 #include <cstdio>
@@ -51,12 +52,14 @@ Row measure(Circuit const& circuit, std::uint64_t width) {
 
 int floor_table() {
   print_heading();
-  std::printf("%-8s %6s %10s %14s %14s %7s\n", "circuit", "width", "clauses", "ns/clause", "ns/replayed", "ratio");
+  std::printf("%-8s %6s %10s %14s %14s %7s\n", "circuit", "width", "clauses", "ns/clause", "ns/replayed",
+              "ratio");
   for (Circuit const& c : circuits())
     for (std::uint64_t width : {8, 16, 32, 64, 128, 256, 512}) {
       Row const r = measure(c, width);
-      std::printf("%-8s %6llu %10llu %14.2f %14.2f %7.2f\n", c.name.data(), static_cast<unsigned long long>(width),
-                  static_cast<unsigned long long>(r.clauses), r.clausify, r.replay, r.clausify / r.replay);
+      std::printf("%-8s %6llu %10llu %14.2f %14.2f %7.2f\n", c.name.data(),
+                  static_cast<unsigned long long>(width), static_cast<unsigned long long>(r.clauses),
+                  r.clausify, r.replay, r.clausify / r.replay);
       std::fflush(stdout);
     }
   return stage_table();

@@ -1,5 +1,5 @@
-// vell-bench: `floor`, `stages` and `scale` print their tables; anything else is Google Benchmark over every circuit and
-// width.
+// vell-bench: `floor`, `stages` and `scale` print their tables; anything else is Google Benchmark over every
+// circuit and width.
 
 #include <benchmark/benchmark.h>
 
@@ -22,8 +22,8 @@ void print_heading() {
       cpu = line.substr(line.find(':') + 2);
       break;
     }
-  std::printf("machine: %s\ncompiler: %s %s, flags %s\nrevision: %s\n\n", cpu.c_str(), VELL_COMPILER, __VERSION__,
-              VELL_FLAGS, VELL_REVISION);
+  std::printf("machine: %s\ncompiler: %s %s, flags %s\nrevision: %s\n\n", cpu.c_str(), VELL_COMPILER,
+              __VERSION__, VELL_FLAGS, VELL_REVISION);
 }
 
 double processor_seconds() {
@@ -54,7 +54,9 @@ void replay(benchmark::State& state, Circuit const* circuit) {
 void register_circuits() {
   for (Circuit const& c : circuits()) {
     std::string const name(c.name);
-    benchmark::RegisterBenchmark(("clausify/" + name).c_str(), clausify, &c)->RangeMultiplier(2)->Range(8, 512);
+    benchmark::RegisterBenchmark(("clausify/" + name).c_str(), clausify, &c)
+        ->RangeMultiplier(2)
+        ->Range(8, 512);
     benchmark::RegisterBenchmark(("replay/" + name).c_str(), replay, &c)->RangeMultiplier(2)->Range(8, 512);
   }
 }

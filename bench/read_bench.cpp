@@ -1,5 +1,5 @@
-// Speed of the script reader: bytes of text read into terms per second, beside a pass that only counts lines over the
-// same bytes. Compressed files are measured with their decompression, by the bytes that come out.
+// Speed of the script reader: bytes of text read into terms per second, beside a pass that only counts lines
+// over the same bytes. Compressed files are measured with their decompression, by the bytes that come out.
 //
 //   vell-bench-read [--repeat N] FILE...
 //
@@ -14,8 +14,8 @@
 #include <string>
 #include <vector>
 
+#include "vell/io/source.h"
 #include "vell/smtlib/reader.h"
-#include "vell/smtlib/source.h"
 #include "vell/terms/termmanager.h"
 
 namespace {
@@ -33,7 +33,7 @@ struct Pass {
 };
 
 Pass count_lines(std::string const& path) {
-  auto const source = vell::smtlib::Source::open(path);
+  auto const source = vell::io::Source::open(path);
   Pass p;
   do {
     p.bytes += static_cast<std::uint64_t>(source->end() - source->begin());
@@ -52,7 +52,7 @@ Read read(std::string const& path) {
   vell::TermManager terms;
   Read r;
   double const start = now();
-  vell::smtlib::Reader reader(terms, vell::smtlib::Source::open(path));
+  vell::smtlib::Reader reader(terms, vell::io::Source::open(path));
   vell::smtlib::Command command;
   while (reader.next(command)) ++r.commands;
   r.seconds = now() - start;
@@ -73,8 +73,8 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "usage: vell-bench-read [--repeat N] FILE...\n");
     return 2;
   }
-  std::printf("%8s %9s %9s %9s %8s %8s %7s  %s\n", "MB", "lines", "commands", "terms", "cpu s", "MB/s", "x count",
-              "file");
+  std::printf("%8s %9s %9s %9s %8s %8s %7s  %s\n", "MB", "lines", "commands", "terms", "cpu s", "MB/s",
+              "x count", "file");
   int status = 0;
   for (; i < argc; ++i) {
     try {
@@ -91,8 +91,9 @@ int main(int argc, char** argv) {
       }
       double const mb = static_cast<double>(pass.bytes) / 1e6;
       auto const number = [](std::uint64_t n) { return static_cast<unsigned long long>(n); };
-      std::printf("%8.2f %9llu %9llu %9llu %8.3f %8.1f %7.1f  %s\n", mb, number(pass.lines), number(best.commands),
-                  number(best.terms), best.seconds, mb / best.seconds, best.seconds / count_seconds, argv[i]);
+      std::printf("%8.2f %9llu %9llu %9llu %8.3f %8.1f %7.1f  %s\n", mb, number(pass.lines),
+                  number(best.commands), number(best.terms), best.seconds, mb / best.seconds,
+                  best.seconds / count_seconds, argv[i]);
     } catch (std::exception const& e) {
       std::printf("%s\n", e.what());
       status = 1;

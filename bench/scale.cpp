@@ -1,13 +1,13 @@
-// Cost and memory against size: chains of multiplications from 10^5 to 10^8 clauses, and what the cache holds for each
-// literal. The exponent is the slope of the line through the logarithms: 1 is linear.
+// Cost and memory against size: chains of multiplications from 10^5 to 10^8 clauses, and what the cache holds
+// for each literal. The exponent is the slope of the line through the logarithms: 1 is linear.
 
 #include <sys/resource.h>
 
+#include <unistd.h>
 #include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <string>
-#include <unistd.h>
 
 #include "circuits.h"
 #include "commands.h"
@@ -76,21 +76,25 @@ class Exponent {
 
 int scale_table() {
   print_heading();
-  std::printf("| %11s | %8s | %9s | %7s | %20s |\n|------------:|---------:|----------:|--------:|---------------------:|\n",
-              "clauses", "cpu s", "ns/clause", "MiB", "bytes/cached literal");
+  std::printf(
+      "| %11s | %8s | %9s | %7s | %20s "
+      "|\n|------------:|---------:|----------:|--------:|---------------------:|\n",
+      "clauses", "cpu s", "ns/clause", "MiB", "bytes/cached literal");
   Exponent time;
   Exponent memory;
   for (std::uint64_t terms : {24, 80, 240, 800, 2400, 8000, 24000}) {
     Point const p = chain(terms);
     double const clauses = static_cast<double>(p.clauses);
-    std::printf("| %11llu | %8.3f | %9.2f | %7.1f | %20.1f |\n", static_cast<unsigned long long>(p.clauses), p.seconds,
-                p.seconds * 1e9 / clauses, p.mib, p.mib * 1024 * 1024 / static_cast<double>(p.cached_literals));
+    std::printf("| %11llu | %8.3f | %9.2f | %7.1f | %20.1f |\n", static_cast<unsigned long long>(p.clauses),
+                p.seconds, p.seconds * 1e9 / clauses, p.mib,
+                p.mib * 1024 * 1024 / static_cast<double>(p.cached_literals));
     std::fflush(stdout);
     time.add(clauses, p.seconds);
     // Below a megabyte the page is the unit.
     if (p.mib >= 1) memory.add(clauses, p.mib);
   }
-  std::printf("\nexponent over clauses: time %.3f, memory from a MiB on %.3f\n", time.value(), memory.value());
+  std::printf("\nexponent over clauses: time %.3f, memory from a MiB on %.3f\n", time.value(),
+              memory.value());
   return 0;
 }
 

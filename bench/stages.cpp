@@ -1,14 +1,18 @@
-// The stages of writing a CNF file, each alone and per unit: reading a script into terms, making terms, walking the DAG
-// and caching lists, gates, writing clauses as text.
+// The stages of writing a CNF file, each alone and per unit: reading a script into terms, making terms,
+// walking the DAG and caching lists, gates, writing clauses as text.
 //
-//  reading    a script of definitions, per byte of text, terms made on the way; the same again with the terms there
+//  reading    a script of definitions, per byte of text, terms made on the way; the same again with the terms
+//  there
 //             already, which is the parser alone
 //  terms      new terms by mk_app; the same terms asked for again
-//  traversal  a chain of complements, which cost no clause: over one bit the walk, the dispatch and the cache are left,
-//             words of 64 bits add their literals; by bit_blast, and in a given order that drops each list once read
+//  traversal  a chain of complements, which cost no clause: over one bit the walk, the dispatch and the cache
+//  are left,
+//             words of 64 bits add their literals; by bit_blast, and in a given order that drops each list
+//             once read
 //  gates      a multiplier's clauses into a counter
 //  writing    the same clauses recorded, into a DIMACS file that goes nowhere
-//  solving    the same clauses into the embedded solver, up to where it would begin to solve; and the solver's own
+//  solving    the same clauses into the embedded solver, up to where it would begin to solve; and the
+//  solver's own
 //             part of that, the same literals handed over by a loop
 //
 // The smallest of several rounds, in processor time.
@@ -27,9 +31,9 @@
 #ifdef VELL_BENCH_TOOL
 #include <cadical.hpp>
 
+#include "vell/io/source.h"
 #include "vell/sinks/cadicalsink.h"
 #include "vell/smtlib/reader.h"
-#include "vell/smtlib/source.h"
 #endif
 
 namespace vell::bench {
@@ -62,11 +66,11 @@ void reading() {
   std::string script = "(declare-const x (_ BitVec 32))(define-fun t0 () (_ BitVec 32) x)\n";
   std::uint64_t const definitions = term_count / 2;
   for (std::uint64_t i = 1; i <= definitions; ++i)
-    script += "(define-fun t" + std::to_string(i) + " () (_ BitVec 32) (bvadd (bvxor t" + std::to_string(i - 1) +
-              " x) t" + std::to_string(i / 2) + "))\n";
+    script += "(define-fun t" + std::to_string(i) + " () (_ BitVec 32) (bvadd (bvxor t" +
+              std::to_string(i - 1) + " x) t" + std::to_string(i / 2) + "))\n";
   double const bytes = static_cast<double>(script.size());
   auto const read = [&](TermManager& tm) {
-    smtlib::Reader reader(tm, smtlib::Source::text(script));
+    smtlib::Reader reader(tm, io::Source::text(script));
     smtlib::Command command;
     while (reader.next(command)) {
     }
@@ -74,7 +78,8 @@ void reading() {
   print("reading, terms made", "byte", best([&] {
           TermManager tm;
           return timed([&] { read(tm); });
-        }), bytes);
+        }),
+        bytes);
   // Declarations make new variables, so what is read a second time must not depend on one.
   std::string closed = "(define-fun t0 () (_ BitVec 32) #x00000001)\n" + script.substr(script.find('\n') + 1);
   for (std::size_t at = 0; (at = closed.find(" x)", at)) != std::string::npos;) closed.replace(at, 3, " t0)");
@@ -129,7 +134,7 @@ void traversal(std::uint64_t width, char const* what, bool forget, char const* u
   print(what, unit, seconds, units);
 }
 
-class NoOutput : public sinks::ByteOutput {
+class NoOutput : public ByteOutput {
  public:
   void write(char const*, std::size_t size) override { bytes += size; }
   std::uint64_t bytes = 0;
@@ -142,20 +147,24 @@ void clauses() {
   print("gates of a 256-bit product", "clause", best([&] {
           CountSink sink;
           return timed([&] { run.clausify(sink); });
-        }), count);
+        }),
+        count);
   print("the same, for a file's header", "clause", best([&] {
           sinks::CountingSink sink;
           return timed([&] { run.clausify(sink); });
-        }), count);
+        }),
+        count);
   NoOutput out;
   print("the same, gates and text", "clause", best([&] {
           sinks::DimacsSink sink(out, sinks::DimacsSink::Form::clean);
           return timed([&] { run.clausify(sink); });
-        }), count);
+        }),
+        count);
   print("text of the clauses recorded", "clause", best([&] {
           sinks::DimacsSink sink(out, sinks::DimacsSink::Form::clean);
           return timed([&] { recorded.replay(sink); });
-        }), count);
+        }),
+        count);
 }
 
 #ifdef VELL_BENCH_TOOL
@@ -196,8 +205,8 @@ void solving() {
       CaDiCaL::Solver solver;
       solver.set("quiet", 1);
       own = std::min(own, timed([&] {
-              for (int l : prepared.literals) solver.add(l);
-            }));
+                       for (int l : prepared.literals) solver.add(l);
+                     }));
     }
     sinks::CadicalSink sink;
     return timed([&] { clausify(sink); });

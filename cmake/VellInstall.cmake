@@ -12,13 +12,21 @@ install(TARGETS vell EXPORT vell
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 # Headers. The sources include some that no caller needs; the CaDiCaL sink belongs to the command line.
-set(VELL_INTERNAL_HEADERS bv/emit.h bv/gates.h bv/poollist.h bv/trace.h sinks/cadicalsink.h)
+set(VELL_INTERNAL_HEADERS terms/theorybuilders.h bv/emit.h bv/gates.h bv/poollist.h bv/trace.h sinks/cadicalsink.h)
 foreach(layer utils terms bv sinks)
   file(GLOB headers CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/vell ${PROJECT_SOURCE_DIR}/vell/${layer}/*.h)
   list(REMOVE_ITEM headers ${VELL_INTERNAL_HEADERS})
   list(TRANSFORM headers PREPEND ${PROJECT_SOURCE_DIR}/vell/)
   install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vell/${layer} COMPONENT development)
 endforeach()
+
+# The licence. Debian looks for it under the name of each package; see VellPackages.cmake.
+function(vell_install_licence package component)
+  install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/${package}
+          RENAME copyright COMPONENT ${component})
+endfunction()
+vell_install_licence(libvell${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR} runtime)
+vell_install_licence(libvell-dev development)
 
 # CMake package.
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/vellConfig.cmake.in ${PROJECT_BINARY_DIR}/vellConfig.cmake
@@ -60,4 +68,5 @@ if(TARGET vell-bv)
     set_target_properties(vell-bv PROPERTIES INSTALL_RPATH "$ORIGIN/${bin_to_lib}")
   endif()
   install(TARGETS vell-bv RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+  vell_install_licence(vell-bv tool)
 endif()

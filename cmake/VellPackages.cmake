@@ -5,8 +5,9 @@
 # side by side, so the name of the first follows the shared library's.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME vell)
-set(CPACK_PACKAGE_VENDOR "The Vell developers")
-set(CPACK_PACKAGE_CONTACT "The Vell developers <vell@localhost>")
+set(CPACK_PACKAGE_VENDOR "The Vell authors")
+set(CPACK_PACKAGE_CONTACT "The Vell authors <vell@localhost>")
+set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)  # MIT; each package has it as its copyright file
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_STRIP_FILES ON)

@@ -2,7 +2,7 @@
 
 #include <iostream>
 
-#include "vell/bv/wordclausifier.h"
+#include "vell/bv/standardclausifier.h"
 #include "vell/sinks/countingsink.h"
 
 using namespace vell;
@@ -25,8 +25,9 @@ int main() {
     Term_ const* formula = terms.mk_app(SymbolTag::equal, {left, right});
 
     sinks::CountingSink sink;
-    bv::WordClausifier clausifier(&terms, nullptr);
+    bv::StandardClausifier clausifier(&terms);
     clausifier.bit_blast(formula, &sink);
-    std::cout << width << "  " << sink.fresh_literals() << "  " << sink.clauses() << "  " << sink.literals() << "\n";
+    std::cout << width << "  " << sink.fresh_literals() << "  " << sink.clauses() << "  " << sink.literals()
+              << "\n";
   }
 }

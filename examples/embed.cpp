@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "vell/bv/wordclausifier.h"
+#include "vell/bv/standardclausifier.h"
 #include "vell/terms/termmanager.h"
 
 // The clauses go wherever the program wants them; literals 1 and -1 are the constants true and false.
@@ -23,7 +23,7 @@ int main() {
   Term_ const* sum = terms.mk_app(SymbolTag::bv_add, {x, terms.mk_bv(3, 4)});
   Term_ const* formula = terms.mk_app(SymbolTag::equal, {sum, terms.mk_bv(1, 4)});
 
-  bv::WordClausifier clausifier(&terms, nullptr);
+  bv::StandardClausifier clausifier(&terms);
   Printer sink;
   bv::BvLit const holds = clausifier.bit_blast(formula, &sink);
 

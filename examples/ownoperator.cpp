@@ -1,19 +1,19 @@
-// An operator of one's own: a derived class with a handler for it. The handler reads its children's bits, builds the
-// result out of the gates, and caches exactly one new list.
+// An operator of one's own: a derived class with a handler for it. The handler reads its children's bits,
+// builds the result out of the gates, and caches exactly one new list.
 
 #include <iostream>
 
 #include "toysolver.h"
-#include "vell/bv/wordclausifier.h"
+#include "vell/bv/standardclausifier.h"
 
 using namespace vell;
 
 // Any number that SymbolTag does not use. The table of handlers is as long as the largest one.
 constexpr auto parity = static_cast<SymbolTag::tag>(63);
 
-class ParityClausifier : public bv::WordClausifier {
+class ParityClausifier : public bv::StandardClausifier {
  public:
-  explicit ParityClausifier(TermManager* terms) : WordClausifier(terms, nullptr) {
+  explicit ParityClausifier(TermManager* terms) : StandardClausifier(terms) {
     register_hook(parity, static_cast<Handler>(&ParityClausifier::word_parity));
   }
 
@@ -40,8 +40,8 @@ int main() {
   ToySink sink;
   ParityClausifier clausifier(&terms);
 
-  Symbol const* symbol = terms.make_symbol(
-      {.name = "parity", .arity = 1, .output_type = terms.bool_type, .tag = parity});
+  Symbol const* symbol =
+      terms.make_symbol({.name = "parity", .arity = 1, .output_type = terms.bool_type, .tag = parity});
   Term_ const* x = terms.mk_variable("x", terms.bv_type(5));
   Term_ const* children[] = {x};
   Term_ const* odd = terms.mk_term(symbol, children);
@@ -52,6 +52,6 @@ int main() {
   Term_ const* one = terms.mk_bv(1, 5);
   Term_ const* flipped[] = {terms.mk_app(SymbolTag::bv_xor, {x, one})};
   Term_ const* same = terms.mk_app(SymbolTag::bool_iff, {odd, terms.mk_term(symbol, flipped)});
-  std::cout << "parity kept by a flip: " << (sink.solver.solve({clausifier.bit_blast(same, &sink)}) ? "sat" : "unsat")
-            << "\n";
+  std::cout << "parity kept by a flip: "
+            << (sink.solver.solve({clausifier.bit_blast(same, &sink)}) ? "sat" : "unsat") << "\n";
 }

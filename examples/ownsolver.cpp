@@ -1,10 +1,11 @@
-// A sink over one's own SAT solver. Three operations suffice; the constants 1 and -1, which may occur in clauses, are
-// here the solver's variable 1, fixed to true, so that every literal means the same on both sides.
+// A sink over one's own SAT solver. Three operations suffice; the constants 1 and -1, which may occur in
+// clauses, are here the solver's variable 1, fixed to true, so that every literal means the same on both
+// sides.
 
 #include <iostream>
 
 #include "toysolver.h"
-#include "vell/bv/wordclausifier.h"
+#include "vell/bv/standardclausifier.h"
 
 using namespace vell;
 
@@ -25,7 +26,7 @@ int main() {
   TermManager terms;
   ToySolver solver;
   ToySink sink(solver);
-  bv::WordClausifier clausifier(&terms, nullptr);
+  bv::StandardClausifier clausifier(&terms);
 
   // Is there a word of four bits whose square is itself, beside 0 and 1?
   Term_ const* x = terms.mk_variable("x", terms.bv_type(4));

@@ -1,6 +1,6 @@
 #include <iostream>
 
-#include "vell/bv/wordclausifier.h"
+#include "vell/bv/standardclausifier.h"
 #include "vell/sinks/recordingsink.h"
 
 int main() {
@@ -10,7 +10,7 @@ int main() {
   vell::Term_ const* less = terms.mk_app(vell::SymbolTag::bv_ult, {x, y});
 
   vell::sinks::RecordingSink cnf;
-  vell::bv::WordClausifier clausifier(&terms, nullptr);
+  vell::bv::StandardClausifier clausifier(&terms);
   std::cout << "x < y is literal " << clausifier.bit_blast(less, &cnf) << " in\n";
   for (vell::bv::BvLitList const& clause : cnf.clauses()) {
     for (vell::bv::BvLit literal : clause) std::cout << literal << ' ';

@@ -1,12 +1,12 @@
-// Two theories over one SAT solver. A theory of equality already has literals for atoms such as x = y; the bit-vector
-// side takes those over through atom_lit instead of inventing its own. When the other theory later meets an equality
-// of words itself, bit_blast_theory_eq ties its literal to the bits.
+// Two theories over one SAT solver. A theory of equality already has literals for atoms such as x = y; the
+// bit-vector side takes those over through atom_lit instead of inventing its own. When the other theory later
+// meets an equality of words itself, bit_blast_theory_eq ties its literal to the bits.
 
 #include <iostream>
 #include <unordered_map>
 
 #include "toysolver.h"
-#include "vell/bv/wordclausifier.h"
+#include "vell/bv/standardclausifier.h"
 
 using namespace vell;
 
@@ -29,8 +29,10 @@ class SharedSink : public bv::ClauseSink {
 int main() {
   TermManager terms;
   SharedSink sink;
-  bv::WordClausifier clausifier(&terms, nullptr);
-  auto answer = [&](std::vector<int> const& assumptions) { return sink.solver.solve(assumptions) ? "sat" : "unsat"; };
+  bv::StandardClausifier clausifier(&terms);
+  auto answer = [&](std::vector<int> const& assumptions) {
+    return sink.solver.solve(assumptions) ? "sat" : "unsat";
+  };
 
   Type const* word = terms.bv_type(3);
   Term_ const* x = terms.mk_variable("x", word);
@@ -52,7 +54,8 @@ int main() {
   std::cout << "x = y, y = z, x < z: " << answer({atom, y_is_z, x_below_z}) << "\n";
   std::cout << "x = y, y /= z, x < z: " << answer({atom, -y_is_z, x_below_z}) << "\n";
 
-  // Bits that contradict one another are found without a clause: the answer is false, the literal is the caller's.
+  // Bits that contradict one another are found without a clause: the answer is false, the literal is the
+  // caller's.
   bv::BvLit const never = sink.new_lit();
   Term_ const* not_y = terms.mk_app(SymbolTag::bv_not, {y});
   bool const possible = clausifier.bit_blast_theory_eq(never, y, not_y, &sink);

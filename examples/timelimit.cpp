@@ -1,10 +1,10 @@
-// A time limit. The termination test is called once for every term; it stops the work by throwing, and the exception
-// arrives where bit_blast was called. What was encoded until then may stay or be forgotten.
+// A time limit. The termination test is called once for every term; it stops the work by throwing, and the
+// exception arrives where bit_blast was called. What was encoded until then may stay or be forgotten.
 
 #include <chrono>
 #include <iostream>
 
-#include "vell/bv/wordclausifier.h"
+#include "vell/bv/standardclausifier.h"
 #include "vell/sinks/countingsink.h"
 
 using namespace vell;
@@ -25,7 +25,7 @@ class Deadline : public TerminationTest {
 int main() {
   TermManager terms;
   sinks::CountingSink sink;
-  bv::WordClausifier clausifier(&terms, nullptr);
+  bv::StandardClausifier clausifier(&terms);
 
   // x to the power of 101, naively: a hundred multiplications of 32 bits.
   Term_ const* x = terms.mk_variable("x", terms.bv_type(32));
@@ -46,7 +46,7 @@ int main() {
   clausifier.bit_blast(power, &sink);
   std::cout << "resumed, result known: " << clausifier.is_cached(power) << "\n";
   sinks::CountingSink whole;
-  bv::WordClausifier(&terms, nullptr).bit_blast(power, &whole);
+  bv::StandardClausifier(&terms).bit_blast(power, &whole);
   std::cout << "in two parts and in one: " << (sink.clauses() == whole.clauses() ? "the same" : "different")
             << " number of clauses\n";
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-// The SAT solver of the examples: unit propagation and chronological search, on signed integers. It knows nothing of
-// terms, and stands for the solver that you have.
+// The SAT solver of the examples: unit propagation and chronological search, on signed integers. It knows
+// nothing of terms, and stands for the solver that you have.
 
 #include <cstddef>
 #include <cstdlib>

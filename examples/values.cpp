@@ -1,10 +1,10 @@
-// From a solver's assignment back to the values of words: get_bits gives a term's literals, element 0 the least
-// significant, and the solver says which of them are true.
+// From a solver's assignment back to the values of words: get_bits gives a term's literals, element 0 the
+// least significant, and the solver says which of them are true.
 
 #include <iostream>
 
 #include "toysolver.h"
-#include "vell/bv/wordclausifier.h"
+#include "vell/bv/standardclausifier.h"
 
 using namespace vell;
 
@@ -18,7 +18,8 @@ class ToySink : public bv::ClauseSink {
   ToySolver solver;
 };
 
-// A literal may be the constant 1 or -1; here the solver has a variable for it, another sink tests is_constant first.
+// A literal may be the constant 1 or -1; here the solver has a variable for it, another sink tests
+// is_constant first.
 std::uint64_t value(bv::BvLitList const& bits, ToySolver const& solver) {
   std::uint64_t word = 0;
   for (std::size_t i = 0; i < bits.size(); ++i)
@@ -29,7 +30,7 @@ std::uint64_t value(bv::BvLitList const& bits, ToySolver const& solver) {
 int main() {
   TermManager terms;
   ToySink sink;
-  bv::WordClausifier clausifier(&terms, nullptr);
+  bv::StandardClausifier clausifier(&terms);
 
   // All ways to write 21 as a product of words of five bits that does not overflow, the smaller factor first.
   Type const* word = terms.bv_type(5);
@@ -37,7 +38,8 @@ int main() {
   Term_ const* y = terms.mk_variable("y", word);
   auto wide = [&](Term_ const* t) { return terms.mk_app(SymbolTag::bv_zero_extend, {t}, 5); };
   Term_ const* product = terms.mk_app(SymbolTag::bv_mul, {wide(x), wide(y)});
-  bv::BvLit const equal = clausifier.bit_blast(terms.mk_app(SymbolTag::equal, {product, terms.mk_bv(21, 10)}), &sink);
+  bv::BvLit const equal =
+      clausifier.bit_blast(terms.mk_app(SymbolTag::equal, {product, terms.mk_bv(21, 10)}), &sink);
   bv::BvLit const order = clausifier.bit_blast(terms.mk_app(SymbolTag::bv_ule, {x, y}), &sink);
 
   bv::BvLitList x_bits;

@@ -26,7 +26,8 @@ class BooleansTest : public ClausifierTest {
 // ---- not ----
 
 TEST_F(BooleansTest, NotFlipsTheSignWithoutAGate) {
-  for (auto const& [child, expected] : {std::pair{7, -7}, std::pair{-7, 7}, std::pair{T, F}, std::pair{F, T}}) {
+  for (auto const& [child, expected] :
+       {std::pair{7, -7}, std::pair{-7, 7}, std::pair{T, F}, std::pair{F, T}}) {
     Term_ const* t = apply(SymbolTag::bool_not, {child});
     c.bool_not(&sink, t);
     EXPECT_EQ(bits(t), (BvLitList{expected}));
@@ -103,7 +104,8 @@ TEST_F(BooleansTest, OnlyBitZeroOfAChildIsRead) {
   Term_ const* no = bv_var("y", BvLitList{F, T});
   Term_ const* b = bool_var("b", 5);
   auto const literal = [&](WordClausifier::Handler handler, std::vector<Term_ const*> const& children) {
-    Term_ const* t = raw_term(SymbolTag::none, tm.bool_type, children, "t" + std::to_string(inspect.trail().size()));
+    Term_ const* t =
+        raw_term(SymbolTag::none, tm.bool_type, children, "t" + std::to_string(inspect.trail().size()));
     (c.*handler)(&sink, t);
     return bits(t);
   };

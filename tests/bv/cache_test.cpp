@@ -138,8 +138,8 @@ TEST_F(CacheTest, HandlersOfArithmeticReadByPlainLookUp) {
     cache(t, {literal, literal + 1});
     literal += 2;
   }
-  // The next insertion grows the table, so a child read by one would. Every handler is stopped between its reading and
-  // its own insertion.
+  // The next insertion grows the table, so a child read by one would. Every handler is stopped between its
+  // reading and its own insertion.
   for (SymbolTag::tag tag : {SymbolTag::bv_add, SymbolTag::bv_sub, SymbolTag::bv_mul, SymbolTag::bv_ult,
                              SymbolTag::bv_ule, SymbolTag::bv_slt, SymbolTag::bv_sle, SymbolTag::equal,
                              SymbolTag::equal_noproxy, SymbolTag::bv_neg}) {
@@ -348,9 +348,11 @@ TEST_F(CacheTest, BacktrackingNeitherTracesNorAsks) {
 // ---- destruction ----
 
 TEST_F(CacheTest, TheDestructorReleasesEverything) {
-  // Nodes and list headers lie in chunks of the pools: under AddressSanitizer a chunk that stayed would be told.
+  // Nodes and list headers lie in chunks of the pools: under AddressSanitizer a chunk that stayed would be
+  // told.
   std::vector<Term_ const*> terms;
-  for (int i = 0; i < 3000; ++i) terms.push_back(bv_var("x" + std::to_string(i), static_cast<std::uint64_t>(i % 70 + 1)));
+  for (int i = 0; i < 3000; ++i)
+    terms.push_back(bv_var("x" + std::to_string(i), static_cast<std::uint64_t>(i % 70 + 1)));
   terms.push_back(tm.mk_variable("f", tm.fp_type(8, 23)));  // met by the floating-point layer
   events.reserve(200'000);
   sink.lits.reserve(10);

@@ -38,8 +38,12 @@ class ComparatorsTest : public ClausifierTest {
     EXPECT_EQ(result.size(), 1u);
     return result.at(0);
   }
-  BvLit ule(BvLitList x, BvLitList y, BvLit out = 0) { return run(ule_circuit, std::move(x), std::move(y), out); }
-  BvLit ult(BvLitList x, BvLitList y, BvLit out = 0) { return run(ult_circuit, std::move(x), std::move(y), out); }
+  BvLit ule(BvLitList x, BvLitList y, BvLit out = 0) {
+    return run(ule_circuit, std::move(x), std::move(y), out);
+  }
+  BvLit ult(BvLitList x, BvLitList y, BvLit out = 0) {
+    return run(ult_circuit, std::move(x), std::move(y), out);
+  }
 
   // Stage 1 over (a, b) on top of a stage 0 of 2 and 3, whose literal is 100. Forgets the events of stage 0.
   void expect_second_stage(Circuit circuit, BvLit a, BvLit b, BvLit result, std::string const& expected) {
@@ -170,6 +174,50 @@ TEST_F(ComparatorsTest, UltTracesAFoldedStageOnce) {
         3 "bit ite "
         4 "i = 1 x = ~2 y = F w = 1 v = 98"
       )");
+}
+
+TEST_F(ComparatorsTest, UltTracesFromWhereTheSinkRaisesTheVerbosity) {
+  struct RaisingSink : RecordingSink {
+    RaisingSink(Events& events, Logger& logger) : RecordingSink(events), logger(logger) {}
+    Logger& logger;
+    int calls = 0;
+    BvLit new_lit() override {
+      logger.set_verbosity(calls++ == 0 ? 4 : 3);
+      return RecordingSink::new_lit();
+    }
+    void add_clause() override {
+      RecordingSink::add_clause();
+      if (clauses.size() == 8) logger.set_verbosity(4);
+    }
+  };
+  logger.set_verbosity(3);
+  RaisingSink raising(events, logger);
+  BvLitList x{2, 4};
+  BvLitList y{3, 5};
+  EXPECT_EQ(take(c.word_ult(&raising, &x, &y, 0)), (BvLitList{101}));
+  EXPECT_EVENTS(R"(
+    log "wordt ult "
+    new 100
+    log "i = 0 x = 0 y = 1 w = F v = 98"
+    clauses 2 3 -1 -100 | 2 3 1 100 | 2 -3 100 | -2 3 -100 | -2 -3 -1 -100 | -2 -3 1 100
+    log "1; BV:Word clausifier - 2; BV:Word clausifier - 3; BV:Word clausifier - 4; BV:Word clausifier - 5; BV:Word clausifier - 6; BV:Word clausifier - i = 0 x = 0 y = 1 w = F v = 98"
+    new 101
+    clauses 4 5 100 -101 | 4 5 -100 101 | 4 -5 101 | -4 5 -101 | -4 -5 100 -101 | -4 -5 -100 101
+    log "3; BV:Word clausifier - 4; BV:Word clausifier - 5; BV:Word clausifier - 6; BV:Word clausifier - i = 1 x = 2 y = 3 w = 98 v = 99"
+  )");
+}
+
+TEST_F(ComparatorsTest, SignOfTheSecondOperandStandsWhereTheFirstOneHasIts) {
+  for (SymbolTag::tag const tag : {SymbolTag::bv_slt, SymbolTag::bv_sle}) {
+    Term_ const* t =
+        raw_term(tag, tm.bool_type, {bv_var("x", BvLitList{T, 4}), bv_var("y", BvLitList{T, 5, 6, 7})});
+    sink.next = 100;
+    c.bit_blast(t, &sink);
+    std::vector<BvLitList> const& all = sink.clauses;
+    ASSERT_GE(all.size(), 6u);
+    EXPECT_EQ(all[all.size() - 2], (BvLitList{-4, 5, bits(t)[0]}));
+    EXPECT_EQ(all[all.size() - 1], (BvLitList{4, -5, -bits(t)[0]}));
+  }
 }
 
 TEST_F(ComparatorsTest, UltMarkersAreOfLevelFour) {

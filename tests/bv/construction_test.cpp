@@ -30,15 +30,24 @@ struct TableEntry {
 
 std::vector<TableEntry> handler_table() {
   using W = WordClausifier;
-  return {{17, &W::word_not},       {19, &W::word_or},      {18, &W::word_and},    {20, &W::word_xor},
-          {35, &W::word_lsr},       {36, &W::word_asr},     {34, &W::word_lsl},    {37, &W::word_rol},
-          {38, &W::word_ror},       {16, &W::word_sel},     {15, &W::word_concat}, {39, &W::word_zext},
-          {40, &W::word_sext},      {26, &W::word_neg},     {27, &W::word_add},    {28, &W::word_sub},
-          {29, &W::word_mul},       {31, &W::word_sdiv},    {33, &W::word_srem},   {30, &W::word_udiv},
-          {32, &W::word_urem},      {21, &W::word_ult},     {23, &W::word_ule},    {22, &W::word_slt},
-          {24, &W::word_sle},       {25, &W::word_equal_noproxy}, {12, &W::word_equal}, {5, &W::bool_not},
-          {3, &W::bool_and},        {4, &W::bool_or},       {2, &W::bool_false},   {1, &W::bool_true},
-          {6, &W::bool_iff},        {60, &W::fp_to_sbv},    {61, &W::fp_to_ubv},   {62, &W::fp_as_ieeebv}};
+  return {{17, &W::word_not},    {19, &W::word_or},
+          {18, &W::word_and},    {20, &W::word_xor},
+          {35, &W::word_lsr},    {36, &W::word_asr},
+          {34, &W::word_lsl},    {37, &W::word_rol},
+          {38, &W::word_ror},    {16, &W::word_sel},
+          {15, &W::word_concat}, {39, &W::word_zext},
+          {40, &W::word_sext},   {26, &W::word_neg},
+          {27, &W::word_add},    {28, &W::word_sub},
+          {29, &W::word_mul},    {31, &W::word_sdiv},
+          {33, &W::word_srem},   {30, &W::word_udiv},
+          {32, &W::word_urem},   {21, &W::word_ult},
+          {23, &W::word_ule},    {22, &W::word_slt},
+          {24, &W::word_sle},    {25, &W::word_equal_noproxy},
+          {12, &W::word_equal},  {5, &W::bool_not},
+          {3, &W::bool_and},     {4, &W::bool_or},
+          {2, &W::bool_false},   {1, &W::bool_true},
+          {6, &W::bool_iff},     {60, &W::fp_to_sbv},
+          {61, &W::fp_to_ubv},   {62, &W::fp_as_ieeebv}};
 }
 
 TEST_F(ConstructionTest, HookTableHas36HandlersIn63Entries) {
@@ -71,15 +80,21 @@ TEST_F(ConstructionTest, FreshState) {
 
 TEST_F(ConstructionTest, InterfaceOperationsInTheirSlots) {
   using I = WordClausifierInterface;
-  std::ptrdiff_t const slots[] = {
-      virtual_slot(&I::set_logger),          virtual_slot(&I::set_termination_test),
-      virtual_slot(&I::is_cached),           virtual_slot(&I::get_bits),
-      virtual_slot(&I::bit_blast),           virtual_slot(&I::set_bits),
-      virtual_slot(&I::retract_upto),        virtual_slot(&I::bit_blast_theory_eq),
-      virtual_slot(&I::notify_interface_term), virtual_slot(&I::is_terminal),
-      virtual_slot(&I::push_backtrack_point), virtual_slot(&I::pop_backtrack_point),
-      virtual_slot(&I::set_fp_combination),  virtual_slot(&I::get_new_fp_terms),
-      virtual_slot(&I::make_bits)};
+  std::ptrdiff_t const slots[] = {virtual_slot(&I::set_logger),
+                                  virtual_slot(&I::set_termination_test),
+                                  virtual_slot(&I::is_cached),
+                                  virtual_slot(&I::get_bits),
+                                  virtual_slot(&I::bit_blast),
+                                  virtual_slot(&I::set_bits),
+                                  virtual_slot(&I::retract_upto),
+                                  virtual_slot(&I::bit_blast_theory_eq),
+                                  virtual_slot(&I::notify_interface_term),
+                                  virtual_slot(&I::is_terminal),
+                                  virtual_slot(&I::push_backtrack_point),
+                                  virtual_slot(&I::pop_backtrack_point),
+                                  virtual_slot(&I::set_fp_combination),
+                                  virtual_slot(&I::get_new_fp_terms),
+                                  virtual_slot(&I::make_bits)};
   for (std::size_t i = 0; i < std::size(slots); ++i)
     EXPECT_EQ(slots[i], static_cast<std::ptrdiff_t>(i) + 2) << i;  // behind the two entries of the destructor
   EXPECT_TRUE(std::has_virtual_destructor_v<I>);

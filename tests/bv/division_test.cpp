@@ -1,5 +1,5 @@
-// Unsigned and signed division: the order of every circuit within a stage, the treatment of zero divisors, and the
-// handlers with their traces and lists.
+// Unsigned and signed division: the order of every circuit within a stage, the treatment of zero divisors,
+// and the handlers with their traces and lists.
 
 #include "tests/support/clausifiertest.h"
 #include "tests/support/meaning.h"
@@ -15,7 +15,8 @@ using bv::WordClausifier;
 constexpr BvLit T = bv::l_true;
 constexpr BvLit F = bv::l_false;
 
-constexpr SymbolTag::tag tags[] = {SymbolTag::bv_udiv, SymbolTag::bv_urem, SymbolTag::bv_sdiv, SymbolTag::bv_srem};
+constexpr SymbolTag::tag tags[] = {SymbolTag::bv_udiv, SymbolTag::bv_urem, SymbolTag::bv_sdiv,
+                                   SymbolTag::bv_srem};
 
 bool is_signed(SymbolTag::tag tag) { return tag == SymbolTag::bv_sdiv || tag == SymbolTag::bv_srem; }
 bool is_quotient(SymbolTag::tag tag) { return tag == SymbolTag::bv_udiv || tag == SymbolTag::bv_sdiv; }
@@ -109,10 +110,52 @@ TEST_F(DivisionTest, UnsignedCircuitStageByStage) {
     }
 }
 
+// 200 / 7 in eight bits into lists that are longer: what is not theirs is left alone in q and false in r.
+TEST_F(DivisionTest, LongerResultsKeepTheirLengths) {
+  for (std::size_t const more : {1, 2, 9}) {
+    BvLitList a = word(200, 8);
+    BvLitList b = word(7, 8);
+    BvLitList q(8 + more, 9);
+    BvLitList r(8 + more, T);
+    c.word_udiv_simple(&sink, &a, &b, &q, &r, true);
+    BvLitList expected_q = word(200 / 7, 8);
+    expected_q.resize(8 + more, 9);
+    EXPECT_EQ(q, expected_q);
+    EXPECT_EQ(r, word(200 % 7, 8 + more));
+    q.assign(8 + more, F);
+    r.assign(8 + more, F);
+    a = word(-100, 8);
+    c.word_sdiv_simple(&sink, &a, &b, &q, &r);
+    for (std::size_t i = 0; i < 8; ++i) {
+      EXPECT_EQ(q[i], word(-100 / 7, 8)[i]) << i;
+      EXPECT_EQ(r[i], word(-100 % 7, 8)[i]) << i;
+    }
+    EXPECT_EQ(q.size(), 8 + more);
+    EXPECT_EQ(r.size(), 8 + more);
+  }
+  EXPECT_NO_EVENTS();
+  // The clauses are those of results of the right length.
+  auto const clauses = [&](std::size_t length) {
+    BvLitList a{2, 3, 4};
+    BvLitList b{5, 6, 7};
+    BvLitList q(length, 0);
+    BvLitList r(length, 0);
+    sink.next = 100;
+    sink.clauses.clear();
+    c.word_udiv_simple(&sink, &a, &b, &q, &r, true);
+    EXPECT_EQ(r.size(), length);
+    r.resize(3);
+    sink.clauses.push_back(r);
+    return sink.clauses;
+  };
+  EXPECT_EQ(clauses(5), clauses(3));
+  EXPECT_EQ(stray_lists(c), 0);
+}
+
 TEST_F(DivisionTest, UnsignedCircuitAtWidth33) {
   std::mt19937 random(6);
-  ASSERT_TRUE(same_circuit(Circuit::udiv, random_word(random, 33, 0.1), random_word(random, 33, 0.1), BvLitList(33, 0),
-                           BvLitList(33, 0), "width 33"));
+  ASSERT_TRUE(same_circuit(Circuit::udiv, random_word(random, 33, 0.1), random_word(random, 33, 0.1),
+                           BvLitList(33, 0), BvLitList(33, 0), "width 33"));
 }
 
 // One stage: the quotient bit is the literal of b <= a, then come mask, negation and addition.

@@ -1,5 +1,5 @@
-// The array of controlled add/subtract cells, as it behaves: gate by gate, and what its two writes into the dividend
-// register make of its results.
+// The array of controlled add/subtract cells, as it behaves: gate by gate, and what its two writes into the
+// dividend register make of its results.
 
 #include "tests/support/clausifiertest.h"
 #include "tests/support/streamtest.h"
@@ -129,8 +129,8 @@ TEST_F(DivisionArrayTest, ShowsTheExtendedDividend) {
   EXPECT_EQ(events[1], "log \"[ F, F, 2, 1, 0 ] /s [ 5, 4, 3 ]\"");
 }
 
-// The row result written over the low dividend bits hides them from the later rows: quotient and remainder depend on
-// the dividend's sign and on the divisor alone.
+// The row result written over the low dividend bits hides them from the later rows: quotient and remainder
+// depend on the dividend's sign and on the divisor alone.
 TEST_F(DivisionArrayTest, ResultsDependOnTheSignOfTheDividendAndOnTheDivisor) {
   for (std::size_t n = 2; n <= 5; ++n) {
     unsigned const half = 1u << (n - 1);

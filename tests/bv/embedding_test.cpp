@@ -1,4 +1,5 @@
-// The program that docs/embedding.md shows in pieces. Each piece of the page stands here as it is, up to indentation.
+// The program that docs/embedding.md shows in pieces. Each piece of the page stands here as it is, up to
+// indentation.
 
 #include <gtest/gtest.h>
 
@@ -12,8 +13,9 @@
 #include <vector>
 
 #include "tests/support/markdown.h"
-#include "vell/bv/wordclausifier.h"
+#include "vell/bv/standardclausifier.h"
 #include "vell/terms/termmanager.h"
+#include "vell/terms/theory.h"
 
 namespace vell::test {
 namespace {
@@ -39,7 +41,8 @@ class Solver {
     for (;;) {
       if (propagate(trail)) {
         int free = 1;
-        while (free < static_cast<int>(values_.size()) && values_[static_cast<std::size_t>(free)] != 0) ++free;
+        while (free < static_cast<int>(values_.size()) && values_[static_cast<std::size_t>(free)] != 0)
+          ++free;
         if (free == static_cast<int>(values_.size())) return true;
         levels.push_back(trail.size());
         assign(-free, trail);
@@ -128,9 +131,9 @@ class FlagTest : public TerminationTest {
 
 constexpr auto majority = static_cast<SymbolTag::tag>(64);
 
-class MyClausifier : public bv::WordClausifier {
+class MyClausifier : public bv::StandardClausifier {
  public:
-  explicit MyClausifier(TermManager* terms) : WordClausifier(terms, nullptr) {
+  explicit MyClausifier(TermManager* terms) : StandardClausifier(terms) {
     register_hook(majority, static_cast<Handler>(&MyClausifier::bool_majority));
   }
 
@@ -167,11 +170,13 @@ TEST(Embedding, TranslateSolveReadBacktrack) {
   Term_ const* low = terms.mk_app(SymbolTag::bv_extract, {sum}, 3, 0);  // bits 3 to 0
   Term_ const* goal = terms.mk_app(SymbolTag::equal, {low, terms.mk_bv(9, 4)});
 
+  Term_ const* differ = mk_app(terms, "distinct", {x, y, sum});
+  Term_ const* wide = mk_app(terms, "repeat", {x}, {2});
+  Term_ const* overflow = mk_app(terms, "bvumulo", {x, y});
+
   Solver solver;
   SolverSink sink(solver);
-  bv::WordClausifier clausifier(&terms, nullptr);
-  Logger logger;
-  clausifier.set_logger(&logger);
+  bv::StandardClausifier clausifier(&terms);
 
   bv::BvLit const g = clausifier.bit_blast(goal, &sink);
   bool const sat = solver.solve({g});
@@ -187,11 +192,19 @@ TEST(Embedding, TranslateSolveReadBacktrack) {
   clausifier.pop_backtrack_point();
 
   EXPECT_TRUE(wraps);
+  bv::BvLit const o = clausifier.bit_blast(overflow, &sink);
+  bv::BvLit const d = clausifier.bit_blast(differ, &sink);
+  EXPECT_TRUE(solver.solve({o, d}));
+  std::uint64_t const vx = value_of(solver, clausifier, x);
+  std::uint64_t const vy = value_of(solver, clausifier, y);
+  EXPECT_GT(vx * vy, 255u);
+  EXPECT_TRUE(vx != vy && vx != 0 && vy != 0);
+  clausifier.bit_blast(wide, &sink);
+  EXPECT_TRUE(solver.solve({o, d}));
+  EXPECT_EQ(value_of(solver, clausifier, wide), 257 * value_of(solver, clausifier, x));
   EXPECT_TRUE(clausifier.is_cached(sum));
   EXPECT_FALSE(clausifier.is_cached(terms.mk_app(SymbolTag::bv_ult, {sum, x})));
 
-  clausifier.register_hook(SymbolTag::bool_ite, &bv::WordClausifier::bool_ite);
-  clausifier.register_hook(SymbolTag::term_ite, &bv::WordClausifier::word_ite);
   Term_ const* choice = terms.mk_app(SymbolTag::term_ite, {goal, x, y});
   Term_ const* is_y = terms.mk_app(SymbolTag::equal, {choice, y});
   Term_ const* is_x = terms.mk_app(SymbolTag::equal, {choice, x});
@@ -223,8 +236,6 @@ TEST(Embedding, OperatorOfItsOwn) {
   Solver solver;
   SolverSink sink(solver);
   MyClausifier clausifier(&terms);
-  Logger logger;
-  clausifier.set_logger(&logger);
   bv::BvLit const m = clausifier.bit_blast(most, &sink);
   bv::BvLit const la = clausifier.bit_blast(a, &sink);
   bv::BvLit const lb = clausifier.bit_blast(b, &sink);
@@ -242,9 +253,7 @@ TEST(Embedding, FloatingPointLayer) {
   Solver solver;
   SolverSink sink(solver);
   FpLayer layer(sink);
-  bv::WordClausifier clausifier(&terms, nullptr);
-  Logger logger;
-  clausifier.set_logger(&logger);
+  bv::StandardClausifier clausifier(&terms);
   clausifier.set_fp_combination(&layer);
   EXPECT_TRUE(solver.solve({clausifier.bit_blast(one, &sink)}));
   EXPECT_TRUE(layer.is_encoded(f));

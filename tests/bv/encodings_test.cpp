@@ -1,7 +1,7 @@
 // Holds docs/encodings.md to the code: sizes, clauses, foldings and examples of conversions are measured.
 //
-// Every row of a table of sizes must be met by a measurement, and every measurement by exactly one row; the same goes
-// for the blocks of clauses.
+// Every row of a table of sizes must be met by a measurement, and every measurement by exactly one row; the
+// same goes for the blocks of clauses.
 
 #include <gtest/gtest.h>
 
@@ -47,7 +47,9 @@ bool admits(std::string const& widths, std::int64_t n) {
       ADD_FAILURE() << "no condition: " << condition;
       return false;
     }
-    bool const holds = relation == "=" ? n == bound : relation == ">=" ? n >= bound : relation == "<=" && n <= bound;
+    bool const holds = relation == "="    ? n == bound
+                       : relation == ">=" ? n >= bound
+                                          : relation == "<=" && n <= bound;
     if (!holds) return false;
   }
   return true;
@@ -63,7 +65,8 @@ std::vector<SizeRow> size_rows() {
   std::vector<SizeRow> rows;
   std::vector<std::string> const columns = {"Widths", "Clauses", "Fresh literals", "Literals"};
   for (MarkdownTable const& table : encodings().tables) {
-    if (table.header.size() != 5 || !std::equal(columns.begin(), columns.end(), table.header.begin() + 1)) continue;
+    if (table.header.size() != 5 || !std::equal(columns.begin(), columns.end(), table.header.begin() + 1))
+      continue;
     for (MarkdownTable::Row const& row : table.rows) {
       EXPECT_EQ(row.cells.size(), 5u) << "line " << row.line;
       if (row.cells.size() == 5)
@@ -80,14 +83,16 @@ std::int64_t value_of(std::string const& formula, Variables const& variables, in
 }
 
 // Compares one measured cost with the row that speaks for it.
-void compare(std::vector<SizeRow>& rows, std::string const& name, Variables const& variables, Cost const& measured) {
+void compare(std::vector<SizeRow>& rows, std::string const& name, Variables const& variables,
+             Cost const& measured) {
   std::int64_t const n = variables.at("n");
   int found = 0;
   for (SizeRow& row : rows) {
     if (row.name != name || !admits(row.widths, n)) continue;
     ++found;
     row.met = true;
-    Cost const documented = {value_of(row.clauses, variables, row.line), value_of(row.fresh, variables, row.line),
+    Cost const documented = {value_of(row.clauses, variables, row.line),
+                             value_of(row.fresh, variables, row.line),
                              value_of(row.literals, variables, row.line)};
     ASSERT_EQ(documented, measured) << "docs/encodings.md:" << row.line << ": " << name << " at n = " << n;
   }
@@ -120,7 +125,8 @@ TEST(Encodings, SizesAreTheMeasuredOnes) {
     if (HasFatalFailure()) return;
   }
   for (SizeRow const& row : rows)
-    EXPECT_TRUE(row.met) << "docs/encodings.md:" << row.line << ": nothing measures " << row.name << ", " << row.widths;
+    EXPECT_TRUE(row.met) << "docs/encodings.md:" << row.line << ": nothing measures " << row.name << ", "
+                         << row.widths;
 }
 
 TEST(Encodings, AnUnsignedConversionCostsWhatASignedOneOfOneBitMoreDoes) {
@@ -153,8 +159,10 @@ std::map<std::string, ClauseBlock> const& clause_blocks() {
       f(l, x, y);
     };
   };
-  auto const ule = words([](Lab& l, BvLitList& x, BvLitList& y) { l.c.release(l.c.word_ule(&l.sink, &x, &y, 0)); });
-  auto const ult = words([](Lab& l, BvLitList& x, BvLitList& y) { l.c.release(l.c.word_ult(&l.sink, &x, &y, 0)); });
+  auto const ule =
+      words([](Lab& l, BvLitList& x, BvLitList& y) { l.c.release(l.c.word_ule(&l.sink, &x, &y, 0)); });
+  auto const ult =
+      words([](Lab& l, BvLitList& x, BvLitList& y) { l.c.release(l.c.word_ult(&l.sink, &x, &y, 0)); });
   auto const equal = words([](Lab& l, BvLitList& x, BvLitList& y) { l.c.word_equal(&l.sink, &x, &y, 0); });
   static std::map<std::string, ClauseBlock> const blocks = {
       {"bit_and", {{"a", "b"}, {"x"}, 0, 3, [](Lab& l) { l.c.bit_and(&l.sink, 2, 3); }}},
@@ -162,7 +170,11 @@ std::map<std::string, ClauseBlock> const& clause_blocks() {
       {"bit_xor", {{"a", "b"}, {"x"}, 0, 4, [](Lab& l) { l.c.bit_xor(&l.sink, 2, 3); }}},
       {"bit_ite", {{"c", "t", "e"}, {"x"}, 0, 4, [](Lab& l) { l.c.bit_ite(&l.sink, 2, 3, 4); }}},
       {"full_adder",
-       {{"a", "b", "c"}, {"s", "k"}, 0, 14, [](Lab& l) {
+       {{"a", "b", "c"},
+        {"s", "k"},
+        0,
+        14,
+        [](Lab& l) {
           BvLit sum, carry;
           l.c.full_adder(&l.sink, sum, carry, 2, 3, 4);
         }}},
@@ -172,20 +184,32 @@ std::map<std::string, ClauseBlock> const& clause_blocks() {
       {"word_equal stage", {{"x0", "y0", "a", "b"}, {"r", "v"}, 4, 5, equal}},
       // The last operand is translated first.
       {"signs",
-       {{"b", "a"}, {"c", "o"}, 6, 6, [](Lab& l) {
+       {{"b", "a"},
+        {"c", "o"},
+        6,
+        6,
+        [](Lab& l) {
           Type const* bit = l.tm.bv_type(1);
           l.blast(l.make(SymbolTag::bv_slt, {l.tm.mk_variable("x", bit), l.tm.mk_variable("y", bit)}));
         }}},
       // The comparison of x with 0 takes one literal, -x, which is not the atom's.
       {"tie",
-       {{"r", "atom"}, {}, 0, 2, [](Lab& l) {
+       {{"r", "atom"},
+        {},
+        0,
+        2,
+        [](Lab& l) {
           l.sink.atom = 3;
           Term_ const* x = l.tm.mk_variable("x", l.tm.bv_type(1));
           l.c.set_bits(x, &l.sink, {2});
           l.blast(l.make(SymbolTag::equal, {l.tm.mk_bv(1, 1), x}));
         }}},
       {"bit_blast_theory_eq",
-       {{"a", "b", "lit"}, {"e"}, 4, 2, [](Lab& l) {
+       {{"a", "b", "lit"},
+        {"e"},
+        4,
+        2,
+        [](Lab& l) {
           Type const* bit = l.tm.bv_type(1);
           Term_ const* x = l.tm.mk_variable("x", bit);
           Term_ const* y = l.tm.mk_variable("y", bit);
@@ -194,13 +218,21 @@ std::map<std::string, ClauseBlock> const& clause_blocks() {
           l.c.bit_blast_theory_eq(4, x, y, &l.sink);
         }}},
       {"set_bits",
-       {{"x", "b"}, {}, 0, 2, [](Lab& l) {
+       {{"x", "b"},
+        {},
+        0,
+        2,
+        [](Lab& l) {
           Term_ const* x = l.tm.mk_variable("x", l.tm.bv_type(1));
           l.c.set_bits(x, &l.sink, {2});
           l.c.set_bits(x, &l.sink, {3});
         }}},
       {"make_bits",
-       {{"x"}, {"y"}, 0, 2, [](Lab& l) {
+       {{"x"},
+        {"y"},
+        0,
+        2,
+        [](Lab& l) {
           Term_ const* x = l.tm.mk_variable("x", l.tm.bv_type(1));
           l.c.set_bits(x, &l.sink, {2});
           BvLitList out;
@@ -248,11 +280,14 @@ TEST(Encodings, ClausesAreTheEmittedOnes) {
     std::string const prefix = "clauses ";
     if (fence.info.rfind(prefix, 0) != 0) continue;
     std::string const name = fence.info.substr(prefix.size());
-    ASSERT_TRUE(clause_blocks().contains(name)) << "docs/encodings.md:" << fence.line << ": nothing emits " << name;
+    ASSERT_TRUE(clause_blocks().contains(name))
+        << "docs/encodings.md:" << fence.line << ": nothing emits " << name;
     EXPECT_TRUE(met.insert(name).second) << name << " stands there twice";
-    EXPECT_EQ(squeeze(fence.text), measured_clauses(clause_blocks().at(name))) << "docs/encodings.md:" << fence.line;
+    EXPECT_EQ(squeeze(fence.text), measured_clauses(clause_blocks().at(name)))
+        << "docs/encodings.md:" << fence.line;
   }
-  for (auto const& [name, block] : clause_blocks()) EXPECT_TRUE(met.contains(name)) << "no block for " << name;
+  for (auto const& [name, block] : clause_blocks())
+    EXPECT_TRUE(met.contains(name)) << "no block for " << name;
 }
 
 // ---- foldings ----
@@ -260,7 +295,8 @@ TEST(Encodings, ClausesAreTheEmittedOnes) {
 BvLit literal_of(std::string text) {
   bool const negative = !text.empty() && text[0] == '-';
   if (negative) text.erase(0, 1);
-  static std::map<std::string, BvLit> const literals = {{"T", 1}, {"F", -1}, {"a", 2}, {"b", 3}, {"c", 4}, {"t", 5}, {"e", 6}};
+  static std::map<std::string, BvLit> const literals = {{"T", 1}, {"F", -1}, {"a", 2}, {"b", 3},
+                                                        {"c", 4}, {"t", 5},  {"e", 6}};
   auto const found = literals.find(text);
   EXPECT_NE(found, literals.end()) << text;
   if (found == literals.end()) return 0;
@@ -315,18 +351,22 @@ TEST(Encodings, FoldingsAreTheMeasuredOnes) {
 
 // ---- examples of conversions ----
 
-// The integer that the pattern's value rounds to, in floating-point arithmetic: a double holds every value of the
-// formats of the examples exactly.
-std::string rounded_value(std::uint64_t pattern, Format const& f, int mode, bool is_signed, std::int64_t width) {
+// The integer that the pattern's value rounds to, in floating-point arithmetic: a double holds every value of
+// the formats of the examples exactly.
+std::string rounded_value(std::uint64_t pattern, Format const& f, int mode, bool is_signed,
+                          std::int64_t width) {
   std::uint64_t const last_exponent = (std::uint64_t{1} << f.e) - 1;
   std::uint64_t const fraction = pattern & ((std::uint64_t{1} << f.s) - 1);
   std::uint64_t const exponent = pattern >> f.s & last_exponent;
   if (exponent == last_exponent) return "none";
-  int const unit = static_cast<int>(std::max<std::uint64_t>(exponent, 1)) - static_cast<int>(last_exponent / 2) -
-                   static_cast<int>(f.s);
+  int const unit = static_cast<int>(std::max<std::uint64_t>(exponent, 1)) -
+                   static_cast<int>(last_exponent / 2) - static_cast<int>(f.s);
   double v = std::ldexp(static_cast<double>(fraction + (exponent == 0 ? 0 : std::uint64_t{1} << f.s)), unit);
   if ((pattern >> (f.e + f.s) & 1) != 0) v = -v;
-  double const rounded = mode == 0 ? std::nearbyint(v) : mode == 1 ? std::trunc(v) : mode == 2 ? std::ceil(v) : std::floor(v);
+  double const rounded = mode == 0   ? std::nearbyint(v)
+                         : mode == 1 ? std::trunc(v)
+                         : mode == 2 ? std::ceil(v)
+                                     : std::floor(v);
   double const lowest = is_signed ? -std::ldexp(1.0, static_cast<int>(width) - 1) : 0;
   double const end = std::ldexp(1.0, static_cast<int>(width) - (is_signed ? 1 : 0));
   if (rounded < lowest || rounded >= end) return "out of range";
@@ -334,7 +374,8 @@ std::string rounded_value(std::uint64_t pattern, Format const& f, int mode, bool
 }
 
 TEST(Encodings, ConversionExamplesAreTheComputedOnes) {
-  std::vector<std::string> const header = {"Format", "Value", "Pattern", "Mode", "Conversion", "Result", "Rounded value"};
+  std::vector<std::string> const header = {"Format",     "Value",  "Pattern",      "Mode",
+                                           "Conversion", "Result", "Rounded value"};
   int examples = 0;
   for (MarkdownTable const& table : encodings().tables) {
     if (table.header != header) continue;

@@ -1,6 +1,7 @@
 // Floating-point and rounding-mode variables and constants, with and without a floating-point layer.
 
 #include "tests/support/clausifiertest.h"
+#include "tests/support/slots.h"
 #include "tests/support/streamtest.h"
 
 namespace vell::test {
@@ -20,6 +21,29 @@ class FloatingPointTest : public ClausifierTest {
     return tm.mk_variable(name, tm.fp_type(e, s));
   }
 };
+
+// ---- the interface of the layer ----
+
+TEST_F(FloatingPointTest, ALayerNeedsTheTwoOperationsThatAreCalled) {
+  struct Layer : FpBvCombination {
+    void encode_term(Term_ const* t) override { encoded = t; }
+    void get_term_bits(Term_ const*, BvLitList* out) override { *out = {2, 3, 4}; }
+    Term_ const* encoded = nullptr;
+  } layer;
+  c.set_fp_combination(&layer);
+  Term_ const* f = fp_var("f", 1, 1);
+  c.bit_blast(f, &sink);
+  EXPECT_EQ(layer.encoded, f);
+  EXPECT_EQ(bits(f), (BvLitList{2, 3, 4}));
+  EXPECT_FALSE(layer.is_encoded(f));
+}
+
+TEST_F(FloatingPointTest, OperationsOfTheLayerInTheirSlots) {
+  // Behind the two entries of the destructor.
+  EXPECT_EQ(virtual_slot(&FpBvCombination::encode_term), 2);
+  EXPECT_EQ(virtual_slot(&FpBvCombination::is_encoded), 3);
+  EXPECT_EQ(virtual_slot(&FpBvCombination::get_term_bits), 4);
+}
 
 // ---- rounding modes ----
 

@@ -1,5 +1,5 @@
-// Conversion of floating-point values: every step of the circuit in its order, under every mode and under a variable,
-// and the three handlers. What the circuit computes is in meaning_conversion_test.cpp.
+// Conversion of floating-point values: every step of the circuit in its order, under every mode and under a
+// variable, and the three handlers. What the circuit computes is in meaning_conversion_test.cpp.
 
 #include <numeric>
 
@@ -32,7 +32,8 @@ class FpConversionTest : public ClausifierTest {
     return mode == variable_mode ? tm.mk_variable("m", tm.rounding_mode_type) : rounding_mode_term(tm, mode);
   }
 
-  // Compares one conversion with the second description. A mode that is a constant has no bits: they are not read.
+  // Compares one conversion with the second description. A mode that is a constant has no bits: they are not
+  // read.
   bool same_conversion(Kind kind, Format f, BvLitList const& value, int mode, BvLitList const& mode_bits,
                        unsigned width) {
     Term_ const* x = tm.mk_variable("x", tm.fp_type(f.e, f.s));
@@ -61,13 +62,14 @@ class FpConversionTest : public ClausifierTest {
       return std::vector<BvLitList>{result};
     };
     test.model = [&](CircuitModel& model) {
-      BvLitList result = model.fp_to_bv(f.e, f.s, value, mode, mode_bits, kind == Kind::to_ubv ? width + 1 : width);
+      BvLitList result =
+          model.fp_to_bv(f.e, f.s, value, mode, mode_bits, kind == Kind::to_ubv ? width + 1 : width);
       if (kind == Kind::to_ubv) result.pop_back();
       return std::vector<BvLitList>{result};
     };
     return expect_same_stream(tm, test,
-                              "(" + std::to_string(f.e) + "," + std::to_string(f.s) + ") mode " + std::to_string(mode) +
-                                  " width " + std::to_string(width));
+                              "(" + std::to_string(f.e) + "," + std::to_string(f.s) + ") mode " +
+                                  std::to_string(mode) + " width " + std::to_string(width));
   }
 
   static BvLitList variables(std::size_t n, BvLit first = 1000) {
@@ -88,8 +90,8 @@ TEST_F(FpConversionTest, EveryStepUnderEveryModeAndWidth) {
 
 // Where s needs more bits than the exponent has, the exponent is lengthened after the comparison with zero.
 TEST_F(FpConversionTest, LongConstantVectors) {
-  for (Format const f : {Format{1, 1}, Format{1, 2}, Format{2, 4}, Format{2, 5}, Format{2, 9}, Format{3, 8}, Format{1, 0},
-                         Format{3, 0}})
+  for (Format const f : {Format{1, 1}, Format{1, 2}, Format{2, 4}, Format{2, 5}, Format{2, 9}, Format{3, 8},
+                         Format{1, 0}, Format{3, 0}})
     for (int mode = variable_mode; mode < 4; ++mode)
       for (unsigned width : {0u, 1u, 3u, 6u, 11u})
         ASSERT_TRUE(same_conversion(Kind::circuit, f, variables(f.e + f.s + 1), mode, {20, 21}, width));
@@ -102,7 +104,8 @@ TEST_F(FpConversionTest, WithConstantAndEqualBits) {
     int const mode = static_cast<int>(random() % 5) - 1;
     unsigned const width = static_cast<unsigned>(random() % 8);
     BvLitList const value = random_word(random, f.e + f.s + 1, round % 4 * 0.25);
-    ASSERT_TRUE(same_conversion(Kind::circuit, f, value, mode, random_word(random, 2, round % 3 * 0.5), width));
+    ASSERT_TRUE(
+        same_conversion(Kind::circuit, f, value, mode, random_word(random, 2, round % 3 * 0.5), width));
   }
 }
 
@@ -122,8 +125,8 @@ TEST_F(FpConversionTest, HookTable) {
   EXPECT_EQ(hooks[62], static_cast<WordClausifier::Handler>(&WordClausifier::fp_as_ieeebv));
 }
 
-// The unsigned conversion is the signed one of one bit more without its top bit; neither handler has a trace of its
-// own, so the streams are those of the circuit.
+// The unsigned conversion is the signed one of one bit more without its top bit; neither handler has a trace
+// of its own, so the streams are those of the circuit.
 TEST_F(FpConversionTest, HandlersRunTheCircuit) {
   for (Format const f : {Format{2, 3}, Format{3, 3}, Format{4, 3}})
     for (int mode = variable_mode; mode < 4; ++mode)
@@ -195,7 +198,8 @@ TEST_F(FpConversionTest, ThroughTheDriver) {
 TEST_F(FpConversionTest, NumeralsFoldCompletely) {
   auto convert = [&](std::uint64_t pattern, int mode) {
     Term_ const* x = tm.mk_number(QNumber(static_cast<std::int64_t>(pattern)), tm.fp_type(5, 10));
-    Term_ const* t = stream_term(tm, SymbolTag::fp_to_sbv, tm.bv_type(8), {rounding_mode_term(tm, mode), x}, "t");
+    Term_ const* t =
+        stream_term(tm, SymbolTag::fp_to_sbv, tm.bv_type(8), {rounding_mode_term(tm, mode), x}, "t");
     c.bit_blast(t, &sink);
     EXPECT_NO_EVENTS();
     int value = 0;

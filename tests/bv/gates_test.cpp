@@ -57,14 +57,14 @@ TEST_F(GatesTest, NotIsNegation) {
 
 TEST_F(GatesTest, AndFolds) {
   expect_matrix(&WordClausifier::bit_and, {
-      //  T   F     2     -2     3     -3
-      {   T,  F,    2,    -2,    3,    -3},   // T
-      {   F,  F,    F,     F,    F,     F},   // F
-      {   2,  F,    2,     F, gate,  gate},   // 2
-      {  -2,  F,    F,    -2, gate,  gate},   // -2
-      {   3,  F, gate,  gate,    3,     F},   // 3
-      {  -3,  F, gate,  gate,    F,    -3},   // -3
-  });
+                                              //  T   F     2     -2     3     -3
+                                              {T, F, 2, -2, 3, -3},        // T
+                                              {F, F, F, F, F, F},          // F
+                                              {2, F, 2, F, gate, gate},    // 2
+                                              {-2, F, F, -2, gate, gate},  // -2
+                                              {3, F, gate, gate, 3, F},    // 3
+                                              {-3, F, gate, gate, F, -3},  // -3
+                                          });
 }
 
 TEST_F(GatesTest, AndClauses) {
@@ -87,14 +87,14 @@ TEST_F(GatesTest, AndPassesNoLiteralOn) {
 
 TEST_F(GatesTest, OrFolds) {
   expect_matrix(&WordClausifier::bit_or, {
-      //  T   F     2     -2     3     -3
-      {   T,  T,    T,     T,    T,     T},   // T
-      {   T,  F,    2,    -2,    3,    -3},   // F
-      {   T,  2,    2,     T, gate,  gate},   // 2
-      {   T, -2,    T,    -2, gate,  gate},   // -2
-      {   T,  3, gate,  gate,    3,     T},   // 3
-      {   T, -3, gate,  gate,    T,    -3},   // -3
-  });
+                                             //  T   F     2     -2     3     -3
+                                             {T, T, T, T, T, T},          // T
+                                             {T, F, 2, -2, 3, -3},        // F
+                                             {T, 2, 2, T, gate, gate},    // 2
+                                             {T, -2, T, -2, gate, gate},  // -2
+                                             {T, 3, gate, gate, 3, T},    // 3
+                                             {T, -3, gate, gate, T, -3},  // -3
+                                         });
 }
 
 TEST_F(GatesTest, OrClauses) {
@@ -113,14 +113,14 @@ TEST_F(GatesTest, OrTestsEqualInputsBeforeComplementaryOnes) {
 
 TEST_F(GatesTest, XorFolds) {
   expect_matrix(&WordClausifier::bit_xor, {
-      //  T   F     2     -2     3     -3
-      {   F,  T,   -2,     2,   -3,     3},   // T
-      {   T,  F,    2,    -2,    3,    -3},   // F
-      {  -2,  2,    F,     T, gate,  gate},   // 2
-      {   2, -2,    T,     F, gate,  gate},   // -2
-      {  -3,  3, gate,  gate,    F,     T},   // 3
-      {   3, -3, gate,  gate,    T,     F},   // -3
-  });
+                                              //  T   F     2     -2     3     -3
+                                              {F, T, -2, 2, -3, 3},       // T
+                                              {T, F, 2, -2, 3, -3},       // F
+                                              {-2, 2, F, T, gate, gate},  // 2
+                                              {2, -2, T, F, gate, gate},  // -2
+                                              {-3, 3, gate, gate, F, T},  // 3
+                                              {3, -3, gate, gate, T, F},  // -3
+                                          });
 }
 
 TEST_F(GatesTest, XorClauses) {
@@ -142,12 +142,12 @@ TEST_F(GatesTest, IteFoldsByFiveRulesAndNoOther) {
     for (BvLit t : inputs)
       for (BvLit e : inputs) {
         SCOPED_TRACE(std::to_string(condition) + " ? " + std::to_string(t) + " : " + std::to_string(e));
-        BvLit const folded = condition == F           ? e
-                             : condition == T         ? t
-                             : e == t                 ? e
-                             : (t == T && e == F)     ? condition
-                             : (t == F && e == T)     ? -condition
-                                                      : gate;
+        BvLit const folded = condition == F       ? e
+                             : condition == T     ? t
+                             : e == t             ? e
+                             : (t == T && e == F) ? condition
+                             : (t == F && e == T) ? -condition
+                                                  : gate;
         sink.next = gate;
         EXPECT_EQ(c.bit_ite(&sink, condition, t, e), folded);
         EXPECT_EQ(events.size(), folded == gate ? 5u : 0u);

@@ -17,6 +17,21 @@ using bv::WordClausifier;
 
 class InterfaceTest : public ClausifierTest {};
 
+// ---- what the caller promises ----
+
+#ifndef NDEBUG
+TEST_F(InterfaceTest, BrokenPromisesAreAsserted) {
+  BvLitList out;
+  EXPECT_DEATH(c.make_bits(bv_var("x", 3), out, &sink), "old != nullptr");
+  EXPECT_DEATH(c.pop_backtrack_point(), "trail");
+  c.bit_blast(bv_var("y", 3), &sink);
+  EXPECT_DEATH(c.pop_backtrack_point(), "trail");
+  EXPECT_DEATH(c.retract_upto(bv_var("z", 3)), "trail");
+  c.push_backtrack_point();
+  c.pop_backtrack_point();
+}
+#endif
+
 // ---- get_bits ----
 
 TEST_F(InterfaceTest, GetBitsOfAnUnknownTermLeavesTheOutputAlone) {
@@ -39,6 +54,26 @@ TEST_F(InterfaceTest, GetBitsCopies) {
 }
 
 // ---- set_bits ----
+
+TEST_F(InterfaceTest, SetBitsAsksWhetherTheTermIsCached) {
+  struct Forgetful : WordClausifier {
+    using WordClausifier::WordClausifier;
+    bool is_cached(Term_ const* t) override { return t != unknown && WordClausifier::is_cached(t); }
+    Term_ const* unknown = nullptr;
+  };
+  Forgetful w(&tm, &config);
+  w.set_logger(&logger);
+  Term_ const* x = bv_var("x", 2);
+  w.set_bits(x, &sink, {2, 3});
+  w.unknown = x;
+  BvLitList* const first = w.lookup(x);
+  w.set_bits(x, &sink, {4, 5});
+  EXPECT_NO_EVENTS();
+  BvLitList out;
+  EXPECT_TRUE(w.get_bits(x, out));
+  EXPECT_EQ(out, (BvLitList{4, 5}));
+  w.release(first);
+}
 
 TEST_F(InterfaceTest, SetBitsOfAnUnknownTermCachesThem) {
   Term_ const* x = bv_var("x", 3);
@@ -219,7 +254,8 @@ TEST_F(InterfaceTest, ApplicationsWithoutATagAreTerminalWhereUninterpreted) {
   Term_ const* children[] = {x};
   auto apply = [&](SymbolTag::tag tag, Symbol::Role role) {
     return tm.mk_term(
-        tm.make_symbol({.name = "f", .arity = 1, .output_type = tm.bool_type, .tag = tag, .role = role}), children);
+        tm.make_symbol({.name = "f", .arity = 1, .output_type = tm.bool_type, .tag = tag, .role = role}),
+        children);
   };
   EXPECT_TRUE(c.is_terminal(apply(SymbolTag::none, Symbol::Role::uninterpreted)));
   EXPECT_FALSE(c.is_terminal(apply(SymbolTag::none, Symbol::Role::plain)));

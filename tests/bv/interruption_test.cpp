@@ -121,13 +121,15 @@ TEST_F(InterruptionTest, ASinkThatThrowsLeavesWhatIsFinished) {
 // ---- tracing off ----
 
 TEST_F(InterruptionTest, NothingIsRenderedWhileTracingIsOff) {
-  // Terms that differ only in the lengths of their names cost the same allocations, since no text is made of them.
+  // Terms that differ only in the lengths of their names cost the same allocations, since no text is made of
+  // them.
   auto cost = [&](std::string const& name) {
     Term_ const* x = tm.mk_variable(name, tm.bv_type(4));
     Term_ const* y = tm.mk_variable(name, tm.bv_type(4));
     Term_ const* sum = tm.mk_app(SymbolTag::bv_add, {x, y});
-    Term_ const* t = tm.mk_app(SymbolTag::bool_and, {tm.mk_app(SymbolTag::bv_ult, {sum, x}),
-                                                     tm.mk_app(SymbolTag::bv_sle, {x, tm.mk_app(SymbolTag::bv_neg, {y})})});
+    Term_ const* t = tm.mk_app(SymbolTag::bool_and,
+                               {tm.mk_app(SymbolTag::bv_ult, {sum, x}),
+                                tm.mk_app(SymbolTag::bv_sle, {x, tm.mk_app(SymbolTag::bv_neg, {y})})});
     Term_ const* e = tm.mk_app(SymbolTag::equal, {tm.mk_app(SymbolTag::bv_mul, {tm.mk_bv(5, 4), x}),
                                                   tm.mk_app(SymbolTag::bv_mul, {x, y})});
     struct QuietSink : ClauseSink {

@@ -93,7 +93,8 @@ TEST_F(LeavesTest, TracesOfANumeral) {
 }
 
 TEST_F(LeavesTest, NumeralTooWideForAVectorLeavesNothing) {
-  Term_ const* t = tm.mk_number(QNumber::from_digits("123456789012345678901234567890", 10), tm.bv_type(1ull << 62));
+  Term_ const* t =
+      tm.mk_number(QNumber::from_digits("123456789012345678901234567890", 10), tm.bv_type(1ull << 62));
   EXPECT_THROW(c.word_constant(&sink, t), std::length_error);
   EXPECT_FALSE(c.is_cached(t));
   EXPECT_EQ(trail(), "");
@@ -232,8 +233,8 @@ TEST_F(LeavesTest, GenericVariableChoosesByType) {
 
 TEST_F(LeavesTest, GenericVariableOfATypeWithoutBits) {
   Type const* arguments[] = {tm.bool_type};
-  for (Type const* type : {tm.int_type, tm.real_type, tm.function_type(arguments, tm.bool_type),
-                           tm.bv_type_marker}) {
+  for (Type const* type :
+       {tm.int_type, tm.real_type, tm.function_type(arguments, tm.bool_type), tm.bv_type_marker}) {
     Term_ const* t = tm.mk_variable("t", type);
     EXPECT_FALSE(c.generic_variable(&sink, t));
     EXPECT_FALSE(c.is_cached(t));

@@ -1,5 +1,5 @@
-// Every operator on every input at widths 1 to 4, against plain arithmetic: variables on both sides, every constant in
-// either number form on either side, constants on both sides, and one term as both operands.
+// Every operator on every input at widths 1 to 4, against plain arithmetic: variables on both sides, every
+// constant in either number form on either side, constants on both sides, and one term as both operands.
 
 #include <gtest/gtest.h>
 
@@ -37,7 +37,8 @@ void check_binary(SymbolTag::tag tag, unsigned v, unsigned w, std::int32_t div_s
   }
   for (Word a = 0; a <= all_ones(v); ++a)
     for (Word b = 0; b <= all_ones(w); ++b)
-      expect_meaning(op, {{v, Kind::small_constant, a}, {w, Kind::small_constant, b}}, {{a, b}}, div_semantics);
+      expect_meaning(op, {{v, Kind::small_constant, a}, {w, Kind::small_constant, b}}, {{a, b}},
+                     div_semantics);
   if (v == w) {
     Values values;
     for (Word a = 0; a <= all_ones(v); ++a) values.push_back({a, a});
@@ -49,7 +50,8 @@ void check_unary(Operation const& op, unsigned w) {
   Values values;
   for (Word a = 0; a <= all_ones(w); ++a) {
     values.push_back({a});
-    for (Kind const kind : {Kind::small_constant, Kind::big_constant}) expect_meaning(op, {{w, kind, a}}, {{a}});
+    for (Kind const kind : {Kind::small_constant, Kind::big_constant})
+      expect_meaning(op, {{w, kind, a}}, {{a}});
   }
   expect_meaning(op, {{w}}, values);
 }
@@ -163,8 +165,9 @@ void check_ite(SymbolTag::tag tag, unsigned operand_width) {
     }
   for (Word a = 0; a <= all_ones(w); ++a)
     for (Word b = 0; b <= all_ones(w); ++b)
-      expect_meaning(op, {{0}, {operand_width, Kind::small_constant, a}, {operand_width, Kind::small_constant, b}},
-                     {{0, a, b}, {1, a, b}});
+      expect_meaning(
+          op, {{0}, {operand_width, Kind::small_constant, a}, {operand_width, Kind::small_constant, b}},
+          {{0, a, b}, {1, a, b}});
 }
 
 TEST(ExhaustiveMeaningOf, IteOfBooleans) { check_ite(SymbolTag::bool_ite, 0); }

@@ -1,5 +1,5 @@
-// Every operator on random inputs at the widths where something can go wrong, against plain arithmetic: past 4 bits,
-// around 32 and 64 bits, and above. Constants stand at either operand.
+// Every operator on random inputs at the widths where something can go wrong, against plain arithmetic: past
+// 4 bits, around 32 and 64 bits, and above. Constants stand at either operand.
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,8 @@ namespace {
 using Kind = Operand::Kind;
 using Values = std::vector<std::vector<Word>>;
 
-void check_width(SymbolTag::tag tag, unsigned w, int assignments, int constants, std::int32_t div_semantics = 0) {
+void check_width(SymbolTag::tag tag, unsigned w, int assignments, int constants,
+                 std::int32_t div_semantics = 0) {
   WordSource source(w * 1000 + tag);
   Operation const op{tag};
   Values values;
@@ -44,7 +45,8 @@ void check_width(SymbolTag::tag tag, unsigned w, int assignments, int constants,
 class RandomMeaning : public ::testing::TestWithParam<SymbolTag::tag> {};
 
 TEST_P(RandomMeaning, Widths5To70) {
-  for (unsigned const w : {5u, 7u, 8u, 13u, 31u, 32u, 33u, 63u, 64u, 65u, 70u}) check_width(GetParam(), w, 150, 12);
+  for (unsigned const w : {5u, 7u, 8u, 13u, 31u, 32u, 33u, 63u, 64u, 65u, 70u})
+    check_width(GetParam(), w, 150, 12);
 }
 
 std::string name_of(::testing::TestParamInfo<SymbolTag::tag> const& info) { return test_name(info.param); }
@@ -74,8 +76,8 @@ INSTANTIATE_TEST_SUITE_P(Division, RandomDivision,
                                            SymbolTag::bv_srem),
                          name_of);
 
-// The weight of an amount bit no longer fits 32 bits from stage 31 on; an amount with such a bit alone must still
-// empty the word, and the bits below must still shift it.
+// The weight of an amount bit no longer fits 32 bits from stage 31 on; an amount with such a bit alone must
+// still empty the word, and the bits below must still shift it.
 TEST(ShiftAmounts, EveryAmountBitAtWidths33And64) {
   for (SymbolTag::tag const tag : {SymbolTag::bv_shl, SymbolTag::bv_lshr, SymbolTag::bv_ashr})
     for (unsigned const w : {33u, 64u}) {

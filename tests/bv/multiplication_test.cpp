@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tests/support/clausifiertest.h"
+#include "tests/support/streamtest.h"
 
 namespace vell::test {
 namespace {
@@ -82,7 +83,8 @@ TEST_F(MultiplicationTest, OneAdderForEverySetBitBeyondBitZero) {
     std::int64_t value;
     std::size_t adders;
   };
-  for (Case const& k : std::vector<Case>{{0, 0}, {1, 0}, {2, 1}, {3, 1}, {6, 2}, {7, 2}, {13, 2}, {15, 3}, {16, 1}, {0x71, 3}}) {
+  for (Case const& k : std::vector<Case>{
+           {0, 0}, {1, 0}, {2, 1}, {3, 1}, {6, 2}, {7, 2}, {13, 2}, {15, 3}, {16, 1}, {0x71, 3}}) {
     times(QNumber(k.value), {2, 3, 4, 5});
     EXPECT_EQ(count("log \"word_add \""), k.adders) << k.value;
     events.clear();
@@ -188,6 +190,37 @@ TEST_F(MultiplicationTest, LengthByAConstantIsThatOfTheNumeral) {
   Term_ const* t = product(numeral(QNumber(2), 3), bv_var("x", BvLitList{2, 3, 4, 5, 6}));
   c.word_mul_by_constant(&sink, t);
   EXPECT_EQ(bits(t), (BvLitList{F, 2, 3}));
+}
+
+TEST_F(MultiplicationTest, AnOddNumeralGivesTheLengthOfTheOtherOperand) {
+  BvLitList const longer{2, 3, 4, 5, 6};
+  Term_ const* one = product(numeral(QNumber(1), 3), bv_var("x", longer));
+  c.word_mul_by_constant(&sink, one);
+  EXPECT_EQ(bits(one), longer);
+  EXPECT_NO_EVENTS();
+  // 5 * x: bits from 3 up are those of x, and what is carried into them.
+  Term_ const* five = product(numeral(QNumber(5), 3), bv_var("y", longer));
+  c.word_mul_by_constant(&sink, five);
+  EXPECT_EQ(bits(five).size(), 5u);
+  EXPECT_EQ(bits(five)[0], 2);
+  EXPECT_EQ(bits(five)[1], 3);
+  EXPECT_EQ(sink.clauses[0], (BvLitList{-4, -2, -100}));
+  EXPECT_EQ(stray_lists(c), 0);
+  BvLitList const shorter{2, 3};
+  events.clear();
+  sink.next = 100;
+  for (std::int64_t const factor : {1, 3, 5, 9, 13}) {
+    Term_ const* t = product(numeral(QNumber(factor), 4), bv_var("z", shorter));
+    c.word_mul_by_constant(&sink, t);
+    EXPECT_EQ(bits(t).size(), 2u) << factor;
+    EXPECT_EQ(bits(t)[0], 2) << factor;
+    EXPECT_EQ(bits(t)[1] == 3, factor % 4 == 1) << factor;
+  }
+  // An even one that of the numeral.
+  Term_ const* six = product(numeral(QNumber(6), 4), bv_var("z", shorter));
+  c.word_mul_by_constant(&sink, six);
+  EXPECT_EQ(bits(six).size(), 4u);
+  EXPECT_EQ(stray_lists(c), 0);
 }
 
 // ---- in general ----

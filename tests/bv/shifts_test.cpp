@@ -30,8 +30,8 @@ bool same_shifter(TermManager& tm, Direction direction, BvLitList const& x, BvLi
     return std::vector<BvLitList>{take(c, r)};
   };
   test.model = [&](CircuitModel& m) {
-    auto const r =
-        direction == Direction::left ? m.word_sl(x, s) : m.word_sr(x, s, direction == Direction::right_arithmetic);
+    auto const r = direction == Direction::left ? m.word_sl(x, s)
+                                                : m.word_sr(x, s, direction == Direction::right_arithmetic);
     m.give_back(r);
     return std::vector<BvLitList>{r.bits};
   };
@@ -323,8 +323,10 @@ TEST_F(ShiftsTest, TracesOfShiftsByNumerals) {
   };
   std::string const operands = " x " + k->to_shallow_str() + ")\"\n";
   EXPECT_TRACE_LEVELS(action(SymbolTag::bv_shl), "3 \"word_lsl(bvshl" + operands);
-  EXPECT_TRACE_LEVELS(action(SymbolTag::bv_lshr), "3 \"word_lsr..(bvlshr" + operands + "3 \"word_sr (bvlshr" + operands);
-  EXPECT_TRACE_LEVELS(action(SymbolTag::bv_ashr), "3 \"word_asr (bvashr" + operands + "3 \"word_sr (bvashr" + operands);
+  EXPECT_TRACE_LEVELS(action(SymbolTag::bv_lshr),
+                      "3 \"word_lsr..(bvlshr" + operands + "3 \"word_sr (bvlshr" + operands);
+  EXPECT_TRACE_LEVELS(action(SymbolTag::bv_ashr),
+                      "3 \"word_asr (bvashr" + operands + "3 \"word_sr (bvashr" + operands);
 }
 
 // ---- rotations ----

@@ -26,7 +26,8 @@ class TraversalTest : public ClausifierTest {
     std::string s;
     std::string const prefix = "log \"calling a hook for ";
     for (std::string const& e : events)
-      if (e.starts_with(prefix)) s += (s.empty() ? "" : " ") + e.substr(prefix.size(), e.size() - prefix.size() - 1);
+      if (e.starts_with(prefix))
+        s += (s.empty() ? "" : " ") + e.substr(prefix.size(), e.size() - prefix.size() - 1);
     return s;
   }
 };
@@ -248,7 +249,8 @@ TEST_F(TraversalTest, UnsupportedTerms) {
            {tm.mk_variable("r", tm.real_type), "r type:real symbol:r number:0 function:0 bv:0 bool:0"},
            {tm.mk_variable("f", tm.function_type(arguments, tm.bool_type)),
             "f type:fun symbol:f number:0 function:1 bv:0 bool:0"},
-           {tm.mk_term(tm.make_symbol({.name = "g", .arity = 1, .output_type = tm.int_type, .label = "t"}), children),
+           {tm.mk_term(tm.make_symbol({.name = "g", .arity = 1, .output_type = tm.int_type, .label = "t"}),
+                       children),
             "t type:int symbol:g number:0 function:0 bv:0 bool:0"}}) {
     logger.set_verbosity(1);
     std::string const name = k.term->to_shallow_str();
@@ -261,7 +263,8 @@ TEST_F(TraversalTest, UnsupportedTerms) {
       EXPECT_EQ(typeid(e), typeid(Exception));
       EXPECT_EQ(e.what(), "not supported: " + name);
     }
-    EXPECT_EVENTS("log \"no hook for " + name + "\"\nlog \"Trying to bitblast the unsuported term " + k.line + "\"");
+    EXPECT_EVENTS("log \"no hook for " + name + "\"\nlog \"Trying to bitblast the unsuported term " + k.line +
+                  "\"");
     EXPECT_EQ(trail(), name);
     EXPECT_FALSE(c.is_cached(k.term));
     EXPECT_FALSE(c.is_cached(argument));
@@ -286,8 +289,21 @@ TEST_F(TraversalTest, TheDiagnosticIsOfLevelOneAndComesAfterTheFallbacks) {
 TEST_F(TraversalTest, ANullNameIsALogicErrorWhereItIsPrinted) {
   Term_ const* n = tm.mk_term(tm.make_symbol({.name = "n", .output_type = tm.int_type, .label = "n"}));
   const_cast<Symbol*>(n->symbol)->name = nullptr;
-  logger.set_verbosity(1);
+  for (int verbosity = -1; verbosity <= 5; ++verbosity) {
+    logger.set_verbosity(verbosity);
+    EXPECT_THROW(c.bit_blast(n, &sink), std::logic_error) << verbosity;
+  }
+}
+
+TEST_F(TraversalTest, ANullNameInTheShallowFormIsALogicError) {
+  Term_ const* x = bv_var("x", 1);
+  Term_ const* n = tm.mk_term(tm.make_symbol({.name = "n", .arity = 1, .output_type = tm.int_type}), {{x}});
+  Term_ const* above = raw_term(SymbolTag::bv_not, tm.bv_type(1), {x});
+  const_cast<Symbol*>(n->symbol)->name = nullptr;
   EXPECT_THROW(c.bit_blast(n, &sink), std::logic_error);
+  EXPECT_THROW(n->to_shallow_str(), std::logic_error);
+  const_cast<Symbol*>(x->symbol)->name = nullptr;
+  EXPECT_THROW(above->to_shallow_str(), std::logic_error);
 }
 
 TEST_F(TraversalTest, FailThrowsTheShallowForm) {

@@ -50,6 +50,18 @@ TEST_F(WordsTest, HookTable) {
   EXPECT_EQ(hooks[40], word_sext);
 }
 
+TEST_F(WordsTest, AnExtensionThatIsNoWordHasTheWidthOfItsOperand) {
+  for (WordClausifier::Handler const handler : {word_zext, word_sext}) {
+    // Three literals for an operand of type bv5.
+    Term_ const* x = with_bits(bv_var("x", std::uint64_t{5}), {2, 3, 4});
+    Term_ const* t = raw_term(SymbolTag::bv_zero_extend, tm.bool_type, {x}, "t");
+    BvLit const fill = handler == word_zext ? F : 4;
+    EXPECT_EQ(structural(handler, t), (BvLitList{2, 3, 4, fill, fill}));
+    Term_ const* n = raw_term(SymbolTag::bv_zero_extend, tm.int_type, {bool_var("b", 7)}, "n");
+    EXPECT_EQ(structural(handler, n), (BvLitList{7}));  // no word either: width 0
+  }
+}
+
 // ---- bitwise ----
 
 TEST_F(WordsTest, BitwiseOperatorsGateByGateFromBitZeroUp) {
@@ -169,12 +181,16 @@ TEST_F(WordsTest, ExtractionWithoutPositions) {
 TEST_F(WordsTest, ConcatenationPutsTheFirstArgumentOnTop) {
   Term_ const* high = bv_var("h", BvLitList{11, 12, 13});
   Term_ const* low = bv_var("l", BvLitList{14, 15});
-  EXPECT_EQ(structural(word_concat, tm.mk_app(SymbolTag::bv_concat, {high, low})), (BvLitList{14, 15, 11, 12, 13}));
-  EXPECT_EQ(structural(word_concat, tm.mk_app(SymbolTag::bv_concat, {low, high})), (BvLitList{11, 12, 13, 14, 15}));
-  EXPECT_EQ(structural(word_concat, tm.mk_app(SymbolTag::bv_concat, {low, low})), (BvLitList{14, 15, 14, 15}));
+  EXPECT_EQ(structural(word_concat, tm.mk_app(SymbolTag::bv_concat, {high, low})),
+            (BvLitList{14, 15, 11, 12, 13}));
+  EXPECT_EQ(structural(word_concat, tm.mk_app(SymbolTag::bv_concat, {low, high})),
+            (BvLitList{11, 12, 13, 14, 15}));
+  EXPECT_EQ(structural(word_concat, tm.mk_app(SymbolTag::bv_concat, {low, low})),
+            (BvLitList{14, 15, 14, 15}));
 }
 
-// The result is as long as the children's types say, filled from what is cached; the term's own width is not used.
+// The result is as long as the children's types say, filled from what is cached; the term's own width is not
+// used.
 TEST_F(WordsTest, ConcatenationTakesTheWidthsOfTheChildrensTypes) {
   Term_ const* high = with_bits(bv_var("h", 2), {11});
   Term_ const* low = with_bits(bv_var("l", 3), {14, 15});
@@ -202,15 +218,18 @@ TEST_F(WordsTest, ExtensionsByNothing) {
   }
 }
 
-// The width comes from the term's type; the amount that the symbol carries is not read. A child that is long enough is
-// copied as it is.
+// The width comes from the term's type; the amount that the symbol carries is not read. A child that is long
+// enough is copied as it is.
 TEST_F(WordsTest, ExtensionsReachTheWidthOfTheTerm) {
   Term_ const* x = with_bits(bv_var("x", 3), {10, 11});
-  EXPECT_EQ(structural(word_zext, raw_term(SymbolTag::bv_zero_extend, tm.bv_type(4), {x})), (BvLitList{10, 11, F, F}));
+  EXPECT_EQ(structural(word_zext, raw_term(SymbolTag::bv_zero_extend, tm.bv_type(4), {x})),
+            (BvLitList{10, 11, F, F}));
   EXPECT_EQ(structural(word_sext, raw_term(SymbolTag::bv_sign_extend, tm.bv_type(4), {x})),
             (BvLitList{10, 11, 11, 11}));
-  EXPECT_EQ(structural(word_zext, raw_term(SymbolTag::bv_zero_extend, tm.bv_type(1), {x})), (BvLitList{10, 11}));
-  EXPECT_EQ(structural(word_sext, raw_term(SymbolTag::bv_sign_extend, tm.bv_type(1), {x})), (BvLitList{10, 11}));
+  EXPECT_EQ(structural(word_zext, raw_term(SymbolTag::bv_zero_extend, tm.bv_type(1), {x})),
+            (BvLitList{10, 11}));
+  EXPECT_EQ(structural(word_sext, raw_term(SymbolTag::bv_sign_extend, tm.bv_type(1), {x})),
+            (BvLitList{10, 11}));
 }
 
 TEST_F(WordsTest, ExtensionTooWideForAVector) {
@@ -259,8 +278,8 @@ TEST_F(WordsTest, TracesOfStructuralOperators) {
 
 // ---- the table ----
 
-// The children are read by an insertion, which grows a table that is loaded enough, found or not. Where no gate can
-// fail, the result's length does.
+// The children are read by an insertion, which grows a table that is loaded enough, found or not. Where no
+// gate can fail, the result's length does.
 TEST_F(WordsTest, ReadingTheChildrenGrowsALoadedTable) {
   Term_ const* x = bv_var("x", 1ull << 62);
   Term_ const* y = bv_var("y", 1ull << 62);
@@ -269,13 +288,12 @@ TEST_F(WordsTest, ReadingTheChildrenGrowsALoadedTable) {
     Handler handler;
     Term_ const* term;
   };
-  Case const cases[] = {
-      {word_not, raw_term(SymbolTag::bv_not, huge, {x}, "not")},
-      {word_or, raw_term(SymbolTag::bv_or, huge, {x, y}, "or")},
-      {word_xor, raw_term(SymbolTag::bv_xor, huge, {x, y}, "xor")},
-      {word_concat, raw_term(SymbolTag::bv_concat, huge, {x, y}, "concat")},
-      {word_zext, raw_term(SymbolTag::bv_zero_extend, huge, {x}, "zext")},
-      {word_sext, raw_term(SymbolTag::bv_sign_extend, huge, {x}, "sext")}};
+  Case const cases[] = {{word_not, raw_term(SymbolTag::bv_not, huge, {x}, "not")},
+                        {word_or, raw_term(SymbolTag::bv_or, huge, {x, y}, "or")},
+                        {word_xor, raw_term(SymbolTag::bv_xor, huge, {x, y}, "xor")},
+                        {word_concat, raw_term(SymbolTag::bv_concat, huge, {x, y}, "concat")},
+                        {word_zext, raw_term(SymbolTag::bv_zero_extend, huge, {x}, "zext")},
+                        {word_sext, raw_term(SymbolTag::bv_sign_extend, huge, {x}, "sext")}};
   for (Case const& k : cases) {
     QuietClausifier d(&tm, nullptr);
     bv::WordClausifierInspector const look(d);

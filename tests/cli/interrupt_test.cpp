@@ -6,7 +6,7 @@
 
 #include "tests/cli/process.h"
 #include "tests/cli/scripts.h"
-#include "tests/engine/scratch.h"
+#include "tests/support/scratch.h"
 
 namespace vell::cli {
 namespace {
@@ -88,7 +88,8 @@ TEST(Interrupt, AReaderThatGoesEndsTheWork) {
   Scratch s;
   std::string script;
   for (int i = 0; i < 50000; ++i) script += "(echo \"some text that nobody waits for\")\n";
-  Finished f = vell_bv({.arguments = {"-", "--proof", s.file("p.drat")}, .input = script + hard(), .close_out_after = 10});
+  Finished f = vell_bv(
+      {.arguments = {"-", "--proof", s.file("p.drat")}, .input = script + hard(), .close_out_after = 10});
   EXPECT_EQ(128 + SIGPIPE, f.code);
   EXPECT_EQ("", f.err);
   EXPECT_EQ(0u, s.files());

@@ -7,6 +7,7 @@
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -18,7 +19,7 @@
 namespace vell::test {
 
 struct Finished {
-  int code = -1;        // exit code; 256 + signal when it was killed
+  int code = -1;  // exit code; 256 + signal when it was killed
   std::string out;
   std::string err;
   double seconds = 0;
@@ -27,17 +28,21 @@ struct Finished {
 struct Start {
   std::vector<std::string> arguments;
   std::string input = {};
-  int signal = 0;           // sent after signal_after seconds
+  int signal = 0;  // sent after signal_after seconds
   double signal_after = 0;
-  std::string folder = {};  // working directory
+  std::string folder = {};     // working directory
   unsigned short columns = 0;  // stderr is a terminal this wide; 0 for a pipe
+  bool keep_in_open = false;   // stdin has no end
+  int bounded = -1;            // a resource of setrlimit(), and how much of it the program gets
+  rlim_t bound = 0;
   std::size_t close_out_after = 0;  // nobody reads stdout any more after so many bytes; 0 for never
 };
 
 // A pseudo-terminal: the user's end and the program's.
 inline void open_terminal(unsigned short columns, int ends[2]) {
   ends[0] = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-  if (ends[0] < 0 || grantpt(ends[0]) != 0 || unlockpt(ends[0]) != 0) throw std::runtime_error("pseudo-terminal");
+  if (ends[0] < 0 || grantpt(ends[0]) != 0 || unlockpt(ends[0]) != 0)
+    throw std::runtime_error("pseudo-terminal");
   ends[1] = open(ptsname(ends[0]), O_RDWR | O_NOCTTY | O_CLOEXEC);
   if (ends[1] < 0) throw std::runtime_error("pseudo-terminal");
   winsize size{};
@@ -66,6 +71,8 @@ inline Finished vell_bv(Start const& start) {
     dup2(out[1], 1);
     dup2(err[1], 2);
     signal(SIGPIPE, SIG_DFL);
+    rlimit const bound{start.bound, start.bound};
+    if (start.bounded >= 0) setrlimit(static_cast<decltype(RLIMIT_AS)>(start.bounded), &bound);
     if (!start.folder.empty() && chdir(start.folder.c_str()) != 0) _exit(127);
     execv(binary.c_str(), argv.data());
     _exit(127);
@@ -86,7 +93,7 @@ inline Finished vell_bv(Start const& start) {
   int open = 2;
   bool ended[2] = {false, false};
   while (open > 0) {
-    if (in_open && given == start.input.size()) {
+    if (in_open && given == start.input.size() && !start.keep_in_open) {
       close(in[1]);
       in_open = false;
     }
@@ -97,7 +104,7 @@ inline Finished vell_bv(Start const& start) {
     }
     pollfd waiting[3] = {{ended[0] ? -1 : out[0], POLLIN, 0},
                          {ended[1] ? -1 : err[0], POLLIN, 0},
-                         {in_open ? in[1] : -1, POLLOUT, 0}};
+                         {in_open && given < start.input.size() ? in[1] : -1, POLLOUT, 0}};
     poll(waiting, 3, 5);
     char block[65536];
     for (int i = 0; i < 2; ++i) {

@@ -5,7 +5,7 @@
 
 #include "tests/cli/process.h"
 #include "tests/cli/scripts.h"
-#include "tests/engine/scratch.h"
+#include "tests/support/scratch.h"
 
 namespace vell::cli {
 namespace {
@@ -68,14 +68,16 @@ TEST(Progress, SaysWhatIsReadClausifiedAndWritten) {
   EXPECT_TRUE(screen.ever("clausifying: ")) << f.err;
   EXPECT_TRUE(screen.ever(" clauses, ")) << f.err;
   EXPECT_EQ("", screen.line);
-  Finished const written = vell_bv({.arguments = {"cnf", s.write("b.smt2", quotient(300)), "-o", s.file("b.cnf.xz"),
-                                                  "--time-limit", "10"},
-                                    .columns = 120});
+  Finished const written = vell_bv(
+      {.arguments = {"cnf", s.write("b.smt2", quotient(300)), "-o", s.file("b.cnf.xz"), "--time-limit", "10"},
+       .columns = 120});
   EXPECT_TRUE(Screen(written.err, 120).ever("writing: ")) << written.err;
   // A script that takes a while to read.
   std::string script = "(declare-const x (_ BitVec 64))";
-  while (script.size() < 60000000) script += "(assert (bvult x (bvadd x (_ bv" + std::to_string(script.size()) + " 64))))\n";
-  Screen const reading(vell_bv({.arguments = {"-", "--time-limit", "3"}, .input = script, .columns = 120}).err, 120);
+  while (script.size() < 60000000)
+    script += "(assert (bvult x (bvadd x (_ bv" + std::to_string(script.size()) + " 64))))\n";
+  Screen const reading(
+      vell_bv({.arguments = {"-", "--time-limit", "3"}, .input = script, .columns = 120}).err, 120);
   EXPECT_TRUE(reading.ever("reading: "));
   EXPECT_TRUE(reading.ever(" bytes, "));
   EXPECT_EQ("", reading.line);
@@ -90,8 +92,11 @@ TEST(Progress, IsNoLongerThanTheTerminalIsWide) {
 }
 
 TEST(Progress, MakesRoomForFiguresAndAnInterrupt) {
-  Finished const f = vell_bv(
-      {.arguments = {"-", "--stats"}, .input = hard(), .signal = SIGINT, .signal_after = 1.5, .columns = 120});
+  Finished const f = vell_bv({.arguments = {"-", "--stats"},
+                              .input = hard(),
+                              .signal = SIGINT,
+                              .signal_after = 1.5,
+                              .columns = 120});
   Screen const screen(f.err, 120);
   EXPECT_TRUE(screen.ever("solving: ")) << f.err;
   EXPECT_EQ("", screen.line);
@@ -101,7 +106,10 @@ TEST(Progress, MakesRoomForFiguresAndAnInterrupt) {
 
 TEST(Progress, NotAByteIntoAPipe) {
   EXPECT_EQ("", vell_bv({"-", "--time-limit", "1.5"}, hard()).err);
-  EXPECT_EQ("", vell_bv({.arguments = {"-", "--time-limit", "1.5", "--progress=never"}, .input = hard(), .columns = 80}).err);
+  EXPECT_EQ(
+      "",
+      vell_bv({.arguments = {"-", "--time-limit", "1.5", "--progress=never"}, .input = hard(), .columns = 80})
+          .err);
   EXPECT_NE("", vell_bv({"-", "--time-limit", "1.5", "--progress"}, hard()).err);
 }
 

@@ -15,10 +15,10 @@
 namespace vell::generate {
 
 // The clausifier's data structures and what it says to its collaborators, after every command:
-// the bucket count is a prime of the table; every node stands in its bucket, once; the size counts them; the load is
-// below the limit; cached terms stand on the trail; fresh literals count upwards; a clause has two to four literals, no
-// 0 unless the script brought one in, and variables that were handed out or that the script named; one poll for every
-// term dispatched; `blast` returns the first of the term's bits.
+// the bucket count is a prime of the table; every node stands in its bucket, once; the size counts them; the
+// load is below the limit; cached terms stand on the trail; fresh literals count upwards; a clause has two to
+// four literals, no 0 unless the script brought one in, and variables that were handed out or that the script
+// named; one poll for every term dispatched; `blast` returns the first of the term's bits.
 class StructureCheck : public Watcher {
  public:
   void after(Step const& step) override;
@@ -35,9 +35,9 @@ class StructureCheck : public Watcher {
   bool combination_ = false;
 };
 
-// Trail, cache and pools after every command are what the command makes of those before it. The earlier list of a
-// term whose bits a direct call replaces stays in use by contract; the runner gives it back at the end, so that a leak
-// checker sees every other leak.
+// Trail, cache and pools after every command are what the command makes of those before it. The earlier list
+// of a term whose bits a direct call replaces stays in use by contract; the runner gives it back at the end,
+// so that a leak checker sees every other leak.
 class StateCheck : public Watcher {
  public:
   void after(Step const& step) override;
@@ -60,8 +60,8 @@ class StateCheck : public Watcher {
   std::uint64_t buckets_ = 0;
 };
 
-// The events of a script do not depend on the verbosity, on where its terms are declared, or on the run; and what is
-// translated again after it was forgotten gives the same events, but for the numbers of the literals.
+// The events of a script do not depend on the verbosity, on where its terms are declared, or on the run; and
+// what is translated again after it was forgotten gives the same events, but for the numbers of the literals.
 // Returns how many of the comparisons applied.
 int check_determinism(Script const& script, std::vector<std::string> const& written);
 
@@ -70,10 +70,10 @@ struct Counts {
   std::uint64_t scripts = 0;
   std::uint64_t lines = 0;
   std::uint64_t clauses = 0;
-  std::uint64_t comparisons = 0;  // of runs
-  std::uint64_t records = 0;      // values of translated terms and circuits looked at
-  std::uint64_t models = 0;       // assignments of all variables looked at
-  std::uint64_t free_scripts = 0; // scripts whose clauses must admit every assignment of the inputs
+  std::uint64_t comparisons = 0;   // of runs
+  std::uint64_t records = 0;       // values of translated terms and circuits looked at
+  std::uint64_t models = 0;        // assignments of all variables looked at
+  std::uint64_t free_scripts = 0;  // scripts whose clauses must admit every assignment of the inputs
 };
 void check_script(Script const& script, std::uint64_t seed, Counts& counts);
 

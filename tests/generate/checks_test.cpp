@@ -35,7 +35,8 @@ class TamperedRun : public testing::Test {
 class StructureCheckTest : public TamperedRun {
  protected:
   void SetUp() override {
-    for (char const* line : {"var x bv 2", "var y bv 2", "term a bvult bool x y", "blast a"}) step(check, line);
+    for (char const* line : {"var x bv 2", "var y bv 2", "term a bvult bool x y", "blast a"})
+      step(check, line);
   }
   void expect_failure(std::string const& line, std::vector<std::string> const& events) {
     EXPECT_THROW(show(check, line, events), CheckFailure) << line;
@@ -92,7 +93,8 @@ TEST_F(StructureCheckTest, CachedTermsAreOnTheTrail) {
 class StateCheckTest : public TamperedRun {
  protected:
   void SetUp() override {
-    for (char const* line : {"var x bv 2", "var y bv 2", "term s bvadd bv 2 x y", "notify x", "push", "blast s"})
+    for (char const* line :
+         {"var x bv 2", "var y bv 2", "term s bvadd bv 2 x y", "notify x", "push", "blast s"})
       step(check, line);
   }
   StateCheck check;

@@ -51,8 +51,8 @@ ScriptWriter::Sort ScriptWriter::random_sort() {
     if (random_.percent(30)) return {Kind::mode, 0, 0, "rm"};
     if (random_.below(60) == 0) return fp_sort(8, 23);
     // The conversion is cubic in nothing but quadratic in the fraction: small formats, and odd ones.
-    static std::vector<std::pair<unsigned, unsigned>> const formats = {{2, 2}, {3, 4}, {2, 3}, {4, 3}, {3, 2},
-                                                                       {5, 2}, {1, 3}, {4, 7}, {2, 5}, {5, 10}};
+    static std::vector<std::pair<unsigned, unsigned>> const formats = {
+        {2, 2}, {3, 4}, {2, 3}, {4, 3}, {3, 2}, {5, 2}, {1, 3}, {4, 7}, {2, 5}, {5, 10}};
     auto const [e, s] = random_.pick(formats);
     return fp_sort(e, s);
   }
@@ -99,7 +99,8 @@ std::size_t ScriptWriter::numeral(Sort const& sort, bool may_be_negative) {
   if (value >> 63 != 0) big = true;
   t.negative = may_be_negative && value != 0 && random_.percent(20);
   if (t.negative) t.shift_amount = false;
-  return declare("num @ " + sort.text + (big ? " big " : " small ") + (t.negative ? "-" : "") + decimal(value), t);
+  return declare(
+      "num @ " + sort.text + (big ? " big " : " small ") + (t.negative ? "-" : "") + decimal(value), t);
 }
 
 std::size_t ScriptWriter::leaf(Sort const& sort) {
@@ -116,7 +117,8 @@ std::size_t ScriptWriter::leaf(Sort const& sort) {
       break;
     case Kind::mode:
       if (random_.percent(70))
-        return declare("rmconst @ " + std::string(random_.pick({"even", "even", "zero", "plus", "minus"})), t);
+        return declare("rmconst @ " + std::string(random_.pick({"even", "even", "zero", "plus", "minus"})),
+                       t);
       break;
     case Kind::floating:
       if (random_.percent(20)) return numeral(sort, false);
@@ -136,7 +138,8 @@ std::size_t ScriptWriter::operand(Sort const& sort) {
   if (random_.percent(75)) {
     std::vector<std::size_t> candidates;
     for (std::size_t i = 0; i < terms_.size(); ++i)
-      if (!terms_[i].scrap && terms_[i].sort == sort && (unsupported_ || !terms_[i].unsupported)) candidates.push_back(i);
+      if (!terms_[i].scrap && terms_[i].sort == sort && (unsupported_ || !terms_[i].unsupported))
+        candidates.push_back(i);
     if (!candidates.empty()) {
       // Young terms more often: deeper terms come of it.
       std::size_t const a = random_.below(candidates.size());
@@ -192,7 +195,8 @@ std::size_t ScriptWriter::word_term() {
   std::string op = random_.pick(cheap);
   unsigned cost = 15 * w;
   if (random_.percent(50)) {
-    op = random_.pick({"bvmul", "bvmul", "bvudiv", "bvurem", "bvsdiv", "bvsrem", "bvshl", "bvlshr", "bvashr"});
+    op =
+        random_.pick({"bvmul", "bvmul", "bvudiv", "bvurem", "bvsdiv", "bvsrem", "bvshl", "bvlshr", "bvashr"});
     if (op == "bvmul") {
       w = std::min(w, 12u);
       cost = 10 * w * w;
@@ -213,8 +217,8 @@ std::size_t ScriptWriter::word_term() {
   std::size_t const y = shift || hooks_ ? shift_amount(s) : random_.percent(10) ? x : operand(s);
   if (!shift && hooks_ && random_.percent(10)) op = "tag50";
   if (random_.percent(3)) {  // by number
-    static std::vector<std::pair<std::string, int>> const tags = {{"bvand", 18}, {"bvor", 19},  {"bvxor", 20},
-                                                                  {"bvadd", 27}, {"bvsub", 28}, {"bvmul", 29}};
+    static std::vector<std::pair<std::string, int>> const tags = {
+        {"bvand", 18}, {"bvor", 19}, {"bvxor", 20}, {"bvadd", 27}, {"bvsub", 28}, {"bvmul", 29}};
     for (auto const& [name, tag] : tags)
       if (op == name) op = "tag" + std::to_string(tag);
   }
@@ -227,7 +231,8 @@ std::size_t ScriptWriter::structural_term() {
       unsigned const high = random_width();
       unsigned const low = random_width();
       if (high + low > 100) break;
-      return term_of(word_sort(high + low), Shape::concat, "concat", {operand(word_sort(high)), operand(word_sort(low))});
+      return term_of(word_sort(high + low), Shape::concat, "concat",
+                     {operand(word_sort(high)), operand(word_sort(low))});
     }
     case 1: {
       unsigned const w = random_width();
@@ -241,13 +246,15 @@ std::size_t ScriptWriter::structural_term() {
     case 3: {
       unsigned const w = std::max(1u, random_width());
       unsigned const by = static_cast<unsigned>(random_.below(random_.percent(10) ? 30 : 5));
-      return term_of(word_sort(w + by), Shape::extend, random_.percent(50) ? "zext" : "sext", {operand(word_sort(w))});
+      return term_of(word_sort(w + by), Shape::extend, random_.percent(50) ? "zext" : "sext",
+                     {operand(word_sort(w))});
     }
     default: break;
   }
   unsigned const w = std::max(1u, random_width());
   return term_of(word_sort(w), Shape::rotate,
-                 (random_.percent(50) ? "rol:" : "ror:") + std::to_string(random_.below(w + 1)), {operand(word_sort(w))});
+                 (random_.percent(50) ? "rol:" : "ror:") + std::to_string(random_.below(w + 1)),
+                 {operand(word_sort(w))});
 }
 
 std::size_t ScriptWriter::predicate_term() {
@@ -315,11 +322,11 @@ std::size_t ScriptWriter::odd_term() {
   Sort const s = random_sort();
   std::vector<std::size_t> children;
   for (std::uint64_t n = random_.below(3); n > 0; --n) children.push_back(operand(random_sort()));
-  std::string const op =
-      random_.pick({"uf", "tag0", "tag7", "tag11", "tag13", "tag14", "tag41", "tag42", "tag43", "tag59", "tag63",
-                    "tag64", "tag99", "tag4294967295"});
+  std::string const op = random_.pick({"uf", "tag0", "tag7", "tag11", "tag13", "tag14", "tag41", "tag42",
+                                       "tag43", "tag59", "tag63", "tag64", "tag99", "tag4294967295"});
   if (unsupported_ && random_.percent(50)) {
-    std::size_t const made = term_of({Kind::other, 0, 0, random_.pick({"int", "real", "fun"})}, Shape::opaque, op, children);
+    std::size_t const made =
+        term_of({Kind::other, 0, 0, random_.pick({"int", "real", "fun"})}, Shape::opaque, op, children);
     terms_[made].unsupported = true;
     return made;
   }
@@ -328,7 +335,8 @@ std::size_t ScriptWriter::odd_term() {
 
 // Terms that only direct calls and questions reach.
 void ScriptWriter::scrap_term() {
-  static std::vector<std::string> const sorts = {"bv 0", "int", "real", "fun", "bool", "rm", "fp 3 2", "fp 2 0"};
+  static std::vector<std::string> const sorts = {"bv 0", "int", "real",   "fun",
+                                                 "bool", "rm",  "fp 3 2", "fp 2 0"};
   std::string const sort = random_.pick(sorts);
   Term t;
   t.scrap = true;

@@ -1,8 +1,9 @@
 // Runs of the same calls compared with each other.
 //
-// Declarations write nothing, wherever they stand, so a script can be taken apart: its declarations first, then a body
-// of commands that can be repeated. What a body leaves behind besides cache and trail (settings, the numbering) is set
-// back by hand before it is repeated; commands that show the size of the table, which never shrinks, are left out.
+// Declarations write nothing, wherever they stand, so a script can be taken apart: its declarations first,
+// then a body of commands that can be repeated. What a body leaves behind besides cache and trail (settings,
+// the numbering) is set back by hand before it is repeated; commands that show the size of the table, which
+// never shrinks, are left out.
 
 #include <algorithm>
 #include <cstdlib>
@@ -17,7 +18,8 @@ namespace {
 constexpr char const check[] = "determinism";
 
 bool is_declaration(std::vector<std::string> const& tokens) {
-  return !tokens.empty() && (tokens[0] == "var" || tokens[0] == "num" || tokens[0] == "rmconst" || tokens[0] == "term");
+  return !tokens.empty() &&
+         (tokens[0] == "var" || tokens[0] == "num" || tokens[0] == "rmconst" || tokens[0] == "term");
 }
 
 std::vector<std::string> run_watched(Script const& script) {
@@ -60,7 +62,8 @@ Script with_verbosity(Script const& script, char const* level) {
     changed.push_back(sets ? std::string("verbosity ") + level : line);
   }
   // The starting verbosity is 0; the script's first line stays the first.
-  bool const null_config = !changed.empty() && tokens_of(changed[0]) == std::vector<std::string>{"config", "null"};
+  bool const null_config =
+      !changed.empty() && tokens_of(changed[0]) == std::vector<std::string>{"config", "null"};
   changed.insert(changed.begin() + (null_config ? 1 : 0), std::string("verbosity ") + level);
   return changed;
 }
@@ -84,17 +87,20 @@ Parts take_apart(Script const& script) {
       parts.start.push_back(line);
       continue;
     }
-    if (command.rfind("dump", 0) == 0 || command == "newfpterms" || command == "hook" || command == "hooks") continue;
+    if (command.rfind("dump", 0) == 0 || command == "newfpterms" || command == "hook" || command == "hooks")
+      continue;
     parts.body.push_back(line);
     if (command == "atomlit" || command == "fpbits") atoms.insert(tokens[1]);
     if (command == "nextlit") parts.foreign = false;
-    if (command == "setbits" || command == "atomlit" || command == "fpbits" || command == "eq" || command == "circuit")
+    if (command == "setbits" || command == "atomlit" || command == "fpbits" || command == "eq" ||
+        command == "circuit")
       for (std::size_t i = 1; i < tokens.size(); ++i) {
         long const l = std::atol(tokens[i].c_str());
         if (std::labs(l) > 1 && std::labs(l) < 100000) parts.foreign = false;
       }
   }
-  bool const null_config = !parts.start.empty() && tokens_of(parts.start[0]) == std::vector<std::string>{"config", "null"};
+  bool const null_config =
+      !parts.start.empty() && tokens_of(parts.start[0]) == std::vector<std::string>{"config", "null"};
   parts.again = {"verbosity 0", "termtest off", "fpcomb off"};
   if (!null_config) parts.again.push_back("config div 0");
   for (std::string const& name : atoms) parts.again.push_back("atomlit " + name + " none");
@@ -102,7 +108,8 @@ Parts take_apart(Script const& script) {
   for (std::string const& line : parts.body)
     if (tokens_of(line)[0] == "fpbits") parts.start.push_back(line);
   std::erase_if(parts.body, [](std::string const& line) { return tokens_of(line)[0] == "fpbits"; });
-  // A `pop` without a marker does nothing in the body alone, and would take the marker below it when repeated.
+  // A `pop` without a marker does nothing in the body alone, and would take the marker below it when
+  // repeated.
   Script alone = parts.start;
   alone.insert(alone.end(), parts.body.begin(), parts.body.end());
   alone.push_back("dumptrail");
@@ -162,10 +169,12 @@ int check_determinism(Script const& script, std::vector<std::string> const& writ
   ++comparisons;
 
   std::vector<std::string> const quiet = run_watched(with_verbosity(script, "0"));
-  compare(without_traces(quiet), without_traces(run_watched(with_verbosity(script, "5"))), "verbosity 0 and 5");
+  compare(without_traces(quiet), without_traces(run_watched(with_verbosity(script, "5"))),
+          "verbosity 0 and 5");
   ++comparisons;
 
-  // Without hooks the body may not fit its terms any more: a hook may serve terms that have no handler of their own.
+  // Without hooks the body may not fit its terms any more: a hook may serve terms that have no handler of
+  // their own.
   Parts parts;
   try {
     parts = take_apart(script);
@@ -180,9 +189,11 @@ int check_determinism(Script const& script, std::vector<std::string> const& writ
   Script const push{"push"};
   Script again = parts.again;
   again.push_back("nextlit 2");
-  std::vector<std::string> const twice = run_watched(joined(parts.start, push, parts.body, parts.back, again, parts.body));
+  std::vector<std::string> const twice =
+      run_watched(joined(parts.start, push, parts.body, parts.back, again, parts.body));
   compare(once, slice(twice, parts.start.size() + 1, n), "above a backtrack point");
-  compare(once, slice(twice, parts.start.size() + 1 + n + parts.back.size() + again.size(), n), "again after backtracking");
+  compare(once, slice(twice, parts.start.size() + 1 + n + parts.back.size() + again.size(), n),
+          "again after backtracking");
   comparisons += 2;
 
   if (parts.foreign) {
@@ -191,9 +202,10 @@ int check_determinism(Script const& script, std::vector<std::string> const& writ
     std::size_t const m = silent.body.size();
     std::vector<std::string> const events =
         run_watched(joined(silent.start, push, silent.body, silent.back, silent.again, silent.body));
-    compare(renumbered(slice(events, silent.start.size() + 1, m)),
-            renumbered(slice(events, silent.start.size() + 1 + m + silent.back.size() + silent.again.size(), m)),
-            "renumbered, again after backtracking");
+    compare(
+        renumbered(slice(events, silent.start.size() + 1, m)),
+        renumbered(slice(events, silent.start.size() + 1 + m + silent.back.size() + silent.again.size(), m)),
+        "renumbered, again after backtracking");
     ++comparisons;
   }
   return comparisons;

@@ -19,8 +19,8 @@ struct Failure {
 // The outcome of check_script in a child process; at most `seconds` of processor time long.
 std::optional<Failure> check_isolated(Script const& script, std::uint64_t seed, unsigned seconds);
 
-// Checks the scripts of the seeds first .. first + count - 1, in child processes that live as long as nothing crashes.
-// Calls `failed` for each seed that fails. Returns what was done.
+// Checks the scripts of the seeds first .. first + count - 1, in child processes that live as long as nothing
+// crashes. Calls `failed` for each seed that fails. Returns what was done.
 Counts check_seeds(std::uint64_t first, std::uint64_t count, unsigned seconds,
                    std::function<void(std::uint64_t, Failure const&)> const& failed);
 

@@ -1,11 +1,12 @@
 // vell-generate: random scripts for the replay, and checks of them that need no expected output.
 //
 //   vell-generate print SEED             the script of a seed
-//   vell-generate check [FIRST [COUNT]]  checks the scripts of COUNT seeds from FIRST on (0, 1000); --seconds N limits one
-//   vell-generate run FILE               checks a script file
-//   vell-generate shrink FILE            makes a script file that fails a check small
+//   vell-generate check [FIRST [COUNT]]  checks the scripts of COUNT seeds from FIRST on (0, 1000); --seconds
+//   N limits one vell-generate run FILE               checks a script file vell-generate shrink FILE makes a
+//   script file that fails a check small
 //
-// Exit code 0 when everything passes (shrink: when the file fails, as it should), 1 otherwise, 2 for a wrong call.
+// Exit code 0 when everything passes (shrink: when the file fails, as it should), 1 otherwise, 2 for a wrong
+// call.
 
 #include <charconv>
 #include <fstream>
@@ -42,9 +43,10 @@ int check(std::uint64_t first, std::uint64_t count, unsigned seconds) {
     ++failures;
     std::cout << "seed " << seed << ": " << f.check << ": " << f.message << std::endl;
   });
-  std::cout << count << " scripts, " << done.lines << " lines, " << done.clauses << " clauses, " << done.models
-            << " models with " << done.records << " values (" << done.free_scripts
-            << " scripts admit every input), " << done.comparisons << " runs compared, " << failures << " failures\n";
+  std::cout << count << " scripts, " << done.lines << " lines, " << done.clauses << " clauses, "
+            << done.models << " models with " << done.records << " values (" << done.free_scripts
+            << " scripts admit every input), " << done.comparisons << " runs compared, " << failures
+            << " failures\n";
   return failures == 0 ? 0 : 1;
 }
 
@@ -91,8 +93,11 @@ int main(int argc, char** argv) {
   std::uint64_t seconds = 60;
   for (std::size_t i = 0; i + 1 < words.size(); ++i)
     if (words[i] == "--seconds") {
-      if (!parse(words[i + 1], seconds)) words.clear();
-      else words.erase(words.begin() + static_cast<std::ptrdiff_t>(i), words.begin() + static_cast<std::ptrdiff_t>(i) + 2);
+      if (!parse(words[i + 1], seconds))
+        words.clear();
+      else
+        words.erase(words.begin() + static_cast<std::ptrdiff_t>(i),
+                    words.begin() + static_cast<std::ptrdiff_t>(i) + 2);
       break;
     }
   unsigned const limit = static_cast<unsigned>(seconds);

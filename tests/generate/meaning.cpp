@@ -48,8 +48,7 @@ void MeaningCheck::take_script_literals(Step const& step) {
     for (std::size_t i = 2; i < step.tokens.size(); ++i) use_as_input(number(i));
   } else if (command == "setbits") {
     bool const tied = lists_.count(step.replay.find_term(step.tokens[1])) != 0;
-    for (std::size_t i = 2; i < step.tokens.size(); ++i)
-      tied ? use_once(number(i)) : use_as_input(number(i));
+    for (std::size_t i = 2; i < step.tokens.size(); ++i) tied ? use_once(number(i)) : use_as_input(number(i));
   } else if (command == "eq" && !step.events.empty() && step.events.back() == "eq = true") {
     use_once(number(1));
   } else if (command == "config") {
@@ -94,7 +93,8 @@ void MeaningCheck::take_terms(Step const& step) {
       Record r;
       r.rule = Record::Rule::equal;
       r.text = "line " + std::to_string(step.number) + ": " + step.line;
-      std::vector<std::string> const other = command == "setbits" ? step.tokens : tokens_of(step.events.back());
+      std::vector<std::string> const other =
+          command == "setbits" ? step.tokens : tokens_of(step.events.back());
       for (std::size_t i = command == "setbits" ? 2 : 3; i < other.size(); ++i)
         r.output.push_back(std::atoi(other[i].c_str()));
       r.inputs.push_back(*bits);
@@ -119,8 +119,10 @@ void MeaningCheck::take_terms(Step const& step) {
       translated.push_back(t);
     }
     // A root stands on the trail before its children; they have smaller ids.
-    std::sort(translated.begin(), translated.end(), [](Term_ const* x, Term_ const* y) { return x->id < y->id; });
-    for (Term_ const* t : translated) record_term(step, t, command == "call" ? step.tokens[1] : handler_of(step, t));
+    std::sort(translated.begin(), translated.end(),
+              [](Term_ const* x, Term_ const* y) { return x->id < y->id; });
+    for (Term_ const* t : translated)
+      record_term(step, t, command == "call" ? step.tokens[1] : handler_of(step, t));
   }
   trail_size_ = trail.size();
 
@@ -150,8 +152,9 @@ void MeaningCheck::decide(Counts& counts) {
   // The literal 0 means nothing.
   if (std::any_of(clauses_.begin(), clauses_.end(), has_zero)) return;
   std::erase_if(records_, [](Record const& r) {
-    bool const too_long = r.output.size() > 128 || std::any_of(r.inputs.begin(), r.inputs.end(),
-                                                               [](BvLitList const& l) { return l.size() > 128; });
+    bool const too_long =
+        r.output.size() > 128 ||
+        std::any_of(r.inputs.begin(), r.inputs.end(), [](BvLitList const& l) { return l.size() > 128; });
     return too_long || has_zero(r.output) || std::any_of(r.inputs.begin(), r.inputs.end(), has_zero);
   });
   if (free_) ++counts.free_scripts;
@@ -179,7 +182,9 @@ void MeaningCheck::decide(Counts& counts) {
     if (auto const number = numbers.find(static_cast<BvLit>(v)); number != numbers.end())
       is_input[static_cast<std::size_t>(number->second)] = true;
 
-  auto const fail = [&](Record const& r, std::string const& message) { throw CheckFailure(check, r.text + ": " + message); };
+  auto const fail = [&](Record const& r, std::string const& message) {
+    throw CheckFailure(check, r.text + ": " + message);
+  };
 
   int const samples = 10;
   for (int sample = 0; sample < samples; ++sample) {
@@ -237,11 +242,12 @@ void MeaningCheck::decide(Counts& counts) {
         if (p.value(right) < 0) {
           // Where the script imposes things, propagation may not have seen yet that there is no such model.
           if (free_ || p.satisfiable())
-            fail(r, "bit " + std::to_string(i) + " of the result is wrong for " + [&] {
-              std::string text;
-              for (Word v : inputs) text += ' ' + test::to_hex(v);
-              return text + ", expected " + test::to_hex(*expected);
-            }());
+            fail(
+                r, "bit " + std::to_string(i) + " of the result is wrong for " + [&] {
+                  std::string text;
+                  for (Word v : inputs) text += ' ' + test::to_hex(v);
+                  return text + ", expected " + test::to_hex(*expected);
+                }());
           possible = false;
           break;
         }

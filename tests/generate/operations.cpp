@@ -78,8 +78,10 @@ void ScriptWriter::setting() {
       if (floating_) emit(random_.percent(60) ? "fpcomb on" : "fpcomb off");
       return;
     case 6:
-      if (numbering_) emit("nextlit " + std::to_string(small_literals_ && random_.percent(40) ? random_.between(2, 60)
-                                                                                               : random_.between(2000, 90000)));
+      if (numbering_)
+        emit("nextlit " + std::to_string(small_literals_ && random_.percent(40)
+                                             ? random_.between(2, 60)
+                                             : random_.between(2000, 90000)));
       return;
     default:
       if (random_.percent(30)) return emit("echo some text " + std::to_string(random_.below(100)));
@@ -90,7 +92,8 @@ void ScriptWriter::setting() {
 }
 
 void ScriptWriter::state_command() {
-  emit(random_.pick({"hooks", "dumptrail", "dumptrail", "dumptable", "dumpcache", "dumppools", "newfpterms"}));
+  emit(
+      random_.pick({"hooks", "dumptrail", "dumptrail", "dumptable", "dumpcache", "dumppools", "newfpterms"}));
 }
 
 void ScriptWriter::interface_command() {
@@ -128,22 +131,24 @@ std::vector<std::string> ScriptWriter::handlers_for(Term const& t) {
   switch (t.shape) {
     case Shape::leaf:
       if (t.scrap) {
-        if (t.sort.text == "bool") return {"word_constant", "bool_variable", "generic_variable", "bool_true", "bool_false"};
+        if (t.sort.text == "bool")
+          return {"word_constant", "bool_variable", "generic_variable", "bool_true", "bool_false"};
         if (t.sort.text == "rm") return {"word_constant", "fp_rounding_variable", "generic_variable"};
         if (t.sort.text.substr(0, 2) == "fp") return {"word_constant", "fp_variable", "generic_variable"};
         return {"word_constant", "word_variable", "generic_variable"};
       }
       switch (t.sort.kind) {
         case Kind::word: return {"word_constant", "word_variable", "generic_variable"};
-        case Kind::boolean: return {"word_constant", "bool_variable", "generic_variable", "bool_true", "bool_false"};
+        case Kind::boolean:
+          return {"word_constant", "bool_variable", "generic_variable", "bool_true", "bool_false"};
         case Kind::floating: return {"word_constant", "fp_variable", "generic_variable"};
         case Kind::mode: return {"fp_rounding_variable", "generic_variable"};
         case Kind::other: return {"generic_variable"};
       }
       return {};
     case Shape::word_binary: {
-      std::vector<std::string> h = {"word_and",  "word_or",   "word_xor",  "word_add", "word_sub",         "word_mul",
-                                    "word_udiv", "word_urem", "word_mul_generic"};
+      std::vector<std::string> h = {"word_and", "word_or",   "word_xor",  "word_add",        "word_sub",
+                                    "word_mul", "word_udiv", "word_urem", "word_mul_generic"};
       if (t.sort.a > 0) h.insert(h.end(), {"word_sdiv", "word_srem", "word_srem_by_power_of_2"});
       if (t.sort.a > 10) h.resize(5);
       Term const& amount = terms_[t.children[1]];
@@ -154,8 +159,8 @@ std::vector<std::string> ScriptWriter::handlers_for(Term const& t) {
     }
     case Shape::word_unary: return {"word_not", "word_neg", "word_atom", "word_zext"};
     case Shape::predicate: {
-      std::vector<std::string> h = {"word_ult",     "word_ule",     "word_equal",  "word_equal 0",
-                                    "word_equal 1", "word_equal_noproxy"};
+      std::vector<std::string> h = {"word_ult",     "word_ule",     "word_equal",
+                                    "word_equal 0", "word_equal 1", "word_equal_noproxy"};
       if (terms_[t.children[0]].sort.bits() > 0) h.insert(h.end(), {"word_slt", "word_sle"});
       return h;
     }
@@ -167,8 +172,7 @@ std::vector<std::string> ScriptWriter::handlers_for(Term const& t) {
     case Shape::concat: return {"word_concat"};
     case Shape::extend: return {"word_zext", "word_sext"};
     case Shape::rotate: return {"word_rol", "word_ror"};
-    case Shape::conversion:
-      return {"fp_to_sbv", "fp_to_ubv", "fp_to_bv " + std::to_string(random_.below(8))};
+    case Shape::conversion: return {"fp_to_sbv", "fp_to_ubv", "fp_to_bv " + std::to_string(random_.below(8))};
     case Shape::pattern: return {"fp_as_ieeebv"};
     case Shape::opaque: return {"generic_variable"};
   }
@@ -183,7 +187,8 @@ void ScriptWriter::handler_call() {
   // A bool made generic_ite has no bits: only an `ite` becomes a word by it.
   std::string handler = random_.pick(handlers);
   if (t.shape == Shape::bool_ite && handler == "generic_ite" && random_.percent(70)) handler = "bool_ite";
-  if ((t.shape == Shape::conversion || (t.shape == Shape::word_binary && t.sort.a > 4)) && !affordable(1500)) return;
+  if ((t.shape == Shape::conversion || (t.shape == Shape::word_binary && t.sort.a > 4)) && !affordable(1500))
+    return;
   // An `ite` is looked at by generic_ite without a look at its children: they have to be there.
   bool const unguarded = handler == "generic_ite" && t.shape == Shape::word_ite;
   if (unguarded) {
@@ -201,12 +206,29 @@ void ScriptWriter::handler_call() {
 }
 
 void ScriptWriter::circuit() {
-  unsigned const n = static_cast<unsigned>(random_.between(random_.percent(90) ? 1 : 0, random_.percent(80) ? 4 : 7));
+  unsigned const n =
+      static_cast<unsigned>(random_.between(random_.percent(90) ? 1 : 0, random_.percent(80) ? 4 : 7));
   unsigned const longer = n + static_cast<unsigned>(random_.percent(10) ? random_.below(3) : 0);
-  std::string const name =
-      random_.pick({"bit_not", "bit_and", "bit_or", "bit_xor", "bit_ite", "full_adder", "full_adder", "word_and", "word_add",
-                    "word_neg", "word_ule", "word_ult", "word_equal", "word_sr", "word_sl", "word_udiv_simple",
-                    "word_sdiv_simple", "word_sdiv", "word_div_complete_semantics", "fp_rounding"});
+  std::string const name = random_.pick({"bit_not",
+                                         "bit_and",
+                                         "bit_or",
+                                         "bit_xor",
+                                         "bit_ite",
+                                         "full_adder",
+                                         "full_adder",
+                                         "word_and",
+                                         "word_add",
+                                         "word_neg",
+                                         "word_ule",
+                                         "word_ult",
+                                         "word_equal",
+                                         "word_sr",
+                                         "word_sl",
+                                         "word_udiv_simple",
+                                         "word_sdiv_simple",
+                                         "word_sdiv",
+                                         "word_div_complete_semantics",
+                                         "fp_rounding"});
   std::string line = "circuit " + name;
   auto const literals = [&](int count) {
     std::string last = literal();
@@ -261,25 +283,30 @@ void ScriptWriter::backtracking() {
 }
 
 void ScriptWriter::hook() {
-  static std::vector<std::string> const binary = {"word_and",  "word_or",   "word_xor",  "word_add",         "word_sub",
-                                                  "word_mul_generic", "word_variable", "word_constant", "word_lsl",
-                                                  "word_lsr",  "word_asr", "word_mul", "word_udiv", "word_srem"};
-  static std::vector<std::string> const predicates = {"word_ult",   "word_ule",           "word_slt",      "word_sle",
-                                                      "word_equal", "word_equal_noproxy", "bool_variable", "bool_false"};
-  static std::vector<std::string> const booleans = {"bool_and", "bool_or", "bool_iff", "bool_variable", "bool_true",
-                                                    "word_atom", "word_constant"};
+  static std::vector<std::string> const binary = {
+      "word_and",      "word_or",  "word_xor", "word_add", "word_sub", "word_mul_generic", "word_variable",
+      "word_constant", "word_lsl", "word_lsr", "word_asr", "word_mul", "word_udiv",        "word_srem"};
+  static std::vector<std::string> const predicates = {"word_ult",      "word_ule",   "word_slt",
+                                                      "word_sle",      "word_equal", "word_equal_noproxy",
+                                                      "bool_variable", "bool_false"};
+  static std::vector<std::string> const booleans = {"bool_and",  "bool_or",   "bool_iff",     "bool_variable",
+                                                    "bool_true", "word_atom", "word_constant"};
   auto const install = [&](std::string const& tag, std::string const& handler) {
     emit("hook " + tag + ' ' + handler);
   };
   switch (random_.below(7)) {
-    case 0:
-      return install(random_.pick({"18", "19", "20", "27", "28", "50"}), random_.pick(binary));
-    case 1: return install(random_.pick({"21", "22", "23", "24", "25", "12", "51"}), random_.pick(predicates));
+    case 0: return install(random_.pick({"18", "19", "20", "27", "28", "50"}), random_.pick(binary));
+    case 1:
+      return install(random_.pick({"21", "22", "23", "24", "25", "12", "51"}), random_.pick(predicates));
     case 2: return install(random_.pick({"3", "4", "6"}), random_.pick(booleans));
-    case 3: return install(random_.pick({"17", "26"}), random_.pick({"word_not", "word_neg", "word_atom", "word_variable"}));
+    case 3:
+      return install(random_.pick({"17", "26"}),
+                     random_.pick({"word_not", "word_neg", "word_atom", "word_variable"}));
     case 4: return install("52", "word_ite");
     case 5: return install("53", "bool_ite");
-    default: return install(random_.pick({"30", "31", "32", "33"}), random_.pick({"word_udiv", "word_urem", "word_sdiv", "word_srem"}));
+    default:
+      return install(random_.pick({"30", "31", "32", "33"}),
+                     random_.pick({"word_udiv", "word_urem", "word_sdiv", "word_srem"}));
   }
 }
 

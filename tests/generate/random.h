@@ -7,8 +7,8 @@
 
 namespace vell::generate {
 
-// Random choices that are the same for a seed on every platform (SplitMix64: Steele, Lea, Flood, "Fast splittable
-// pseudorandom number generators", 2014).
+// Random choices that are the same for a seed on every platform (SplitMix64: Steele, Lea, Flood, "Fast
+// splittable pseudorandom number generators", 2014).
 class Random {
  public:
   explicit Random(std::uint64_t seed) : state_(seed * 0x9e3779b97f4a7c15u + 0x2545f4914f6cdd1du) {}

@@ -6,7 +6,7 @@
 
 #include "tests/generate/meaning.h"
 #include "vell/bv/inspector.h"
-#include "vell/engine/replay/replayoperands.h"
+#include "vell/replay/replayoperands.h"
 
 namespace vell::generate {
 
@@ -67,7 +67,8 @@ bool is_shift(SymbolTag::tag tag) {
 }
 
 bool is_division(SymbolTag::tag tag) {
-  return tag == SymbolTag::bv_udiv || tag == SymbolTag::bv_urem || tag == SymbolTag::bv_sdiv || tag == SymbolTag::bv_srem;
+  return tag == SymbolTag::bv_udiv || tag == SymbolTag::bv_urem || tag == SymbolTag::bv_sdiv ||
+         tag == SymbolTag::bv_srem;
 }
 
 // Bit i of a numeral as its bits are read: a machine word has none above bit 63.
@@ -112,8 +113,10 @@ void MeaningCheck::record_term(Step const& step, Term_ const* t, std::string con
 
   if (handler == "bool_true" || handler == "bool_false" || handler == "word_constant") {
     QNumber const* q = tm.number(symbol);
-    r.constant = handler == "bool_true" ? 1 : handler == "bool_false" || q == nullptr ? 0
-                                            : low_bits(*q, static_cast<unsigned>(r.output.size()));
+    r.constant = handler == "bool_true" ? 1
+                 : handler == "bool_false" || q == nullptr
+                     ? 0
+                     : low_bits(*q, static_cast<unsigned>(r.output.size()));
     return add(Record::Rule::constant);
   }
   if (handler == "generic_variable" || handler == "fp_rounding_variable" || handler == "word_variable" ||
@@ -149,7 +152,8 @@ void MeaningCheck::record_term(Step const& step, Term_ const* t, std::string con
   // Connectives read two children, whatever a term has more.
   std::size_t const read = tag == SymbolTag::bool_ite || tag == SymbolTag::term_ite ? 3 : 2;
   add_inputs(std::min<std::size_t>(read, symbol->arity));
-  if (tag == SymbolTag::bv_extract) tm.is_bv_extract(symbol, &r.operation.parameter0, &r.operation.parameter1);
+  if (tag == SymbolTag::bv_extract)
+    tm.is_bv_extract(symbol, &r.operation.parameter0, &r.operation.parameter1);
   if (tag == SymbolTag::bv_rotate_left) tm.is_bv_rotate_left(symbol, &r.operation.parameter0);
   if (tag == SymbolTag::bv_rotate_right) tm.is_bv_rotate_right(symbol, &r.operation.parameter0);
   if (tag == SymbolTag::bv_zero_extend || tag == SymbolTag::bv_sign_extend)
@@ -159,7 +163,9 @@ void MeaningCheck::record_term(Step const& step, Term_ const* t, std::string con
     // A numeral is read as a number, not as bits; one below the machine range counts as 0.
     if (QNumber const* q = tm.number(t->children[1]->symbol)) {
       std::uint64_t const w = r.output.size();
-      r.second_input = q->sign() < 0 ? 0 : *q < QNumber(static_cast<std::int64_t>(w)) ? Word(q->to_int64()) : Word(w);
+      r.second_input = q->sign() < 0                                ? 0
+                       : *q < QNumber(static_cast<std::int64_t>(w)) ? Word(q->to_int64())
+                                                                    : Word(w);
     }
   }
   if (handler == "word_mul_by_constant" || handler == "word_mul") {
@@ -233,7 +239,8 @@ void MeaningCheck::take_circuit(Step const& step) {
   }
   for (BvLitList& l : r.inputs) l.resize(r.inputs[0].size());  // only as much of the second is read
   auto const operation = operations.find(name);
-  r.operation.tag = name == "word_sr" ? (singles[0] != 0 ? SymbolTag::bv_ashr : SymbolTag::bv_lshr) : operation->second;
+  r.operation.tag =
+      name == "word_sr" ? (singles[0] != 0 ? SymbolTag::bv_ashr : SymbolTag::bv_lshr) : operation->second;
   add(Record::Rule::operation);
 }
 
@@ -264,7 +271,8 @@ std::optional<Word> expected_output(Record const& record, std::vector<Word> cons
       return q | r << widths[0];
     }
     case Record::Rule::conversion: {
-      auto const mode = record.mode ? *record.mode : static_cast<IEEEFloat::rounding_mode>(static_cast<unsigned>(values[0]));
+      auto const mode = record.mode ? *record.mode
+                                    : static_cast<IEEEFloat::rounding_mode>(static_cast<unsigned>(values[0]));
       mpz_class const v =
           test::conversion_rule(test::fields_of(values[1], record.format), record.format, mode, record.width);
       Word w = 0;

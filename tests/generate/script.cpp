@@ -1,6 +1,6 @@
 #include "tests/generate/script.h"
 
-#include "vell/smtlib/error.h"
+#include "vell/io/error.h"
 
 namespace vell::generate {
 
@@ -41,7 +41,7 @@ std::vector<std::string> run(Script const& script, std::vector<Watcher*> const& 
   for (std::size_t i = 0; i < script.size(); ++i) {
     try {
       replay.step(i + 1, script[i]);
-    } catch (smtlib::Error const& e) {
+    } catch (io::Error const& e) {
       throw CheckFailure("well formed", e.what() + (" (" + script[i] + ")"));
     }
     written.push_back(out.str());

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "vell/engine/replay/replay.h"
+#include "vell/replay/replay.h"
 
 namespace vell::generate {
 
@@ -33,11 +33,11 @@ class CheckFailure : public std::runtime_error {
 
 // What one line of a script did.
 struct Step {
-  std::uint64_t number;             // of the line, from 1
+  std::uint64_t number;  // of the line, from 1
   std::string const& line;
   std::vector<std::string> const& tokens;  // of the line; not empty
   std::vector<std::string> const& events;  // what it wrote, line by line
-  replay::Replay& replay;           // state after it
+  replay::Replay& replay;                  // state after it
 
   bool failed() const;  // ended by an error
   // Throws CheckFailure, naming the line.
@@ -54,8 +54,9 @@ class Watcher {
   virtual void after(Step const& step) = 0;
 };
 
-// Runs the script under the watchers. Returns what it wrote, one element for each line of the script; text that is
-// pending at the end comes as one more element. Throws CheckFailure "well formed" where the runner refuses a line.
+// Runs the script under the watchers. Returns what it wrote, one element for each line of the script; text
+// that is pending at the end comes as one more element. Throws CheckFailure "well formed" where the runner
+// refuses a line.
 std::vector<std::string> run(Script const& script, std::vector<Watcher*> const& watchers = {});
 
 }  // namespace vell::generate

@@ -6,7 +6,7 @@ namespace vell::generate {
 
 ScriptWriter::ScriptWriter(std::uint64_t seed) : random_(seed) {
   // Words are short mostly; some scripts have a few of up to 70 bits, past the machine word.
-  max_width_ = random_.percent(70) ? static_cast<unsigned>(random_.between(1, 8))
+  max_width_ = random_.percent(70)   ? static_cast<unsigned>(random_.between(1, 8))
                : random_.percent(70) ? 12
                                      : 70;
   commands_ = static_cast<unsigned>(random_.between(4, 40));

@@ -1,10 +1,10 @@
 #pragma once
 
-// Random scripts for the replay of single calls. A seed decides everything: which parts of the language a script uses
-// at all, how wide its words are, how long it is.
+// Random scripts for the replay of single calls. A seed decides everything: which parts of the language a
+// script uses at all, how wide its words are, how long it is.
 //
-// Scripts are well formed by construction: widths fit, no term without bits is translated, amounts of shifts are not
-// negative, handlers are installed and called only where the children have the shape they need.
+// Scripts are well formed by construction: widths fit, no term without bits is translated, amounts of shifts
+// are not negative, handlers are installed and called only where the children have the shape they need.
 
 #include <cstdint>
 #include <string>
@@ -74,7 +74,8 @@ class ScriptWriter {
   std::size_t operand(Sort const& sort);
   std::size_t shift_amount(Sort const& sort);
   std::size_t compound();
-  std::size_t term_of(Sort const& sort, Shape shape, std::string const& op, std::vector<std::size_t> children);
+  std::size_t term_of(Sort const& sort, Shape shape, std::string const& op,
+                      std::vector<std::size_t> children);
   std::size_t word_term();
   std::size_t structural_term();
   std::size_t predicate_term();
@@ -123,7 +124,7 @@ class ScriptWriter {
   bool circuits_;
   bool calls_;
   bool backtracking_;
-  bool imposing_;       // setbits, eq, makebits
+  bool imposing_;  // setbits, eq, makebits
   bool unsupported_;
   bool small_literals_;  // literals of the script may meet fresh ones
   bool zero_literals_;

@@ -8,7 +8,8 @@ namespace vell::generate {
 namespace {
 
 bool declares(std::vector<std::string> const& tokens) {
-  return tokens.size() > 1 && (tokens[0] == "var" || tokens[0] == "num" || tokens[0] == "rmconst" || tokens[0] == "term");
+  return tokens.size() > 1 &&
+         (tokens[0] == "var" || tokens[0] == "num" || tokens[0] == "rmconst" || tokens[0] == "term");
 }
 
 }  // namespace

@@ -8,7 +8,8 @@ namespace vell::generate {
 namespace {
 
 TEST(ShrinkTest, DroppedDeclarationsTakeTheirUsesAlong) {
-  Script const all = {"var x bv 2", "var y bv 2", "term s bvadd bv 2 x y", "blast s", "blast x", "atomlit later 5"};
+  Script const all = {"var x bv 2", "var y bv 2", "term s bvadd bv 2 x y",
+                      "blast s",    "blast x",    "atomlit later 5"};
   Script const without_y = {all[0], all[2], all[3], all[4], all[5]};
   EXPECT_EQ(without_undeclared(without_y, all), (Script{all[0], all[4], all[5]}));
 }

@@ -11,7 +11,8 @@ namespace {
 
 constexpr char const check[] = "state";
 
-// Elements of the pool that are handed out: all of its chunks without its free list. first, growth, max: its rule.
+// Elements of the pool that are handed out: all of its chunks without its free list. first, growth, max: its
+// rule.
 template <typename Pool>
 std::uint64_t live(Pool const& pool, std::uint64_t first, std::uint64_t growth, std::uint64_t max) {
   std::uint64_t elements = 0;
@@ -42,11 +43,13 @@ void StateCheck::forget_upto(Term_ const* t) {
   } while (last != t);
 }
 
-// A command that translates or imposes only appends to the trail, and only terms that it cached or was asked for.
+// A command that translates or imposes only appends to the trail, and only terms that it cached or was asked
+// for.
 void StateCheck::take_new_entries(Step const& step, std::vector<Term_ const*> const& trail) {
-  step.require(trail.size() >= trail_.size() && std::equal(trail_.begin(), trail_.end(), trail.begin()), check,
-               "the trail lost entries");
-  std::vector<Term_ const*> const added(trail.begin() + static_cast<std::ptrdiff_t>(trail_.size()), trail.end());
+  step.require(trail.size() >= trail_.size() && std::equal(trail_.begin(), trail_.end(), trail.begin()),
+               check, "the trail lost entries");
+  std::vector<Term_ const*> const added(trail.begin() + static_cast<std::ptrdiff_t>(trail_.size()),
+                                        trail.end());
   trail_ = trail;
   std::string const& command = step.tokens[0];
   for (std::size_t i = 0; i < added.size(); ++i) {
@@ -64,7 +67,8 @@ void StateCheck::take_new_entries(Step const& step, std::vector<Term_ const*> co
       cache_.emplace(t, Entry{list, *list});
     } else if (list != known->second.list) {
       // Replaced: only a handler called directly does that, once.
-      step.require(command == "call" && added.size() == 1 && list != nullptr, check, "the bits of a cached term changed");
+      step.require(command == "call" && added.size() == 1 && list != nullptr, check,
+                   "the bits of a cached term changed");
       ++replaced_;
       known->second = {list, *list};
     }
@@ -85,7 +89,8 @@ void StateCheck::compare(Step const& step) const {
   step.require(cache.size() == cache_.size(), check, "the number of cached terms is not what it should be");
   for (auto const& [t, entry] : cache_) {
     bv::BvLitList const* list = step.replay.clausifier()->lookup(t);
-    if (list != entry.list || *list != entry.bits) step.fail(check, "the bits of " + t->to_shallow_str() + " changed");
+    if (list != entry.list || *list != entry.bits)
+      step.fail(check, "the bits of " + t->to_shallow_str() + " changed");
   }
   step.require(live(cache.node_pool(), 16, 2, 8192) == cache_.size(), check, "nodes are lost, or used twice");
   step.require(live(inspector.list_pool(), 1024, 1, 1024) == cache_.size() + replaced_, check,
@@ -107,12 +112,14 @@ void StateCheck::after(Step const& step) {
     bool const there = std::count(trail_.begin(), trail_.end(), t) != 0;
     step.require(there != step.failed(), check, "retract");
     if (there) forget_upto(t);
-  } else if (command == "blast" || command == "notify" || command == "eq" || command == "setbits" || command == "call") {
+  } else if (command == "blast" || command == "notify" || command == "eq" || command == "setbits" ||
+             command == "call") {
     take_new_entries(step, inspector.trail());
   }
   compare(step);
 
-  // Chains keep their order while the table keeps its size: removal leaves it alone, insertion is at the front.
+  // Chains keep their order while the table keeps its size: removal leaves it alone, insertion is at the
+  // front.
   auto const& cache = inspector.bits_cache();
   auto order = chains(cache);
   if (cache.bucket_count() == buckets_) {

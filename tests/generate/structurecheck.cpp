@@ -20,7 +20,8 @@ bool starts_with(std::string const& text, char const* prefix) { return text.rfin
 std::vector<std::int64_t> numbers(std::vector<std::string> const& tokens, std::size_t first) {
   std::vector<std::int64_t> v;
   for (std::size_t i = first; i < tokens.size(); ++i)
-    if (tokens[i] != "[" && tokens[i] != "]" && tokens[i] != "none") v.push_back(std::atoll(tokens[i].c_str()));
+    if (tokens[i] != "[" && tokens[i] != "]" && tokens[i] != "none")
+      v.push_back(std::atoll(tokens[i].c_str()));
   return v;
 }
 
@@ -30,8 +31,8 @@ void StructureCheck::check_table(Step const& step) const {
   bv::WordClausifierInspector const inspector(*step.replay.clausifier());
   auto const& cache = inspector.bits_cache();
   std::uint64_t const buckets = cache.bucket_count();
-  step.require(std::find(std::begin(hsh::primes), std::end(hsh::primes), buckets) != std::end(hsh::primes), check,
-               "the bucket count is no prime of the table");
+  step.require(std::find(std::begin(hsh::primes), std::end(hsh::primes), buckets) != std::end(hsh::primes),
+               check, "the bucket count is no prime of the table");
   std::unordered_set<Term_ const*> keys;
   for (std::uint64_t b = 0; b < buckets; ++b)
     for (auto const* n = cache.chain(b); n != nullptr; n = n->next) {
@@ -41,8 +42,9 @@ void StructureCheck::check_table(Step const& step) const {
     }
   step.require(keys.size() == cache.size(), check, "the size is not the number of nodes");
   // The last insertion found a load of at most 0.7.
-  step.require(cache.size() == 0 || static_cast<double>(cache.size() - 1) <= 0.7001 * static_cast<double>(buckets), check,
-               "the load limit is exceeded");
+  step.require(
+      cache.size() == 0 || static_cast<double>(cache.size() - 1) <= 0.7001 * static_cast<double>(buckets),
+      check, "the load limit is exceeded");
   auto const& trail = inspector.trail();
   std::unordered_set<Term_ const*> const on_trail(trail.begin(), trail.end());
   for (Term_ const* t : keys)
@@ -81,10 +83,12 @@ void StructureCheck::check_events(Step const& step) {
     } else if (words[0] == "fpbits") {
       // Bits of the combination, unless the script gave others.
       Term_ const* t = step.replay.find_term(words[1]);
-      for (std::uint64_t i = 0; i < 100; ++i) known_.insert(static_cast<std::int64_t>(500000 + 100 * t->id + i));
+      for (std::uint64_t i = 0; i < 100; ++i)
+        known_.insert(static_cast<std::int64_t>(500000 + 100 * t->id + i));
     } else if (words[0] == "clause") {
       std::vector<std::int64_t> const literals = numbers(words, 1);
-      step.require(literals.size() >= 2 && literals.size() <= 4, check, "a clause has no two to four literals");
+      step.require(literals.size() >= 2 && literals.size() <= 4, check,
+                   "a clause has no two to four literals");
       for (std::int64_t l : literals) {
         step.require(l != 0 || zeros_, check, "a clause contains the literal 0");
         step.require(std::abs(l) < 2 || known_.count(std::abs(l)) != 0, check,
@@ -100,7 +104,8 @@ void StructureCheck::check_events(Step const& step) {
   }
   bool const terminated = step.failed() && step.events.back() == "error terminated";
   if (!tested_) step.require(polls == 0, check, "a null test was called");
-  if (tested_ && dispatches > 0) step.require(polls == dispatches + (terminated ? 1 : 0), check, "polls and dispatches differ");
+  if (tested_ && dispatches > 0)
+    step.require(polls == dispatches + (terminated ? 1 : 0), check, "polls and dispatches differ");
   if (terminated) step.require(polls > 0, check, "terminated without a poll");
   if (unsupported_traced)
     step.require(step.failed() && starts_with(step.events.back(), "error not supported: "), check,
@@ -108,13 +113,15 @@ void StructureCheck::check_events(Step const& step) {
   if (step.tokens[0] == "blast" && !step.failed()) {
     Term_ const* t = step.replay.find_term(step.tokens[1]);
     bv::BvLitList const* bits = step.replay.clausifier()->lookup(t);
-    step.require(bits != nullptr && step.events.back() == "blast " + step.tokens[1] + " = " + std::to_string(bits->front()),
+    step.require(bits != nullptr &&
+                     step.events.back() == "blast " + step.tokens[1] + " = " + std::to_string(bits->front()),
                  check, "blast returns something else than the first bit");
   }
   if (step.tokens[0] == "hooks")
-    step.require(step.events.back() ==
-                     "hooks " + std::to_string(bv::WordClausifierInspector(*step.replay.clausifier()).hooks().size()),
-                 check, "hooks");
+    step.require(
+        step.events.back() ==
+            "hooks " + std::to_string(bv::WordClausifierInspector(*step.replay.clausifier()).hooks().size()),
+        check, "hooks");
 }
 
 void StructureCheck::after(Step const& step) {

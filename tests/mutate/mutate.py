@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Changes the clausifier one token at a time and reports the changes that no test notices. See README.md."""
+"""Changes the clausifier, or the passes on words, one token at a time and reports the changes that no test notices. See README.md."""
 
 import argparse
 import concurrent.futures
@@ -13,7 +13,7 @@ from collections import Counter
 from pathlib import Path
 
 from mutations import mutations_of
-from scratch import FOLDER, Scratch
+from scratch import SUBJECTS, Scratch
 
 ROOT = Path(__file__).resolve().parents[2]
 
@@ -37,15 +37,17 @@ def read_equivalents(path):
     return known
 
 
-def read_sources():
+def read_sources(subject):
     """{name: text} of the source files. The gates stand in a header: their code is taken into the file that tells about
     them, whose copy of it is the one that the linker keeps."""
-    sources = {p.name: p.read_text() for p in sorted((ROOT / FOLDER).glob("*.cpp"))}
-    header = (ROOT / FOLDER / "gates.h").read_text().replace("#pragma once\n", "")
-    line = f'#include "{FOLDER}/gates.h"\n'
-    if line not in sources["gates.cpp"]:
-        sys.exit("gates.cpp does not include gates.h")
-    sources["gates.cpp"] = sources["gates.cpp"].replace(line, header)
+    folder = ROOT / subject.folder
+    sources = {p.name: p.read_text() for p in sorted(folder.glob("*.cpp"))}
+    if (name := subject.inlined) is not None:
+        header = (folder / f"{name}.h").read_text().replace("#pragma once\n", "")
+        line = f'#include "{subject.folder}/{name}.h"\n'
+        if line not in sources[f"{name}.cpp"]:
+            sys.exit(f"{name}.cpp does not include {name}.h")
+        sources[f"{name}.cpp"] = sources[f"{name}.cpp"].replace(line, header)
     return sources
 
 
@@ -57,18 +59,23 @@ def key(mutation, source):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--subject", choices=SUBJECTS, default="bv", help="the clausifier, or the passes on words")
     parser.add_argument("--sample", type=int, help="so many mutants, chosen at random")
     parser.add_argument("--seed", type=int, default=1, help="of the choice")
-    parser.add_argument("--files", nargs="*", help="only these files of vell/bv")
+    parser.add_argument("--files", nargs="*", help="only these files")
     parser.add_argument("--jobs", type=int, default=2)
     parser.add_argument("--scripts", type=int, default=150, help="how many random scripts a mutant has to pass")
-    parser.add_argument("--scratch", type=Path, default=ROOT / "build" / "mutate")
+    parser.add_argument("--scratch", type=Path, help="build/mutate, or build/mutate-words")
+    parser.add_argument("--build", type=Path, help="a release build of this tree that is up to date; otherwise a copy is built")
     parser.add_argument("--again", action="store_true", help="test the survivors of earlier runs again")
     parser.add_argument("--list", action="store_true", help="only list the mutants")
     args = parser.parse_args()
+    subject = SUBJECTS[args.subject]
+    if args.scratch is None:
+        args.scratch = ROOT / "build" / ("mutate" if args.subject == "bv" else f"mutate-{args.subject}")
 
-    equivalents = read_equivalents(Path(__file__).with_name("equivalent.txt"))
-    sources = read_sources()
+    equivalents = read_equivalents(Path(__file__).with_name(subject.equivalents))
+    sources = read_sources(subject)
     mutants = {}
     for name, source in sources.items():
         if args.files and name not in args.files:
@@ -118,7 +125,7 @@ def main():
                 print(f"  {done} of {len(todo)}", file=sys.stderr, flush=True)
 
     if todo:
-        scratch = Scratch(ROOT, args.scratch, args.scripts)
+        scratch = Scratch(ROOT, args.scratch, subject, args.scripts, args.build and args.build.resolve())
         scratch.prepare()
         refused = scratch.link_all(sources, {n: mutants[k][0] for n, k in enumerate(todo)}, args.jobs)
         if (failure := scratch.killer(scratch.all_mutants, measure=True)) is not None:

@@ -8,15 +8,51 @@ import re
 import shutil
 import subprocess
 import sys
+from dataclasses import dataclass
 from pathlib import Path
 
 from variants import DEFINITION, Variants
 
-FOLDER = "vell/bv"
-PROGRAMS = ("scenarios_tests", "bv_tests", "vell-generate")
 MEMORY_KIB = 4 << 20
 # The tests that evaluate what the others compare with fixed clauses; they take longest.
 MEANING = "*Meaning*:*Exhaustive*:*Random*:Conversion*:StandardFormat.*:SmallFormat.*:ShiftAmounts.*"
+
+
+def clausifier_stages(scripts):
+    unit = ["bv_tests", "--gtest_brief=1", "--gtest_fail_fast"]
+    # The cheap ones first.
+    stages = [("scenarios", ["scenarios_tests", "--gtest_brief=1", "--gtest_fail_fast"]),
+              ("unit tests", [*unit, f"--gtest_filter=-{MEANING}"])]
+    for first in range(0, scripts, 25):
+        stages.append(("random scripts", ["vell-generate", "check", first, min(25, scripts - first), "--seconds", "20"]))
+    return [*stages, ("tests of meaning", [*unit, f"--gtest_filter={MEANING}"])]
+
+
+def words_stages(scripts):
+    # So many formulas in the place of a script, in pieces, since most mutants fall at once. The test of the tally says
+    # what the passes find, and needs the formulas of its own.
+    stages = [("random formulas", ["vell-words-check", "--seed", first, "--count", 500]) for first in range(0, 20 * scripts, 500)]
+    return [*stages[:1], ("unit tests", ["words_tests", "--gtest_brief=1", "--gtest_fail_fast"]), *stages[1:]]
+
+
+@dataclass(frozen=True)
+class Subject:
+    """What is changed, and what has to notice it."""
+    folder: str  # of the sources
+    archive: str  # the target that they are compiled for
+    programs: tuple
+    needs_tool: bool  # whether the command line's parts are built
+    equivalents: str  # file with the changes that make no difference
+    inlined: str  # a header whose code is tested as a part of the source that has its name; None for none
+    stages: callable  # (number of scripts) -> [(name, command)]
+
+
+SUBJECTS = {
+    "bv": Subject("vell/bv", "vell.dir", ("scenarios_tests", "bv_tests", "vell-generate"), False, "equivalent.txt", "gates",
+                  clausifier_stages),
+    "words": Subject("vell/words", "vell_tool.dir", ("words_tests", "vell-words-check"), True, "equivalent-words.txt",
+                     None, words_stages),
+}
 
 
 def run(command, environment, folder, seconds, memory=MEMORY_KIB):
@@ -32,22 +68,22 @@ def run(command, environment, folder, seconds, memory=MEMORY_KIB):
 
 
 class Scratch:
-    def __init__(self, root, folder, scripts):
+    def __init__(self, root, folder, subject, scripts, build=None):
+        """build: a release build of the tree that is there already, in the place of one of a copy."""
         self.root = root
+        self.ready = build is not None
+        self.subject = subject
         self.folder = folder
-        self.tree = folder / "tree"
-        self.build = folder / "build"
+        self.tree = root if self.ready else folder / "tree"
+        self.build = build if self.ready else folder / "build"
         self.all_mutants = folder / "all"
-        unit = ["bv_tests", "--gtest_brief=1", "--gtest_fail_fast"]
-        # The cheap ones first.
-        self.stages = [("scenarios", ["scenarios_tests", "--gtest_brief=1", "--gtest_fail_fast"]),
-                       ("unit tests", [*unit, f"--gtest_filter=-{MEANING}"])]
-        for first in range(0, scripts, 25):
-            self.stages.append(("random scripts", ["vell-generate", "check", first, min(25, scripts - first), "--seconds", "20"]))
-        self.stages.append(("tests of meaning", [*unit, f"--gtest_filter={MEANING}"]))
+        self.stages = subject.stages(scripts)
         self.seconds = [600] * len(self.stages)
 
     def prepare(self):
+        if self.ready:
+            self.read_build()
+            return
         files = subprocess.run(["git", "ls-files", "-z", "--cached", "--others", "--exclude-standard"], cwd=self.root,
                                capture_output=True, check=True).stdout.decode().split("\0")
         wanted = {f for f in files if f and (self.root / f).is_file()}
@@ -65,9 +101,10 @@ class Scratch:
         launcher = ["-DCMAKE_CXX_COMPILER_LAUNCHER=ccache"] if shutil.which("ccache") else []
         subprocess.run(
             ["cmake", "-S", self.tree, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release",
-             "-DCMAKE_CXX_FLAGS_RELEASE=-O1 -DNDEBUG", "-DVELL_BUILD_TOOL=OFF", "-DVELL_BUILD_BENCHMARKS=OFF", *launcher],
+             "-DCMAKE_CXX_FLAGS_RELEASE=-O1 -DNDEBUG", f"-DVELL_BUILD_TOOL={'ON' if self.subject.needs_tool else 'OFF'}",
+             "-DVELL_BUILD_BENCHMARKS=OFF", *launcher],
             check=True, stdout=subprocess.DEVNULL)
-        subprocess.run(["cmake", "--build", self.build, "-j2", "--target", *PROGRAMS], check=True)
+        subprocess.run(["cmake", "--build", self.build, "-j2", "--target", *self.subject.programs], check=True)
         self.read_build()
 
     def read_build(self):
@@ -75,11 +112,11 @@ class Scratch:
         self.compile = {}
         for entry in json.loads((self.build / "compile_commands.json").read_text()):
             source = Path(entry["file"])
-            if source.parent == self.tree / FOLDER and "vell.dir" in entry["command"]:
+            if source.parent == self.tree / self.subject.folder and self.subject.archive in entry["command"]:
                 command = entry["command"].split()
                 self.compile[source.name] = command[1:] if command[0].endswith("ccache") else command
         self.links = {}
-        for program in PROGRAMS:
+        for program in self.subject.programs:
             commands = subprocess.run(["ninja", "-t", "commands", program], cwd=self.build, capture_output=True, text=True,
                                       check=True).stdout.splitlines()
             command = commands[-1].split(" && ")[1].split()
@@ -169,7 +206,7 @@ class Scratch:
             if code in (-9, -24):
                 return name, "time"
             if code != 0:
-                failed = re.search(r"\[  FAILED  \] (\S+?),? ", output) or re.search(r"^seed \d+: ([\w ]+):", output, re.M)
+                failed = re.search(r"\[  FAILED  \] (\S+?),? ", output) or re.search(r"^seed \d+: ([\w -]+):", output, re.M)
                 return name, failed.group(1) if failed else "crash"
             if measure:
                 self.seconds[i] = 2 + math.ceil(5 * used)

@@ -37,7 +37,8 @@ def function_bodies(source):
             else:
                 end = closing(text, i) + 1
                 if re.search(r"\)( const| noexcept| override)*$", head):
-                    name = re.search(r"([\w:~]+)\(", head).group(1).split("::")
+                    named = re.search(r"([\w:~]+)\(", head)  # an operator has no such name
+                    name = named.group(1).split("::") if named else [""]
                     is_structor = len(name) > 1 and name[-1].lstrip("~") == name[-2]
                     bodies.append((i, end, is_structor or re.match(r"(inline |static )*void ", head) is not None))
                 i = end - 1

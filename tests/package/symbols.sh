@@ -2,7 +2,7 @@
 # symbols.sh KIND PREFIX: nothing but names of namespace vell leaves the library.
 set -eu
 kind=$1 prefix=$2
-ours='(typeinfo name for |typeinfo for |vtable for |VTT for |guard variable for |non-virtual thunk to )?vell::'
+ours='(typeinfo name for |TLS init function for |TLS wrapper function for |typeinfo for |vtable for |VTT for |guard variable for |non-virtual thunk to )?vell::'
 if [ "$kind" = shared ]; then
   library=$prefix/lib/libvell.so
   # Every exported name, also weak ones.

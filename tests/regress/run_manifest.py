@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
 """Runs vell-bv over scripts with known answers and compares every answer.
 
-run_manifest.py answers BINARY [--folder NAME] [--limit SECONDS] [--jobs N]
+run_manifest.py answers BINARY [--folder NAME] [--limit SECONDS] [--jobs N] [--every N] [--with OPTION]
     Scripts of manifest.tsv below the folder; all check-sat answers must be the manifest's. A script that holds what
     the tool does not execute is refused by name and counted apart; `unknown` or a time-out counts as unsolved.
+    --with=--words=none runs them with an option of vell-bv, --every 8 every eighth of them.
 run_manifest.py malformed BINARY ...
     Scripts of malformed/manifest.tsv; each must end with an error that names file, line and column, exit code 1.
 
@@ -43,7 +44,7 @@ def benchmarks(manifest="manifest.tsv", without="nothing was run"):
 def execute(binary, path, limit, folder):
     """Answers, the error line or None, exit code or a word that says how it ended."""
     try:
-        p = subprocess.run([binary, path], stdin=subprocess.DEVNULL, capture_output=True, timeout=limit, cwd=folder)
+        p = subprocess.run([*binary, path], stdin=subprocess.DEVNULL, capture_output=True, timeout=limit, cwd=folder)
     except subprocess.TimeoutExpired as e:
         out = (e.stdout or b"").decode(errors="replace")
         return [l for l in out.split("\n") if l in ("sat", "unsat", "unknown")], None, "time-out"
@@ -98,6 +99,8 @@ def main():
     parser.add_argument("--jobs", type=int, default=os.cpu_count() or 1)
     parser.add_argument("--verbose", action="store_true", help="list the unsolved and the refused as well")
     parser.add_argument("--refused", type=int, help="fail when more scripts than this are refused")
+    parser.add_argument("--every", type=int, default=1, help="run every Nth script only")
+    parser.add_argument("--with", dest="options", action="append", default=[], help="an option for vell-bv")
     args = parser.parse_args()
 
     root, work = benchmarks("malformed/manifest.tsv" if args.what == "malformed" else "manifest.tsv")
@@ -109,7 +112,8 @@ def main():
         print(f"{root}: no script in {args.folder}")
         return 1
     judge = judge_malformed if args.what == "malformed" else judge_answers
-    binary = os.path.abspath(args.binary)
+    binary = [os.path.abspath(args.binary), *args.options]
+    work = work[::args.every]
     count = {"passed": 0, "failed": 0, "unsolved": 0, "refused": 0}
     lines = []
     # Scripts may write files by :regular-output-channel; they get a folder of their own to do so.

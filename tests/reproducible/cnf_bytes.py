@@ -41,7 +41,7 @@ def sums(binary):
 
 
 def operators_without_a_script():
-    with open(os.path.join(SOURCE, "vell", "smtlib", "operatortable.cpp"), encoding="utf-8") as f:
+    with open(os.path.join(SOURCE, "vell", "terms", "theory.cpp"), encoding="utf-8") as f:
         table = f.read()
     table = table[:table.index("\n};", table.index("Operator operators[]"))]
     text = ""

@@ -1,4 +1,5 @@
-// Replays every script of this folder and compares what it prints, byte for byte, with the .expected file beside it.
+// Replays every script of this folder and compares what it prints, byte for byte, with the .expected file
+// beside it.
 
 #include <gtest/gtest.h>
 
@@ -9,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "vell/engine/replay/replay.h"
+#include "vell/replay/replay.h"
 
 namespace {
 
@@ -31,7 +32,8 @@ std::string content(fs::path const& path) {
   return {std::istreambuf_iterator<char>(in), {}};
 }
 
-// The first line in which the two differ, with its number: a whole diff of a scenario would be thousands of lines.
+// The first line in which the two differ, with its number: a whole diff of a scenario would be thousands of
+// lines.
 std::string first_difference(std::string const& actual, std::string const& expected) {
   std::istringstream a(actual);
   std::istringstream e(expected);

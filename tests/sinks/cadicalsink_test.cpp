@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <new>
+#include <stdexcept>
+
 namespace vell::sinks {
 namespace {
 
@@ -59,8 +62,8 @@ TEST(CadicalSink, AConflictLimitEndsOneCall) {
 
 TEST(CadicalSink, EveryWayOfSearchingAnswersTheSame) {
   using Search = CadicalSink::Search;
-  for (Search how : {Search::from_zeros, Search::from_ones, Search::models_from_zeros, Search::models_from_ones,
-                     Search::plain}) {
+  for (Search how : {Search::from_zeros, Search::from_ones, Search::models_from_zeros,
+                     Search::models_from_ones, Search::plain}) {
     // A circle of implications, cut by one clause; then closed.
     CadicalSink sink(3);
     sink.search(how);
@@ -124,6 +127,18 @@ TEST(CadicalSink, TerminatorEndsTheSearch) {
   EXPECT_EQ(Answer::unknown, sink.solve());
   EXPECT_GT(calls, 50u);
   EXPECT_GT(sink.conflicts(), 0u);
+}
+
+// The solver is in no state to be used or destroyed.
+TEST(CadicalSink, AnExceptionThatLeavesTheSolverAbandonsIt) {
+  CadicalSink sink;
+  add_pigeons(sink, 12);
+  sink.set_terminate([]() -> bool { throw std::runtime_error("no more"); });
+  EXPECT_THROW(sink.solve(), std::runtime_error);
+  EXPECT_THROW(sink.solve(), std::bad_alloc);
+  EXPECT_THROW(sink.add_clause({2}), std::bad_alloc);
+  EXPECT_THROW(sink.set_terminate({}), std::bad_alloc);
+  EXPECT_EQ(0u, sink.conflicts());
 }
 
 TEST(CadicalSink, SmallPigeonsAreUnsat) {

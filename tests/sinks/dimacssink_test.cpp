@@ -69,7 +69,8 @@ TEST(DimacsSink, NumbersOfEveryLength) {
   std::mt19937 random(7);
   for (std::int64_t base = 1; base <= INT32_MAX; base *= 10)
     for (int i = 0; i < 200; ++i) {
-      std::int64_t const offset = i < 3 ? i - 1 : static_cast<std::int64_t>(random() % static_cast<unsigned>(base)) * 9;
+      std::int64_t const offset =
+          i < 3 ? i - 1 : static_cast<std::int64_t>(random() % static_cast<unsigned>(base)) * 9;
       std::int64_t const v = std::clamp<std::int64_t>(base + offset, 2, INT32_MAX);
       auto const l = static_cast<bv::BvLit>(random() % 2 == 0 ? v : -v);
       clauses.push_back({l});

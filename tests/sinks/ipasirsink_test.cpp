@@ -1,4 +1,5 @@
-// Two real solvers in one program, each behind its shared object, and a table of functions that records its calls.
+// Two real solvers in one program, each behind its shared object, and a table of functions that records its
+// calls.
 
 #include "vell/sinks/ipasirsink.h"
 
@@ -30,7 +31,9 @@ IpasirLibrary& library(std::string const& solver) {
 
 class IpasirSolverTest : public testing::TestWithParam<char const*> {
  protected:
-  Term_ const* variable(char const* name, std::uint64_t width) { return tm.mk_variable(name, tm.bv_type(width)); }
+  Term_ const* variable(char const* name, std::uint64_t width) {
+    return tm.mk_variable(name, tm.bv_type(width));
+  }
   std::uint64_t value_of(Term_ const* t) {
     BvLitList bits;
     EXPECT_TRUE(clausifier.get_bits(t, bits));
@@ -43,8 +46,8 @@ class IpasirSolverTest : public testing::TestWithParam<char const*> {
     x = variable("x", width);
     y = variable("y", width);
     auto wide = [&](Term_ const* t) { return tm.mk_app(SymbolTag::bv_zero_extend, {t}, width); };
-    assert_true(tm.mk_app(SymbolTag::equal, {tm.mk_app(SymbolTag::bv_mul, {wide(x), wide(y)}),
-                                             tm.mk_bv(product, 2 * width)}));
+    assert_true(tm.mk_app(SymbolTag::equal,
+                          {tm.mk_app(SymbolTag::bv_mul, {wide(x), wide(y)}), tm.mk_bv(product, 2 * width)}));
     assert_true(tm.mk_app(SymbolTag::bv_ult, {tm.mk_bv(1, width), x}));
     assert_true(tm.mk_app(SymbolTag::bv_ule, {x, y}));
   }
@@ -150,7 +153,8 @@ TEST_P(IpasirSolverTest, RefusesQuestionsWithoutAnAnswer) {
 TEST_P(IpasirSolverTest, StopsWhenTold) {
   assert_factors(1518500279ull * 1836311951ull, 31);
   auto const start = std::chrono::steady_clock::now();
-  sink.set_terminate([&] { return std::chrono::steady_clock::now() - start > std::chrono::milliseconds(200); });
+  sink.set_terminate(
+      [&] { return std::chrono::steady_clock::now() - start > std::chrono::milliseconds(200); });
   EXPECT_EQ(sink.solve(), Answer::unknown);
   EXPECT_THROW(sink.value(2), Exception);
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));

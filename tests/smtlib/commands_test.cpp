@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "tests/smtlib/script.h"
+#include "vell/io/decompress.h"
 
 namespace vell::smtlib {
 namespace {
@@ -31,8 +34,8 @@ TEST(Commands, WithoutArguments) {
     std::string const open = "(" + std::string(name);
     EXPECT_EQ(only(open + ")").kind, kind);
     EXPECT_EQ(only("\n ( " + std::string(name) + " ;c\n )").position.line, 2u);
-    EXPECT_EQ(error_of(open + " 1)"),
-              "1:" + std::to_string(open.size() + 2) + ": expected `)` at the end of `" + name + "`, found `1`");
+    EXPECT_EQ(error_of(open + " 1)"), "1:" + std::to_string(open.size() + 2) +
+                                          ": expected `)` at the end of `" + name + "`, found `1`");
     EXPECT_EQ(error_of(open), "1:1: the file ends inside this `" + std::string(name) + "`");
   }
 }
@@ -48,14 +51,15 @@ TEST(Commands, Positions) {
   EXPECT_EQ(s.commands[3].position.column, 1u);
 }
 
-// All commands on one line: the position of each costs the bytes since the one before, not since the line's start.
+// All commands on one line: the position of each costs the bytes since the one before, not since the line's
+// start.
 TEST(Commands, PositionsOnOneLongLine) {
   constexpr std::size_t n = 200000;
   std::string text;
   for (std::size_t i = 0; i < n; ++i) text += "(check-sat)";
   for (bool const stream : {false, true}) {
     TermManager terms;
-    Reader reader(terms, stream ? Source::blocks(text, 1 << 16) : Source::text(text));
+    Reader reader(terms, stream ? io::Source::blocks(text, 1 << 16) : io::Source::text(text));
     Command c;
     std::size_t i = 0;
     for (; reader.next(c); ++i) {
@@ -99,9 +103,11 @@ TEST(Commands, Attributes) {
   EXPECT_EQ(error_of("(set-info)"), "1:10: expected a keyword, found `)`");
   EXPECT_EQ(error_of("(set-info :k 1 2)"), "1:16: expected `)` at the end of `set-info`, found `2`");
   EXPECT_EQ(error_of("(set-info :k :l)"), "1:14: expected `)` at the end of `set-info`, found `:l`");
-  EXPECT_EQ(error_of("(set-info :k let)"), "1:14: expected an attribute's value, found the reserved word `let`");
+  EXPECT_EQ(error_of("(set-info :k let)"),
+            "1:14: expected an attribute's value, found the reserved word `let`");
   EXPECT_EQ(error_of("(set-info :k (a (b)"), "1:1: the file ends inside this `set-info`");
-  EXPECT_EQ(error_of("(set-option :global-declarations 1)"), "1:35: :global-declarations is true or false");
+  EXPECT_EQ(error_of("(set-option :global-declarations 1)"),
+            "1:34: :global-declarations takes true or false, not 1");
 }
 
 TEST(Commands, KeywordsAndStrings) {
@@ -114,9 +120,10 @@ TEST(Commands, KeywordsAndStrings) {
 }
 
 TEST(Commands, Declarations) {
-  for (char const* text : {"(declare-const x Bool)", "(declare-fun x () Bool)", "(declare-fun |x| () Bool)"}) {
+  for (char const* text :
+       {"(declare-const x Bool)", "(declare-fun x () Bool)", "(declare-fun |x| () Bool)"}) {
     TermManager tm;
-    Reader reader(tm, Source::text(text));
+    Reader reader(tm, io::Source::text(text));
     Command c;
     ASSERT_TRUE(reader.next(c));
     EXPECT_EQ(c.kind, CommandKind::declare);
@@ -131,8 +138,10 @@ TEST(Commands, Declarations) {
 }
 
 TEST(Commands, Definitions) {
-  Script s("(declare-const a (_ BitVec 4))(define-fun f () (_ BitVec 4) (bvnot a))(define-const |g h| Bool (= f a))"
-           "(define-fun m ((x (_ BitVec 4)) (y Bool)) Bool (and y (= x a)))(assert (m f |g h|))");
+  Script s(
+      "(declare-const a (_ BitVec 4))(define-fun f () (_ BitVec 4) (bvnot a))(define-const |g h| Bool (= f "
+      "a))"
+      "(define-fun m ((x (_ BitVec 4)) (y Bool)) Bool (and y (= x a)))(assert (m f |g h|))");
   EXPECT_EQ(s.commands[1].kind, CommandKind::define);
   EXPECT_EQ(s.commands[1].text, "f");
   EXPECT_EQ(text_of(s.terms, s.commands[1].terms.at(0)), "(bvnot a)");
@@ -145,9 +154,10 @@ TEST(Commands, Definitions) {
 }
 
 TEST(Commands, TermLists) {
-  Script s("(declare-const a (_ BitVec 4))(declare-const p Bool)"
-           "(get-value ( ( bvadd  a ;x\n #x1 ) |a| ((_ extract 1 0)a) (let ((b a)) b)))"
-           "(check-sat-assuming (p (not p) (= a #x0)))(check-sat-assuming ( ))");
+  Script s(
+      "(declare-const a (_ BitVec 4))(declare-const p Bool)"
+      "(get-value ( ( bvadd  a ;x\n #x1 ) |a| ((_ extract 1 0)a) (let ((b a)) b)))"
+      "(check-sat-assuming (p (not p) (= a #x0)))(check-sat-assuming ( ))");
   EXPECT_EQ(s.commands[2].kind, CommandKind::get_value);
   EXPECT_EQ(s.commands[2].texts, (Texts{"(bvadd a #x1)", "|a|", "((_ extract 1 0) a)", "(let ((b a)) b)"}));
   EXPECT_EQ(s.commands[2].terms.size(), 4u);
@@ -160,7 +170,8 @@ TEST(Commands, TermLists) {
   std::string const p = "(declare-const p Bool)(declare-const a (_ BitVec 4))";
   EXPECT_EQ(error_of(p + "(get-value ())"), "1:65: expected a term, found `)`");
   EXPECT_EQ(error_of(p + "(get-value p)"), "1:64: expected a list of terms, found `p`");
-  EXPECT_EQ(error_of(p + "(check-sat-assuming (p a))"), "1:76: the assumption has sort (_ BitVec 4), not Bool");
+  EXPECT_EQ(error_of(p + "(check-sat-assuming (p a))"),
+            "1:76: the assumption has sort (_ BitVec 4), not Bool");
   EXPECT_EQ(error_of(p + "(get-value (p)) (get-value (p) p)"),
             "1:84: expected `)` at the end of `get-value`, found `p`");
 }
@@ -178,13 +189,15 @@ TEST(Commands, Levels) {
   EXPECT_EQ(error_of("(push -1)"), "1:7: expected a numeral, found `-1`");
   EXPECT_EQ(error_of("(push 1.0)"), "1:7: expected a numeral, found `1.0`");
   EXPECT_EQ(error_of("(push 18446744073709551616)"), "1:7: numeral `18446744073709551616` is too large");
-  EXPECT_EQ(error_of("(push 1000000000000)"), "1:7: more than 16777216 levels");
+  EXPECT_EQ(error_of("(push 1000000000000)"), "1:7: more than 10000000 levels");
   EXPECT_EQ(error_of("(push 1 2)"), "1:9: expected `)` at the end of `push`, found `2`");
 }
 
 TEST(Commands, NamedTerms) {
-  Script s("(declare-const p Bool)(assert (! (and (! p :named a) p) :pattern (x (y)) :named |b c| :foo))(assert (! p :foo 1))"
-           "(check-sat-assuming ((! (not a) :named d)))(assert (and |b c| d))");
+  Script s(
+      "(declare-const p Bool)(assert (! (and (! p :named a) p) :pattern (x (y)) :named |b c| :foo))(assert "
+      "(! p :foo 1))"
+      "(check-sat-assuming ((! (not a) :named d)))(assert (and |b c| d))");
   Command const& first = s.commands[1];
   EXPECT_EQ(first.name, "|b c|");
   ASSERT_EQ(first.named.size(), 2u);
@@ -219,8 +232,9 @@ TEST(Commands, QuestionsOutsideTheStandard) {
     EXPECT_EQ(error_of("(" + name + " y)"), "1:" + std::to_string(name.size() + 3) + ": unknown symbol `y`");
     EXPECT_EQ(error_of("(" + name + ")"),
               "1:" + std::to_string(name.size() + 2) + ": expected a term, found `)`");
-    EXPECT_EQ(error_of("(" + name + " true false)"),
-              "1:" + std::to_string(name.size() + 8) + ": expected `)` at the end of `" + name + "`, found `false`");
+    EXPECT_EQ(error_of("(" + name + " true false)"), "1:" + std::to_string(name.size() + 8) +
+                                                         ": expected `)` at the end of `" + name +
+                                                         "`, found `false`");
   }
 }
 
@@ -232,17 +246,139 @@ TEST(Commands, Unknown) {
   EXPECT_EQ(error_of("(check-sat))"), "1:12: unexpected `)`");
   EXPECT_EQ(error_of("(check-sat) x"), "1:13: expected a command in parentheses, found `x`");
   EXPECT_EQ(error_of("("), "1:1: the file ends inside the command that begins here");
-  for (char const* text : {"", " \n; only a comment\n"}) EXPECT_EQ(error_of(text), "1:1: the script holds no command");
+  for (char const* text : {"", " \n; only a comment\n"})
+    EXPECT_EQ(error_of(text), "1:1: the script holds no command");
+}
+
+TEST(Commands, MisspeltWords) {
+  EXPECT_EQ(error_of("(asert true)"), "1:2: unknown command `asert`; did you mean `assert`?");
+  EXPECT_EQ(error_of("(chek-sat)"), "1:2: unknown command `chek-sat`; did you mean `check-sat`?");
+  EXPECT_EQ(error_of("(declare-const x Boool)"), "1:18: unknown sort `Boool`; did you mean `Bool`?");
+  std::string const words = "(declare-const counter (_ BitVec 8))(declare-const total (_ BitVec 8))\n";
+  EXPECT_EQ(error_of(words + "(assert (= coutner total))"),
+            "2:12: unknown symbol `coutner`; did you mean `counter`?");
+  EXPECT_EQ(error_of(words + "(assert (= (bvad counter total) total))"),
+            "2:13: unknown symbol `bvad`; did you mean `bvand` or `bvadd`?");
+  EXPECT_EQ(error_of("(push)" + words + "(pop)\n(assert (= coutner #x00))"),
+            "3:12: unknown symbol `coutner`");
+}
+
+TEST(Commands, AMissingParenthesisIsSoughtInTheCommandThatIsOpen) {
+  std::string const p = "(declare-const p Bool)\n";
+  EXPECT_EQ(error_of(p + "(assert (not p)\n\n(check-sat)"),
+            "4:1: expected `)` at the end of `assert`, found `(`; a `)` may be missing in the `assert` that "
+            "began on line 2");
+  EXPECT_EQ(error_of(p + "(assert (and p\n(check-sat)"),
+            "3:2: unknown symbol `check-sat`; a `)` may be missing before this command in the `assert` that "
+            "began on line 2");
+  EXPECT_EQ(error_of(p + "(declare-fun q () Bool\n(assert p)"),
+            "3:1: expected `)` at the end of `declare-fun`, found `(`; a `)` may be missing in the "
+            "`declare-fun` that "
+            "began on line 2");
+}
+
+TEST(Commands, AMissingListOfArgumentSorts) {
+  EXPECT_EQ(error_of("(declare-fun x (_ BitVec 8))"),
+            "1:16: expected the list of argument sorts, found a sort; `()` is missing before it");
+  EXPECT_EQ(error_of("(declare-fun x Bool)"),
+            "1:16: expected the list of argument sorts, found `Bool`; `()` is missing before the sort");
+}
+
+TEST(Commands, NamesOfTheSolverAreReserved) {
+  std::string const why = "` is reserved for solver use: it begins with `";
+  EXPECT_EQ(error_of("(declare-const .x Bool)"), "1:16: symbol `.x" + why + ".`");
+  EXPECT_EQ(error_of("(declare-fun |@x| () Bool)"), "1:14: symbol `@x" + why + "@`");
+  EXPECT_EQ(error_of("(define-fun .f ((p Bool)) Bool p)"), "1:13: symbol `.f" + why + ".`");
+  EXPECT_EQ(error_of("(define-const @c Bool true)"), "1:15: symbol `@c" + why + "@`");
+  EXPECT_EQ(error_of("(define-sort .S () Bool)"), "1:14: symbol `.S" + why + ".`");
+  EXPECT_EQ(error_of("(assert (! true :named @n))"), "1:24: symbol `@n" + why + "@`");
+  EXPECT_EQ(error_of("(declare-const x.@ Bool)"), "");
+}
+
+// Hands out one line of 120 bytes at a time, as a terminal does.
+class Lines : public io::ByteStream {
+ public:
+  explicit Lines(std::string_view text) : text_(text) {}
+  std::size_t read(char* out, std::size_t n) override {
+    std::size_t const got = std::min({n, std::size_t{120}, text_.size()});
+    text_.copy(out, got);
+    text_.remove_prefix(got);
+    return got;
+  }
+
+ private:
+  std::string_view text_;
+};
+
+// A dialogue goes on after an error: nothing of the broken command is left.
+TEST(Commands, RecoveryForgetsTheBrokenCommand) {
+  std::string const lines[] = {"(declare-const p Bool)",
+                               "(assert (and p (let ((l p)) (! (bvnot #b1) :named n)) q))",
+                               "(push 1) (push 1 2)",
+                               "(assert (! p :named n))",
+                               "(pop 1)",
+                               "(set-option :global-declarations true ?",
+                               "(declare-const r Bool x)",
+                               "(define-fun f ((a Bool)) Bool (and a z))",
+                               "(push 1)(declare-const r Bool)(pop 1)",
+                               "(assert ((_ extract 1 0) ((as q Bool) l)))",
+                               "(assert r)"};
+  std::string text;
+  for (std::string const& l : lines) text += l + std::string(120 - l.size() - 1, ' ') + "\n";
+  TermManager terms;
+  Reader reader(terms, io::Source::stream(std::make_unique<Lines>(text), "<terminal>"));
+  Command c;
+  std::string log;
+  for (bool more = true; more;) {
+    try {
+      more = reader.next(c);
+    } catch (io::Error const& e) {
+      log += std::to_string(e.position().line) + ":" + std::to_string(e.position().column) + ": " +
+             e.message() + "\n";
+      reader.recover();
+    }
+  }
+  EXPECT_EQ(log,
+            "2:55: unknown symbol `q`\n"
+            "3:18: expected `)` at the end of `push`, found `2`\n"
+            "6:39: expected `)` at the end of `set-option`, found `?`\n"
+            "7:23: expected `)` at the end of `declare-const`, found `x`\n"
+            "8:38: unknown symbol `z`\n"
+            "10:31: unknown symbol `q`\n"
+            "11:9: unknown symbol `r`\n");
+}
+
+TEST(Commands, NamesForCompletion) {
+  TermManager terms;
+  Reader reader(terms, io::Source::text(
+                           "(declare-const total Bool)(push)(declare-const |to do| Bool)(pop)(check-sat)"));
+  Command c;
+  auto has = [&](char const* prefix, char const* name) {
+    std::vector<std::string> const all = reader.names(prefix);
+    return std::find(all.begin(), all.end(), name) != all.end();
+  };
+  EXPECT_TRUE(has("check", "check-sat-assuming"));
+  EXPECT_TRUE(has("bv", "bvadd"));
+  EXPECT_FALSE(has("to", "total"));
+  for (int i = 0; i < 3; ++i) ASSERT_TRUE(reader.next(c));
+  EXPECT_TRUE(has("to", "total"));
+  EXPECT_TRUE(has("to", "|to do|"));
+  ASSERT_TRUE(reader.next(c));
+  EXPECT_FALSE(has("to", "|to do|"));
+  EXPECT_FALSE(has("declare", "declare-sort"));
 }
 
 TEST(Commands, RefusedByName) {
   EXPECT_EQ(error_of("(declare-fun f (Bool) Bool)"), "1:17: functions with arguments are not supported");
-  EXPECT_EQ(error_of("(declare-fun f ((_ BitVec 3) Bool) Bool)"), "1:17: functions with arguments are not supported");
+  EXPECT_EQ(error_of("(declare-fun f ((_ BitVec 3) Bool) Bool)"),
+            "1:17: functions with arguments are not supported");
   EXPECT_EQ(error_of("(declare-sort S 0)"), "1:1: declare-sort: uninterpreted sorts are not supported");
   EXPECT_EQ(error_of("(declare-datatypes ())"), "1:1: declare-datatypes: datatypes are not supported");
   EXPECT_EQ(error_of("(declare-datatype D ())"), "1:1: declare-datatype: datatypes are not supported");
-  EXPECT_EQ(error_of("(define-fun-rec f () Bool f)"), "1:1: define-fun-rec: recursive functions are not supported");
-  EXPECT_EQ(error_of("(define-funs-rec () ())"), "1:1: define-funs-rec: recursive functions are not supported");
+  EXPECT_EQ(error_of("(define-fun-rec f () Bool f)"),
+            "1:1: define-fun-rec: recursive functions are not supported");
+  EXPECT_EQ(error_of("(define-funs-rec () ())"),
+            "1:1: define-funs-rec: recursive functions are not supported");
 }
 
 // ---- scopes ----
@@ -250,7 +386,8 @@ TEST(Commands, RefusedByName) {
 TEST(Scopes, DeclarationsEndWithTheirScope) {
   EXPECT_EQ(error_of("(push)(declare-const x Bool)(pop)(assert x)"), "1:42: unknown symbol `x`");
   EXPECT_EQ(error_of("(push)(define-fun x () Bool true)(pop)(assert x)"), "1:47: unknown symbol `x`");
-  EXPECT_EQ(error_of("(push)(define-fun x ((p Bool)) Bool p)(pop)(assert (x true))"), "1:53: unknown symbol `x`");
+  EXPECT_EQ(error_of("(push)(define-fun x ((p Bool)) Bool p)(pop)(assert (x true))"),
+            "1:53: unknown symbol `x`");
   EXPECT_EQ(error_of("(push)(assert (! true :named x))(pop)(assert x)"), "1:46: unknown symbol `x`");
   EXPECT_EQ(error_of("(push)(define-sort S () Bool)(pop)(declare-const x S)"), "1:52: unknown sort `S`");
   EXPECT_EQ(error_of("(push 2)(declare-const x Bool)(pop)(assert x)"), "1:44: unknown symbol `x`");
@@ -296,21 +433,23 @@ TEST(Scopes, GlobalDeclarations) {
   EXPECT_EQ(error_of(global + "(declare-const x Bool)(reset-assertions)(assert x)"), "");
   EXPECT_EQ(error_of(global + "(declare-const x Bool)(reset)(assert x)"), "1:76: unknown symbol `x`");
   // The option itself goes with reset.
-  EXPECT_EQ(error_of(global + "(reset)(push)(declare-const x Bool)(pop)(assert x)"), "1:87: unknown symbol `x`");
+  EXPECT_EQ(error_of(global + "(reset)(push)(declare-const x Bool)(pop)(assert x)"),
+            "1:87: unknown symbol `x`");
 }
 
 TEST(Scopes, Resets) {
   EXPECT_EQ(error_of("(declare-const x Bool)(reset-assertions)(assert x)"), "1:49: unknown symbol `x`");
   EXPECT_EQ(error_of("(declare-const x Bool)(reset)(assert x)"), "1:38: unknown symbol `x`");
   EXPECT_EQ(error_of("(declare-const x Bool)(reset)(declare-const x Bool)(assert x)"), "");
-  EXPECT_EQ(error_of("(set-logic QF_BV)(reset-assertions)(set-logic QF_BV)"), "1:47: the logic is already set");
+  EXPECT_EQ(error_of("(set-logic QF_BV)(reset-assertions)(set-logic QF_BV)"),
+            "1:47: the logic is already set");
 }
 
 TEST(QuoteSymbol, Quotes) {
   EXPECT_EQ(quote_symbol("abc"), "abc");
   EXPECT_EQ(quote_symbol("~!@$%^&*_-+=<>.?/a0"), "~!@$%^&*_-+=<>.?/a0");
-  for (char const* s : {"", "0a", "a b", "a|", "let", "!", "_", "as", "forall", "exists", "match", "par", "BINARY", "a;",
-                        "#x0", ":k", "\xc3\xa4"})
+  for (char const* s : {"", "0a", "a b", "a|", "let", "!", "_", "as", "forall", "exists", "match", "par",
+                        "BINARY", "a;", "#x0", ":k", "\xc3\xa4"})
     EXPECT_EQ(quote_symbol(s), "|" + std::string(s) + "|");
 }
 

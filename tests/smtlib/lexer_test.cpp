@@ -11,30 +11,31 @@ namespace {
 
 using Tokens = std::vector<std::pair<Token, std::string>>;
 
-Tokens tokens(Source& source) {
+Tokens tokens(io::Source& source) {
   Lexer lexer(source);
   Tokens out;
   while (lexer.next() != Token::end) out.emplace_back(lexer.kind(), lexer.text());
   return out;
 }
-Tokens tokens(std::string_view text) { return tokens(*Source::text(text)); }
+Tokens tokens(std::string_view text) { return tokens(*io::Source::text(text)); }
 
 // "LINE:COLUMN: message" of the first bad token.
 std::string lexer_error(std::string_view text) {
   try {
     tokens(text);
-  } catch (Error const& e) {
+  } catch (io::Error const& e) {
     return std::to_string(e.position().line) + ":" + std::to_string(e.position().column) + ": " + e.message();
   }
   return "";
 }
 
 TEST(Lexer, EveryKind) {
-  Tokens const expected = {{Token::open, "("},         {Token::close, ")"},         {Token::symbol, "abc"},
-                           {Token::quoted, "a b"},     {Token::keyword, ":named"},  {Token::numeral, "0"},
-                           {Token::numeral, "1234"},   {Token::decimal, "1.50"},    {Token::hexadecimal, "aF09"},
-                           {Token::binary, "0110"},    {Token::string, "\"a\"\"b\""}, {Token::string, "\"\""},
-                           {Token::quoted, ""}};
+  Tokens const expected = {
+      {Token::open, "("},       {Token::close, ")"},           {Token::symbol, "abc"},
+      {Token::quoted, "a b"},   {Token::keyword, ":named"},    {Token::numeral, "0"},
+      {Token::numeral, "1234"}, {Token::decimal, "1.50"},      {Token::hexadecimal, "aF09"},
+      {Token::binary, "0110"},  {Token::string, "\"a\"\"b\""}, {Token::string, "\"\""},
+      {Token::quoted, ""}};
   EXPECT_EQ(tokens("() abc |a b| :named 0 1234 1.50 #xaF09 #b0110 \"a\"\"b\" \"\" ||"), expected);
 }
 
@@ -56,16 +57,22 @@ TEST(Lexer, WhiteSpaceAndComments) {
 }
 
 TEST(Lexer, NeedsNoSpaceBetween) {
-  EXPECT_EQ(tokens("(a(b)\"s\"|q|c:k"),
-            (Tokens{{Token::open, "("}, {Token::symbol, "a"}, {Token::open, "("}, {Token::symbol, "b"},
-                    {Token::close, ")"}, {Token::string, "\"s\""}, {Token::quoted, "q"}, {Token::symbol, "c"},
-                    {Token::keyword, ":k"}}));
+  EXPECT_EQ(tokens("(a(b)\"s\"|q|c:k"), (Tokens{{Token::open, "("},
+                                                {Token::symbol, "a"},
+                                                {Token::open, "("},
+                                                {Token::symbol, "b"},
+                                                {Token::close, ")"},
+                                                {Token::string, "\"s\""},
+                                                {Token::quoted, "q"},
+                                                {Token::symbol, "c"},
+                                                {Token::keyword, ":k"}}));
 }
 
 TEST(Lexer, QuotedSymbolsAndStringsSpanLines) {
   EXPECT_EQ(tokens("|a\nb\"c;d(|"), (Tokens{{Token::quoted, "a\nb\"c;d("}}));
   EXPECT_EQ(tokens("\"a\nb|c;d\\(\""), (Tokens{{Token::string, "\"a\nb|c;d\\(\""}}));
-  EXPECT_EQ(tokens("|\xc3\xa4| \"\xc3\xa4\""), (Tokens{{Token::quoted, "\xc3\xa4"}, {Token::string, "\"\xc3\xa4\""}}));
+  EXPECT_EQ(tokens("|\xc3\xa4| \"\xc3\xa4\""),
+            (Tokens{{Token::quoted, "\xc3\xa4"}, {Token::string, "\"\xc3\xa4\""}}));
 }
 
 TEST(Lexer, Errors) {
@@ -94,7 +101,7 @@ TEST(Lexer, Errors) {
 }
 
 TEST(Lexer, Offsets) {
-  auto const source = Source::text(" ab (\n|c d| ");
+  auto const source = io::Source::text(" ab (\n|c d| ");
   Lexer lexer(*source);
   lexer.next();
   EXPECT_EQ(lexer.offset(), 1u);
@@ -109,7 +116,7 @@ TEST(Lexer, Offsets) {
 }
 
 TEST(Lexer, Captures) {
-  auto const source = Source::text("x ( f  ;c\n a|b| ( ) \"s\"\n:k #x0 ) y");
+  auto const source = io::Source::text("x ( f  ;c\n a|b| ( ) \"s\"\n:k #x0 ) y");
   Lexer lexer(*source);
   lexer.next();
   std::string out;
@@ -124,7 +131,7 @@ TEST(Lexer, Captures) {
 
 TEST(Lexer, DescribesTokens) {
   std::string const text = "|a\nb| " + std::string(100, 'x');
-  auto const kept = Source::text(text);
+  auto const kept = io::Source::text(text);
   Lexer lexer(*kept);
   lexer.next();
   EXPECT_EQ(lexer.describe(), "`|a b|`");
@@ -140,7 +147,7 @@ TEST(Lexer, AnyBlockSizeGivesTheSameTokens) {
       "(set-info :source |two\nlines|) ; comment\r\n(echo \"a\"\"b\") #b0101 #xAf 12 1.25 :k ||\"\" ; end";
   Tokens const expected = tokens(text);
   for (std::size_t block = 1; block <= text.size(); ++block) {
-    auto const source = Source::blocks(text, block);
+    auto const source = io::Source::blocks(text, block);
     EXPECT_EQ(tokens(*source), expected) << block;
   }
 }
@@ -149,7 +156,7 @@ TEST(Lexer, LongTokens) {
   std::string const symbol(1000000, 'a');
   std::string const text = symbol + " |" + symbol + "| \"" + symbol + "\" #x" + symbol;
   for (std::size_t block : {std::size_t{1000}, std::size_t{4096}, text.size()}) {
-    auto const source = Source::blocks(text, block);
+    auto const source = io::Source::blocks(text, block);
     Tokens const t = tokens(*source);
     ASSERT_EQ(t.size(), 4u);
     EXPECT_EQ(t[0].second, symbol);
@@ -157,6 +164,32 @@ TEST(Lexer, LongTokens) {
     EXPECT_EQ(t[2].second, "\"" + symbol + "\"");
     EXPECT_EQ(t[3].second, symbol);
   }
+}
+
+// A few bytes of a compressed script may stand for gigabytes.
+TEST(Lexer, TokensBeyondTheBoundAreRefused) {
+  std::string const most(Lexer::max_token, 'a');
+  EXPECT_EQ(1u, tokens(most).size());
+  std::string const digits(Lexer::max_token, '1');
+  for (std::string const& token :
+       {most + "a", "|" + most + "|", "\"" + most + "\"", "#b" + digits, digits + "1", ":" + most}) {
+    std::string const text = "a\n " + token + " b";
+    for (std::size_t block : {std::size_t{1} << 18, text.size()}) {
+      auto const source = io::Source::blocks(text, block, "f");
+      Lexer lexer(*source);
+      lexer.next();
+      try {
+        lexer.next();
+        FAIL();
+      } catch (io::Error const& e) {
+        std::string const what = e.what();
+        EXPECT_EQ(0u, what.find("f:2:2: `")) << what;
+        EXPECT_NE(std::string::npos, what.find("is longer than 16 MiB")) << what;
+      }
+    }
+  }
+  // Comments and white space are passed over, however long.
+  EXPECT_EQ(1u, tokens(";" + most + most + "\n" + std::string(most.size() + 1, ' ') + "b").size());
 }
 
 }  // namespace

@@ -7,7 +7,8 @@
 namespace vell::smtlib {
 namespace {
 
-std::string const declarations = "(declare-const a (_ BitVec 4))(declare-const b (_ BitVec 4))(declare-const p Bool)";
+std::string const declarations =
+    "(declare-const a (_ BitVec 4))(declare-const b (_ BitVec 4))(declare-const p Bool)";
 std::string const words = "((x (_ BitVec 4)) (y (_ BitVec 4)))";
 
 std::string built(std::string const& definitions, std::string const& term) {
@@ -19,7 +20,8 @@ TEST(Macro, PutsArgumentsInPlace) {
   std::string const f = "(define-fun f " + words + " (_ BitVec 4) (bvsub (bvadd x y) (bvnot y)))";
   EXPECT_EQ(built(f, "(f a b)"), "(bvsub (bvadd a b) (bvnot b))");
   EXPECT_EQ(built(f, "(f b b)"), "(bvsub (bvadd b b) (bvnot b))");
-  EXPECT_EQ(built(f, "(f (f a #x1) b)"), "(bvsub (bvadd (bvsub (bvadd a #b0001) (bvnot #b0001)) b) (bvnot b))");
+  EXPECT_EQ(built(f, "(f (f a #x1) b)"),
+            "(bvsub (bvadd (bvsub (bvadd a #b0001) (bvnot #b0001)) b) (bvnot b))");
   EXPECT_EQ(built("(define-fun f " + words + " (_ BitVec 4) y)", "(f a b)"), "b");
   EXPECT_EQ(built("(define-fun f " + words + " (_ BitVec 4) (bvnot a))", "(f b b)"), "(bvnot a)");
   EXPECT_EQ(built("(define-fun f ((x Bool)) Bool (not x))", "(f (f p))"), "(not (not p))");
@@ -34,9 +36,11 @@ TEST(Macro, ArgumentsThatMentionParametersOfAnotherDefinition) {
 }
 
 TEST(Macro, ParametersShadow) {
-  EXPECT_EQ(built("(define-fun f ((a (_ BitVec 4))) (_ BitVec 4) (bvnot a))", "(bvadd (f b) a)"), "(bvadd (bvnot b) a)");
+  EXPECT_EQ(built("(define-fun f ((a (_ BitVec 4))) (_ BitVec 4) (bvnot a))", "(bvadd (f b) a)"),
+            "(bvadd (bvnot b) a)");
   EXPECT_EQ(built("(define-fun f ((bvadd Bool)) Bool bvadd)", "(f p)"), "p");
-  EXPECT_EQ(built("(define-fun f ((x (_ BitVec 4))) (_ BitVec 4) (let ((x (bvnot x)) (y x)) (bvadd x y)))", "(f a)"),
+  EXPECT_EQ(built("(define-fun f ((x (_ BitVec 4))) (_ BitVec 4) (let ((x (bvnot x)) (y x)) (bvadd x y)))",
+                  "(f a)"),
             "(bvadd (bvnot a) a)");
   EXPECT_EQ(built("(define-fun f ((x (_ BitVec 4))) (_ BitVec 4) x)(define-fun x () Bool true)", "(and x p)"),
             "(and true p)");
@@ -54,13 +58,16 @@ TEST(Macro, Errors) {
   EXPECT_EQ(error_of(f + "(assert f)"), "2:9: `f` is a function and needs arguments");
   EXPECT_EQ(error_of(f + "(assert ((_ f 1) true #b00))"), "2:13: `f` takes no index");
   EXPECT_EQ(error_of(f + "(assert ((as f Bool) true #b00))"), "");
-  EXPECT_EQ(error_of(f + "(assert ((as f (_ BitVec 1)) true #b00))"), "2:9: the term has sort Bool, not (_ BitVec 1)");
+  EXPECT_EQ(error_of(f + "(assert ((as f (_ BitVec 1)) true #b00))"),
+            "2:9: the term has sort Bool, not (_ BitVec 1)");
   EXPECT_EQ(error_of("(define-fun f ((x Bool)) Bool (f x))"), "1:32: unknown symbol `f`");
   EXPECT_EQ(error_of("(define-fun f ((x Bool) (x Bool)) Bool x)"), "1:26: parameter `x` occurs twice");
   EXPECT_EQ(error_of("(define-fun f (x) Bool x)"), "1:16: expected a parameter in parentheses, found `x`");
   EXPECT_EQ(error_of("(define-fun f ((x)) Bool x)"), "1:18: expected a sort, found `)`");
-  EXPECT_EQ(error_of("(define-fun f ((x Bool y)) Bool x)"), "1:24: expected `)` after the sort of a parameter, found `y`");
-  EXPECT_EQ(error_of("(define-fun f ((x Bool)) (_ BitVec 1) x)"), "1:39: the body has sort Bool, not (_ BitVec 1)");
+  EXPECT_EQ(error_of("(define-fun f ((x Bool y)) Bool x)"),
+            "1:24: expected `)` after the sort of a parameter, found `y`");
+  EXPECT_EQ(error_of("(define-fun f ((x Bool)) (_ BitVec 1) x)"),
+            "1:39: the body has sort Bool, not (_ BitVec 1)");
   EXPECT_EQ(error_of("(define-fun f ((x Bool)) Bool x)(assert x)"), "1:41: unknown symbol `x`");
 }
 

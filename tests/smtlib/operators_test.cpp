@@ -53,7 +53,8 @@ std::string bare(std::string const& op) {
 void check_unary(std::string const& op, unsigned w, Unary const& expected) {
   tested.insert(bare(op));
   Instance f(declare("x", word_sort(w)), "(" + op + " x)");
-  for (Value x = 0; x < pow2(w); ++x) ASSERT_EQ(f.at({{"x", x}}), expected(x, w)) << op << " " << x << " width " << w;
+  for (Value x = 0; x < pow2(w); ++x)
+    ASSERT_EQ(f.at({{"x", x}}), expected(x, w)) << op << " " << x << " width " << w;
 }
 
 void check_binary(std::string const& op, Binary const& expected, unsigned max_width = 4) {
@@ -62,15 +63,18 @@ void check_binary(std::string const& op, Binary const& expected, unsigned max_wi
     Instance f(declare("x", word_sort(w)) + declare("y", word_sort(w)), "(" + op + " x y)");
     for (Value x = 0; x < pow2(w); ++x)
       for (Value y = 0; y < pow2(w); ++y)
-        ASSERT_EQ(f.at({{"x", x}, {"y", y}}), expected(x, y, w)) << op << " " << x << " " << y << " width " << w;
+        ASSERT_EQ(f.at({{"x", x}, {"y", y}}), expected(x, y, w))
+            << op << " " << x << " " << y << " width " << w;
     // With a constant in either place the expansion may differ.
     for (Value y = 0; y < pow2(w); ++y) {
       std::string const numeral = " (_ bv" + std::to_string(y) + " " + std::to_string(w) + ")";
       Instance right(declare("x", word_sort(w)), "(" + op + " x" + numeral + ")");
       Instance left(declare("x", word_sort(w)), "(" + op + numeral + " x)");
       for (Value x = 0; x < pow2(w); ++x) {
-        ASSERT_EQ(right.at({{"x", x}}), expected(x, y, w)) << op << " " << x << " constant " << y << " width " << w;
-        ASSERT_EQ(left.at({{"x", x}}), expected(y, x, w)) << op << " constant " << y << " " << x << " width " << w;
+        ASSERT_EQ(right.at({{"x", x}}), expected(x, y, w))
+            << op << " " << x << " constant " << y << " width " << w;
+        ASSERT_EQ(left.at({{"x", x}}), expected(y, x, w))
+            << op << " constant " << y << " " << x << " width " << w;
       }
     }
   }
@@ -140,12 +144,14 @@ void shifts() {
     return modulo(to_signed(x, w) >> std::min<Value>(y, w - 1), w);
   });
   check_binary("ext_rotate_left", rotated_left, 6);
-  check_binary("ext_rotate_right", [](Value x, Value y, unsigned w) { return rotated_left(x, w - y % w, w); }, 6);
+  check_binary(
+      "ext_rotate_right", [](Value x, Value y, unsigned w) { return rotated_left(x, w - y % w, w); }, 6);
   for (unsigned w = 1; w <= 5; ++w)
     for (unsigned k = 0; k <= 11; ++k) {
       std::string const i = std::to_string(k);
       check_unary("(_ rotate_left " + i + ")", w, [k](Value x, unsigned n) { return rotated_left(x, k, n); });
-      check_unary("(_ rotate_right " + i + ")", w, [k](Value x, unsigned n) { return rotated_left(x, n - k % n, n); });
+      check_unary("(_ rotate_right " + i + ")", w,
+                  [k](Value x, unsigned n) { return rotated_left(x, n - k % n, n); });
     }
 }
 
@@ -168,7 +174,8 @@ void structure() {
       });
   }
   tested.insert("concat");
-  Instance f(declare("x", word_sort(2)) + declare("y", word_sort(3)) + declare("z", word_sort(1)), "(concat x y z)");
+  Instance f(declare("x", word_sort(2)) + declare("y", word_sort(3)) + declare("z", word_sort(1)),
+             "(concat x y z)");
   for (Value x = 0; x < 4; ++x)
     for (Value y = 0; y < 8; ++y)
       for (Value z = 0; z < 2; ++z) ASSERT_EQ(f.at({{"x", x}, {"y", y}, {"z", z}}), x << 4 | y << 1 | z);
@@ -191,11 +198,17 @@ void overflow() {
     check_unary("bvnego", w, [](Value x, unsigned n) { return !fits_signed(-to_signed(x, n), n); });
   check_binary("bvuaddo", [](Value x, Value y, unsigned w) { return x + y >= pow2(w); });
   check_binary("bvusubo", [](Value x, Value y, unsigned) { return x - y < 0; });
-  check_binary("bvumulo", [](Value x, Value y, unsigned w) { return x * y >= pow2(w); }, 5);
-  check_binary("bvsaddo", [](Value x, Value y, unsigned w) { return !fits_signed(to_signed(x, w) + to_signed(y, w), w); });
-  check_binary("bvssubo", [](Value x, Value y, unsigned w) { return !fits_signed(to_signed(x, w) - to_signed(y, w), w); });
   check_binary(
-      "bvsmulo", [](Value x, Value y, unsigned w) { return !fits_signed(to_signed(x, w) * to_signed(y, w), w); }, 5);
+      "bvumulo", [](Value x, Value y, unsigned w) { return x * y >= pow2(w); }, 5);
+  check_binary("bvsaddo", [](Value x, Value y, unsigned w) {
+    return !fits_signed(to_signed(x, w) + to_signed(y, w), w);
+  });
+  check_binary("bvssubo", [](Value x, Value y, unsigned w) {
+    return !fits_signed(to_signed(x, w) - to_signed(y, w), w);
+  });
+  check_binary(
+      "bvsmulo",
+      [](Value x, Value y, unsigned w) { return !fits_signed(to_signed(x, w) * to_signed(y, w), w); }, 5);
   check_binary("bvsdivo", [](Value x, Value y, unsigned w) {
     return y != 0 && !fits_signed(to_signed(x, w) / to_signed(y, w), w);
   });
@@ -253,16 +266,19 @@ TEST(Operators, AgreeWithTheirDefinitions) {
   order();
   overflow();
   core();
-  for (Operator const& op : operator_table()) EXPECT_TRUE(tested.contains(op.name)) << op.name << " is not tested";
+  for (Operator const& op : operator_table())
+    EXPECT_TRUE(tested.contains(op.name)) << op.name << " is not tested";
 }
 
 TEST(Operators, ManyWords) {
-  std::string const three = declare("x", word_sort(3)) + declare("y", word_sort(3)) + declare("z", word_sort(3));
+  std::string const three =
+      declare("x", word_sort(3)) + declare("y", word_sort(3)) + declare("z", word_sort(3));
   auto check = [&](std::string const& term, std::function<Value(Value, Value, Value)> const& expected) {
     Instance f(three, term);
     for (Value x = 0; x < 8; ++x)
       for (Value y = 0; y < 8; ++y)
-        for (Value z = 0; z < 8; ++z) ASSERT_EQ(f.at({{"x", x}, {"y", y}, {"z", z}}), expected(x, y, z)) << term;
+        for (Value z = 0; z < 8; ++z)
+          ASSERT_EQ(f.at({{"x", x}, {"y", y}, {"z", z}}), expected(x, y, z)) << term;
   };
   check("(bvadd x y z)", [](Value x, Value y, Value z) { return (x + y + z) % 8; });
   check("(bvmul x y z)", [](Value x, Value y, Value z) { return x * y * z % 8; });
@@ -278,9 +294,10 @@ TEST(Operators, ManyWords) {
 // ---- structure: what is built, and in which order ----
 
 std::string built(std::string const& term) {
-  Script s("(declare-const a (_ BitVec 2))(declare-const b (_ BitVec 2))(declare-const c (_ BitVec 2))"
-           "(declare-const p Bool)(declare-const q Bool)(declare-const r Bool)(get-value (" +
-           term + "))");
+  Script s(
+      "(declare-const a (_ BitVec 2))(declare-const b (_ BitVec 2))(declare-const c (_ BitVec 2))"
+      "(declare-const p Bool)(declare-const q Bool)(declare-const r Bool)(get-value (" +
+      term + "))");
   return text_of(s.terms, s.commands.back().terms.at(0));
 }
 
@@ -321,26 +338,21 @@ TEST(Operators, Expansions) {
 
 // Sort and tag of what is built are those that the checked factory gives.
 TEST(Operators, AgreeWithTheTermLayer) {
-  Script s("(declare-const a (_ BitVec 2))(declare-const b (_ BitVec 2))(declare-const p Bool)(get-value ("
-           "(bvadd a b) (bvslt a b) (bvult a b) (= a b) (= p p) (ite p a b) (ite p p p) (concat a b)"
-           "((_ extract 1 0) a) ((_ rotate_left 1) a) ((_ sign_extend 3) a) (not p)))");
+  Script s(
+      "(declare-const a (_ BitVec 2))(declare-const b (_ BitVec 2))(declare-const p Bool)(get-value ("
+      "(bvadd a b) (bvslt a b) (bvult a b) (= a b) (= p p) (ite p a b) (ite p p p) (concat a b)"
+      "((_ extract 1 0) a) ((_ rotate_left 1) a) ((_ sign_extend 3) a) (not p)))");
   Term_ const* const a = s.declared.at("a");
   Term_ const* const b = s.declared.at("b");
   Term_ const* const p = s.declared.at("p");
   auto& tm = s.terms;
   std::vector<Term_ const*> const expected = {
-      tm.mk_app(SymbolTag::bv_add, {a, b}),
-      tm.mk_app(SymbolTag::bv_slt, {a, b}),
-      tm.mk_app(SymbolTag::bv_ult, {a, b}),
-      tm.mk_app(SymbolTag::equal, {a, b}),
-      tm.mk_app(SymbolTag::equal, {p, p}),
-      tm.mk_app(SymbolTag::term_ite, {p, a, b}),
-      tm.mk_app(SymbolTag::term_ite, {p, p, p}),
-      tm.mk_app(SymbolTag::bv_concat, {a, b}),
-      tm.mk_app(SymbolTag::bv_extract, {a}, 1, 0),
-      tm.mk_app(SymbolTag::bv_rotate_left, {a}, 1),
-      tm.mk_app(SymbolTag::bv_sign_extend, {a}, 3),
-      tm.mk_app(SymbolTag::bool_not, {p})};
+      tm.mk_app(SymbolTag::bv_add, {a, b}),         tm.mk_app(SymbolTag::bv_slt, {a, b}),
+      tm.mk_app(SymbolTag::bv_ult, {a, b}),         tm.mk_app(SymbolTag::equal, {a, b}),
+      tm.mk_app(SymbolTag::equal, {p, p}),          tm.mk_app(SymbolTag::term_ite, {p, a, b}),
+      tm.mk_app(SymbolTag::term_ite, {p, p, p}),    tm.mk_app(SymbolTag::bv_concat, {a, b}),
+      tm.mk_app(SymbolTag::bv_extract, {a}, 1, 0),  tm.mk_app(SymbolTag::bv_rotate_left, {a}, 1),
+      tm.mk_app(SymbolTag::bv_sign_extend, {a}, 3), tm.mk_app(SymbolTag::bool_not, {p})};
   EXPECT_EQ(s.commands.back().terms, expected);
 }
 
@@ -348,8 +360,8 @@ TEST(Operators, AgreeWithTheTermLayer) {
 TEST(Operators, WideConstants) {
   for (unsigned w : {63u, 64u, 65u, 128u, 200u}) {
     Script s(declare("a", word_sort(w)) + declare("b", word_sort(w)) +
-             "(get-value ((bvnego a) (bvredand a) (bvredor a) (bvsmod a b) (bvumulo a #b" + std::string(w, '1') +
-             ") (bvsmulo #b1" + std::string(w - 1, '0') + " a)))");
+             "(get-value ((bvnego a) (bvredand a) (bvredor a) (bvsmod a b) (bvumulo a #b" +
+             std::string(w, '1') + ") (bvsmulo #b1" + std::string(w - 1, '0') + " a)))");
     auto const& v = s.commands.back().terms;
     EXPECT_EQ(text_of(s.terms, v[0]), "(= a #b1" + std::string(w - 1, '0') + ")");
     EXPECT_EQ(text_of(s.terms, v[1]), "(ite (= a #b" + std::string(w, '1') + ") #b1 #b0)");
@@ -357,8 +369,9 @@ TEST(Operators, WideConstants) {
     // Constant operands stay constants when they are widened, and stand first.
     EXPECT_NE(text_of(s.terms, v[4]).find("(bvmul #b" + std::string(w, '0') + std::string(w, '1') + " ("),
               std::string::npos);
-    EXPECT_NE(text_of(s.terms, v[5]).find("(bvmul #b" + std::string(w + 1, '1') + std::string(w - 1, '0') + " ("),
-              std::string::npos);
+    EXPECT_NE(
+        text_of(s.terms, v[5]).find("(bvmul #b" + std::string(w + 1, '1') + std::string(w - 1, '0') + " ("),
+        std::string::npos);
   }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
-// What the reader tests share: reading a text to its end, its first error, terms as text, and a slow evaluator.
+// What the reader tests share: reading a text to its end, its first error, terms as text, and a slow
+// evaluator.
 
 #include <cstdint>
 #include <map>
@@ -17,8 +18,8 @@ namespace vell::smtlib {
 
 // A script read to its end.
 struct Script {
-  explicit Script(std::string_view text) : Script(Source::text(text)) {}
-  explicit Script(std::unique_ptr<Source> source) {
+  explicit Script(std::string_view text) : Script(io::Source::text(text)) {}
+  explicit Script(std::unique_ptr<io::Source> source) {
     Reader reader(terms, std::move(source));
     Command c;
     while (reader.next(c)) {
@@ -42,15 +43,15 @@ struct Script {
 };
 
 // "LINE:COLUMN: message" of the first error, "" when there is none.
-inline std::string error_of(std::unique_ptr<Source> source) {
+inline std::string error_of(std::unique_ptr<io::Source> source) {
   try {
     Script s(std::move(source));
-  } catch (Error const& e) {
+  } catch (io::Error const& e) {
     return std::to_string(e.position().line) + ":" + std::to_string(e.position().column) + ": " + e.message();
   }
   return "";
 }
-inline std::string error_of(std::string_view text) { return error_of(Source::text(text)); }
+inline std::string error_of(std::string_view text) { return error_of(io::Source::text(text)); }
 
 // The term in SMT-LIB syntax, numerals as #b; for small terms.
 inline std::string text_of(TermManager const& tm, Term_ const* t) {
@@ -74,8 +75,8 @@ inline std::string text_of(TermManager const& tm, Term_ const* t) {
   return out + ")";
 }
 
-// The value of a term under values of its variables, bit for bit by the definitions of the operators. Words of up to 32
-// bits; Booleans are 0 and 1. For small terms.
+// The value of a term under values of its variables, bit for bit by the definitions of the operators. Words
+// of up to 32 bits; Booleans are 0 and 1. For small terms.
 class Evaluator {
  public:
   Evaluator(TermManager const& tm, std::map<Term_ const*, std::uint64_t> values)

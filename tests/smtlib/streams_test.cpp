@@ -41,7 +41,8 @@ std::string flat(Script const& s) {
   std::string out;
   for (Command const& c : s.commands) {
     out += std::to_string(static_cast<int>(c.kind)) + "@" + std::to_string(c.position.line) + ":" +
-           std::to_string(c.position.column) + " [" + c.text + "][" + c.value + "]" + std::to_string(c.number) + c.name;
+           std::to_string(c.position.column) + " [" + c.text + "][" + c.value + "]" +
+           std::to_string(c.number) + c.name;
     for (Term_ const* t : c.terms) out += "\n  " + text_of(s.terms, t);
     for (std::string const& t : c.texts) out += "\n  " + t;
     for (NamedTerm const& t : c.named) out += "\n  " + t.name + " " + text_of(s.terms, t.term);
@@ -55,15 +56,16 @@ TEST(Streams, AnyBlockSizeReadsTheSame) {
   std::string const expected = flat(Script(text));
   EXPECT_NE(expected.find("|n 1|"), std::string::npos);
   for (std::size_t block = 1; block <= text.size() + 1; ++block)
-    ASSERT_EQ(flat(Script(Source::blocks(text, block))), expected) << block;
+    ASSERT_EQ(flat(Script(io::Source::blocks(text, block))), expected) << block;
 }
 
 TEST(Streams, AnyBlockSizeGivesTheSameError) {
   std::string const expected = error_of(script);
   EXPECT_EQ(expected,
-            "11:22: `=` takes terms of one sort; argument 1 has sort (_ BitVec 8), argument 2 has sort (_ BitVec 16)");
+            "11:22: `=` takes terms of one sort; argument 1 has sort (_ BitVec 8), argument 2 has sort (_ "
+            "BitVec 16)");
   for (std::size_t block = 1; block <= script.size(); block += 3)
-    ASSERT_EQ(error_of(Source::blocks(script, block)), expected) << block;
+    ASSERT_EQ(error_of(io::Source::blocks(script, block)), expected) << block;
 }
 
 TEST(Streams, LinesEndWithCarriageReturnToo) {
@@ -85,7 +87,7 @@ TEST(Streams, EveryPrefix) {
   for (std::size_t n = 0; n <= text.size(); ++n) {
     std::string const prefix = text.substr(0, n);
     std::string const e = error_of(prefix);
-    EXPECT_EQ(error_of(Source::blocks(prefix, 5)), e) << n;
+    EXPECT_EQ(error_of(io::Source::blocks(prefix, 5)), e) << n;
     if (e.empty()) ++whole;
   }
   // One for each command that ends, and one for each byte of white space and comment behind it.
@@ -137,13 +139,18 @@ TEST(Nesting, NothingRecurses) {
   EXPECT_EQ(reads(a + "(assert " + repeated("(let ((p (not p))) ", n) + "p" + repeated(")", n) + ")"), "");
   EXPECT_EQ(reads(a + "(assert " + repeated("(let ((p ", n) + "p" + repeated(")) (not p))", n) + ")"), "");
   EXPECT_EQ(reads(a + "(assert " + repeated("(! ", n) + "p" + repeated(" :k v)", n) + ")"), "");
-  EXPECT_EQ(reads(a + "(assert (= a " + repeated("((_ rotate_left 1) ", n) + "a" + repeated(")", n) + "))"), "");
+  EXPECT_EQ(reads(a + "(assert (= a " + repeated("((_ rotate_left 1) ", n) + "a" + repeated(")", n) + "))"),
+            "");
   EXPECT_EQ(reads(a + "(assert " + repeated("((as not Bool) ", n) + "p" + repeated(")", n) + ")"), "");
-  EXPECT_EQ(reads(a + "(define-fun f ((x Bool)) Bool (not x))(assert " + repeated("(f ", n) + "p" + repeated(")", n) + ")"),
+  EXPECT_EQ(reads(a + "(define-fun f ((x Bool)) Bool (not x))(assert " + repeated("(f ", n) + "p" +
+                  repeated(")", n) + ")"),
             "");
-  EXPECT_EQ(reads(a + "(define-fun f ((x Bool)) Bool " + repeated("(not ", n) + "x" + repeated(")", n) + ")(assert (f (f p)))"),
+  EXPECT_EQ(reads(a + "(define-fun f ((x Bool)) Bool " + repeated("(not ", n) + "x" + repeated(")", n) +
+                  ")(assert (f (f p)))"),
             "");
-  EXPECT_EQ(reads("(define-sort S (X) X)(declare-const x " + repeated("(S ", n) + "Bool" + repeated(")", n) + ")"), "");
+  EXPECT_EQ(
+      reads("(define-sort S (X) X)(declare-const x " + repeated("(S ", n) + "Bool" + repeated(")", n) + ")"),
+      "");
   EXPECT_EQ(reads("(set-info :k " + repeated("(", n) + repeated(")", n) + ")"), "");
   EXPECT_EQ(reads(a + "(assert (! p :k " + repeated("(", n) + repeated(")", n) + "))"), "");
   EXPECT_EQ(reads(a + "(get-value (" + repeated("(not ", n) + "p" + repeated(")", n) + "))"), "");
@@ -163,6 +170,39 @@ TEST(Nesting, ManyBindings) {
   for (int i = 0; i < 100000; ++i) text += "(x" + std::to_string(i) + " a)";
   EXPECT_EQ(error_of(text + ") (= x0 x99999)))"), "");
   EXPECT_EQ(error_of(text + "\n(x5 (bvnot a))) true))"), "2:2: `x5` is bound to two terms in one let");
+}
+
+TEST(Streams, AByteOrderMarkAtTheStartIsPassedOver) {
+  std::string const text = "\xef\xbb\xbf ; comment\n(check-sat)";
+  EXPECT_EQ(error_of(text), "");
+  for (std::size_t block : {1, 2, 3, 4, 100}) EXPECT_EQ(error_of(io::Source::blocks(text, block)), "");
+  EXPECT_EQ(error_of("\xef\xbb\xbf(assert q)"), "1:12: unknown symbol `q`");
+  EXPECT_EQ(error_of("(check-sat)\xef\xbb\xbf"), "1:12: illegal byte 0xef");
+  EXPECT_EQ(error_of("\xef\xbb"), "1:1: illegal byte 0xef");
+}
+
+TEST(Streams, AnErrorShowsItsLine) {
+  auto excerpt = [](std::unique_ptr<io::Source> source) -> std::string {
+    try {
+      Script s(std::move(source));
+    } catch (io::Error const& e) {
+      return e.excerpt();
+    }
+    return "no error";
+  };
+  std::string const text = "(declare-const p Bool)\n(assert\t(and p q)) ; why\r\n(check-sat)";
+  std::string const shown = "(assert (and p q)) ; why\n               ^\n";
+  EXPECT_EQ(excerpt(io::Source::text(text)), shown);
+  EXPECT_EQ(excerpt(io::Source::blocks(text, 1000)), shown);
+  // Characters of more than one byte take one column.
+  EXPECT_EQ(excerpt(io::Source::text("(assert |\xc3\xa4\xe2\x82\xac|)")),
+            "(assert |\xc3\xa4\xe2\x82\xac|)\n        ^\n");
+  EXPECT_EQ(excerpt(io::Source::text("(echo \"\xc3\xa4\")(foo)")),
+            "(echo \"\xc3\xa4\")(foo)\n           ^\n");
+  std::string const cut =
+      excerpt(io::Source::text("(assert (and " + std::string(200, ' ') + "q" + std::string(200, ' ') + "))"));
+  EXPECT_EQ(cut.find('q'), cut.find('^') - cut.find('\n') - 1);
+  EXPECT_LT(cut.size(), 160u);
 }
 
 }  // namespace

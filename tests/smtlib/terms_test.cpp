@@ -9,7 +9,8 @@ namespace vell::smtlib {
 namespace {
 
 std::string const declarations =
-    "(declare-const a (_ BitVec 4)) (declare-const b (_ BitVec 4)) (declare-const p Bool) (declare-const q Bool)\n";
+    "(declare-const a (_ BitVec 4)) (declare-const b (_ BitVec 4)) (declare-const p Bool) (declare-const q "
+    "Bool)\n";
 
 // The term on a line of its own.
 std::string built(std::string const& term) {
@@ -66,7 +67,8 @@ TEST(Terms, LiteralErrors) {
   EXPECT_EQ(wrong("(_ bv340282366920938463463374607431768211456 128)"),
             "4: bv34028236692093846346... does not fit 128 bits");
   EXPECT_EQ(wrong("(_ bv0 0)"), "8: the width of a bit-vector is at least 1");
-  EXPECT_EQ(wrong("(_ bv0 4294967296)"), "8: the width of a bit-vector is at most 4294967295, not 4294967296");
+  EXPECT_EQ(wrong("(_ bv0 4294967296)"),
+            "8: the width of a bit-vector is at most 4294967295, not 4294967296");
   EXPECT_EQ(wrong("(_ bv0 18446744073709551616)"), "8: numeral `18446744073709551616` is too large");
   EXPECT_EQ(wrong("(_ bv0 x)"), "8: expected a numeral, found `x`");
   EXPECT_EQ(wrong("(_ bv0 4 4)"), "10: expected `)` after the width of a numeral, found `4`");
@@ -77,7 +79,10 @@ TEST(Terms, LiteralErrors) {
   EXPECT_EQ(wrong("(_ a 4)"), "4: `a` takes no index");
   EXPECT_EQ(wrong("(_ bvadd 4)"), "4: `bvadd` takes no index");
   EXPECT_EQ(wrong("(_ extract 1 0)"), "4: `extract` is a function: write ((_ extract ...) argument)");
-  EXPECT_EQ(wrong("17"), "1: integer `17`: integers and reals are not supported");
+  EXPECT_EQ(wrong("17"),
+            "1: integer `17`: integers and reals are not supported; a bit-vector is written (_ bv17 WIDTH)");
+  EXPECT_EQ(error_of("(declare-const x (_ BitVec 8))(assert (= x 5))"),
+            "1:44: integer `5`: integers and reals are not supported; a bit-vector is written (_ bv5 8)");
   EXPECT_EQ(wrong("1.5"), "1: real number `1.5`: integers and reals are not supported");
   EXPECT_EQ(wrong("\"s\""), "1: string `\"s\"`: strings and sequences are not supported");
   EXPECT_EQ(wrong(":k"), "1: expected a term, found `:k`");
@@ -97,7 +102,9 @@ TEST(Terms, ApplicationErrors) {
   EXPECT_EQ(wrong("(foo a)"), "2: unknown symbol `foo`");
   EXPECT_EQ(wrong("(bvadd a foo)"), "10: unknown symbol `foo`");
   EXPECT_EQ(wrong("|x y|"), "1: unknown symbol `x y`");
-  EXPECT_EQ(wrong("(assert p)"), "2: unknown symbol `assert`; a `)` may be missing before this command");
+  EXPECT_EQ(wrong("(assert p)"),
+            "2: unknown symbol `assert`; a `)` may be missing before this command in the `get-value` that "
+            "began on line 2");
   EXPECT_EQ(wrong("(a)"), "2: `a` takes no arguments; write it without parentheses");
   EXPECT_EQ(wrong("(a b)"), "2: `a` takes no arguments; write it without parentheses");
   EXPECT_EQ(wrong("(true)"), "2: `true` takes no arguments; write it without parentheses");
@@ -122,31 +129,37 @@ TEST(Terms, ArgumentCounts) {
   EXPECT_EQ(wrong("(= a)"), "1: `=` takes at least 2 arguments, not 1");
   EXPECT_EQ(wrong("(ite p a)"), "1: `ite` takes 3 arguments, not 2");
   for (char const* op : {"bvnand", "bvnor", "bvcomp", "bvudiv", "bvsmod", "bvshl", "bvult", "bvuaddo"})
-    EXPECT_EQ(wrong("(" + std::string(op) + " a a a)"), "1: `" + std::string(op) + "` takes 2 arguments, not 3");
+    EXPECT_EQ(wrong("(" + std::string(op) + " a a a)"),
+              "1: `" + std::string(op) + "` takes 2 arguments, not 3");
 }
 
 TEST(Terms, Sorts) {
   EXPECT_EQ(wrong("(bvadd a #b1)"),
-            "1: `bvadd` takes bit-vectors of one width; argument 1 has sort (_ BitVec 4), argument 2 has sort (_ BitVec 1)");
+            "1: `bvadd` takes bit-vectors of one width; argument 1 has sort (_ BitVec 4), argument 2 has "
+            "sort (_ BitVec 1)");
   EXPECT_EQ(wrong("(bvadd a b p)"), "1: `bvadd` takes bit-vectors; argument 3 has sort Bool");
   EXPECT_EQ(wrong("(bvuge a #b1)"),
-            "1: `bvuge` takes bit-vectors of one width; argument 1 has sort (_ BitVec 4), argument 2 has sort (_ BitVec 1)");
+            "1: `bvuge` takes bit-vectors of one width; argument 1 has sort (_ BitVec 4), argument 2 has "
+            "sort (_ BitVec 1)");
   EXPECT_EQ(wrong("(bvcomp p p)"), "1: `bvcomp` takes bit-vectors; argument 1 has sort Bool");
   EXPECT_EQ(wrong("(concat a p)"), "1: `concat` takes bit-vectors; argument 2 has sort Bool");
   EXPECT_EQ(wrong("(and p a)"), "1: `and` takes Booleans; argument 2 has sort (_ BitVec 4)");
   EXPECT_EQ(wrong("(and a)"), "1: `and` takes Booleans; argument 1 has sort (_ BitVec 4)");
   EXPECT_EQ(wrong("(= a b p)"),
             "1: `=` takes terms of one sort; argument 1 has sort (_ BitVec 4), argument 3 has sort Bool");
-  EXPECT_EQ(wrong("(distinct p a)"),
-            "1: `distinct` takes terms of one sort; argument 1 has sort Bool, argument 2 has sort (_ BitVec 4)");
+  EXPECT_EQ(
+      wrong("(distinct p a)"),
+      "1: `distinct` takes terms of one sort; argument 1 has sort Bool, argument 2 has sort (_ BitVec 4)");
   EXPECT_EQ(wrong("(ite a a a)"), "1: `ite` takes a Boolean first; argument 1 has sort (_ BitVec 4)");
-  EXPECT_EQ(wrong("(ite p a p)"),
-            "1: `ite` takes two terms of one sort; argument 2 has sort (_ BitVec 4), argument 3 has sort Bool");
+  EXPECT_EQ(
+      wrong("(ite p a p)"),
+      "1: `ite` takes two terms of one sort; argument 2 has sort (_ BitVec 4), argument 3 has sort Bool");
   EXPECT_EQ(wrong("((_ extract 0 0) p)"), "1: `extract` takes bit-vectors; argument 1 has sort Bool");
   EXPECT_EQ(error_of("(declare-const a (_ BitVec 4))\n(assert (bvadd a a))"),
             "2:9: the asserted term has sort (_ BitVec 4), not Bool");
   EXPECT_EQ(error_of("(define-fun f () Bool\n#b1)"), "2:1: the body has sort (_ BitVec 1), not Bool");
-  EXPECT_EQ(error_of("(define-const f (_ BitVec 2)\n#b1)"), "2:1: the body has sort (_ BitVec 1), not (_ BitVec 2)");
+  EXPECT_EQ(error_of("(define-const f (_ BitVec 2)\n#b1)"),
+            "2:1: the body has sort (_ BitVec 1), not (_ BitVec 2)");
 }
 
 // Every operator refuses what its sorts exclude.
@@ -189,17 +202,22 @@ TEST(Terms, Indices) {
   EXPECT_EQ(wrong("((_ bv5 8) a)"), "5: `bv5` is no function");
   EXPECT_EQ(wrong("((_ extract x 0) a)"), "13: expected a numeral, found `x`");
   EXPECT_EQ(wrong("((_ extract -1 0) a)"), "13: expected a numeral, found `-1`");
-  EXPECT_EQ(wrong("((_ extract 18446744073709551616 0) a)"), "13: numeral `18446744073709551616` is too large");
+  EXPECT_EQ(wrong("((_ extract 18446744073709551616 0) a)"),
+            "13: numeral `18446744073709551616` is too large");
   EXPECT_EQ(wrong("((_ extract 4 0) a)"), "1: `extract` takes bit 4 of 4 bits");
-  EXPECT_EQ(wrong("((_ extract 18446744073709551615 0) a)"), "1: `extract` takes bit 18446744073709551615 of 4 bits");
+  EXPECT_EQ(wrong("((_ extract 18446744073709551615 0) a)"),
+            "1: `extract` takes bit 18446744073709551615 of 4 bits");
   EXPECT_EQ(wrong("((_ extract 0 1) a)"), "1: the first index of `extract` is below the second: 0 and 1");
   EXPECT_EQ(wrong("((_ repeat 0) a)"), "1: the index of `repeat` is 0; it must be at least 1");
   EXPECT_EQ(wrong("((_ repeat 2000000000) a)"), "1: the result of `repeat` is wider than 4294967295 bits");
-  EXPECT_EQ(wrong("((_ repeat 18446744073709551615) a)"), "1: the result of `repeat` is wider than 4294967295 bits");
+  EXPECT_EQ(wrong("((_ repeat 18446744073709551615) a)"),
+            "1: the result of `repeat` is wider than 4294967295 bits");
   EXPECT_EQ(wrong("((_ zero_extend 18446744073709551615) a)"),
             "1: the result of `zero_extend` is wider than 4294967295 bits");
-  EXPECT_EQ(wrong("((_ sign_extend 4294967292) a)"), "1: the result of `sign_extend` is wider than 4294967295 bits");
-  EXPECT_EQ(wrong("(concat ((_ zero_extend 4294967290) a) a)"), "1: the result of `concat` is wider than 4294967295 bits");
+  EXPECT_EQ(wrong("((_ sign_extend 4294967292) a)"),
+            "1: the result of `sign_extend` is wider than 4294967295 bits");
+  EXPECT_EQ(wrong("(concat ((_ zero_extend 4294967290) a) a)"),
+            "1: the result of `concat` is wider than 4294967295 bits");
   EXPECT_EQ(wrong("(bvumulo ((_ zero_extend 2147483648) a) ((_ zero_extend 2147483648) a))"),
             "1: the result of `bvumulo` is wider than 4294967295 bits");
 }
@@ -210,14 +228,16 @@ TEST(Terms, Qualified) {
   EXPECT_EQ(built("(as (_ bv5 4) (_ BitVec 4))"), "#b0101");
   EXPECT_EQ(built("((as bvadd (_ BitVec 4)) a b)"), "(bvadd a b)");
   EXPECT_EQ(built("((as (_ extract 1 0) (_ BitVec 2)) a)"), "((_ extract 1 0) a)");
-  EXPECT_EQ(built("((as bvnot (_ BitVec 4)) ((as bvadd (_ BitVec 4)) a (as b (_ BitVec 4))))"), "(bvnot (bvadd a b))");
+  EXPECT_EQ(built("((as bvnot (_ BitVec 4)) ((as bvadd (_ BitVec 4)) a (as b (_ BitVec 4))))"),
+            "(bvnot (bvadd a b))");
   EXPECT_EQ(built("(let ((x a)) (as x (_ BitVec 4)))"), "a");
   EXPECT_EQ(wrong("(as a Bool)"), "1: the term has sort (_ BitVec 4), not Bool");
   EXPECT_EQ(wrong("((as bvadd Bool) a b)"), "1: the term has sort (_ BitVec 4), not Bool");
   EXPECT_EQ(wrong("(as a)"), "6: expected a sort, found `)`");
   EXPECT_EQ(wrong("(as a Bool Bool)"), "1: the term has sort (_ BitVec 4), not Bool");
   EXPECT_EQ(wrong("(as p Bool Bool)"), "12: expected `)` after the sort of a qualified symbol, found `Bool`");
-  EXPECT_EQ(wrong("((as bvnot Bool Bool) a)"), "17: expected `)` after the sort of a qualified function, found `Bool`");
+  EXPECT_EQ(wrong("((as bvnot Bool Bool) a)"),
+            "17: expected `)` after the sort of a qualified function, found `Bool`");
   EXPECT_EQ(wrong("(as (as a Bool) Bool)"), "6: expected `_`, found `as`");
   EXPECT_EQ(wrong("(as bvadd Bool)"), "5: `bvadd` is a function and needs arguments");
   EXPECT_EQ(wrong("(as 5 Bool)"), "5: expected a symbol, found `5`");
@@ -295,10 +315,12 @@ TEST(Terms, RefusedByName) {
   EXPECT_EQ(wrong("RNE"), "1: `RNE`: floating point is not supported yet");
   EXPECT_EQ(wrong("(select a b)"), "2: `select`: arrays are not supported");
   EXPECT_EQ(wrong("(+ a b)"), "2: `+`: integers and reals are not supported");
-  EXPECT_EQ(wrong("(bv2nat a)"), "2: `bv2nat`: conversions between bit-vectors and integers are not supported");
+  EXPECT_EQ(wrong("(bv2nat a)"),
+            "2: `bv2nat`: conversions between bit-vectors and integers are not supported");
   EXPECT_EQ(wrong("((_ int2bv 4) a)"),
             "5: `int2bv`: conversions between bit-vectors and integers are not supported");
-  EXPECT_EQ(wrong("(ubv_to_int a)"), "2: `ubv_to_int`: conversions between bit-vectors and integers are not supported");
+  EXPECT_EQ(wrong("(ubv_to_int a)"),
+            "2: `ubv_to_int`: conversions between bit-vectors and integers are not supported");
   EXPECT_EQ(wrong("(str.len a)"), "2: `str.len`: strings and sequences are not supported");
   EXPECT_EQ(wrong("((as const (Array Bool Bool)) a)"), "6: `const`: arrays are not supported");
 }
@@ -342,15 +364,18 @@ TEST(SortSyntax, Errors) {
   EXPECT_EQ(wrong_sort("Real"), "1: sort `Real`: integers and reals are not supported");
   EXPECT_EQ(wrong_sort("String"), "1: sort `String`: strings and sequences are not supported");
   EXPECT_EQ(wrong_sort("(Seq Bool)"), "2: sort `Seq`: strings and sequences are not supported");
-  EXPECT_EQ(wrong_sort("(_ FloatingPoint 8 24)"), "4: sort `FloatingPoint`: floating point is not supported yet");
+  EXPECT_EQ(wrong_sort("(_ FloatingPoint 8 24)"),
+            "4: sort `FloatingPoint`: floating point is not supported yet");
   EXPECT_EQ(wrong_sort("Float32"), "1: sort `Float32`: floating point is not supported yet");
   EXPECT_EQ(wrong_sort("RoundingMode"), "1: sort `RoundingMode`: floating point is not supported yet");
   EXPECT_EQ(wrong_sort("5"), "1: expected a sort, found `5`");
   EXPECT_EQ(wrong_sort("()"), "2: expected the name of a sort, found `)`");
   EXPECT_EQ(wrong_sort("let"), "1: expected a sort, found the reserved word `let`");
   EXPECT_EQ(error_of("(define-sort F (X) X)(declare-const x F)"), "1:39: sort `F` takes 1 argument, not 0");
-  EXPECT_EQ(error_of("(define-sort F (X) X)(declare-const x (F Bool Bool))"), "1:39: sort `F` takes 1 argument, not 2");
-  EXPECT_EQ(error_of("(define-sort F () Bool)(declare-const x (F Bool))"), "1:42: sort `F` takes no arguments");
+  EXPECT_EQ(error_of("(define-sort F (X) X)(declare-const x (F Bool Bool))"),
+            "1:39: sort `F` takes 1 argument, not 2");
+  EXPECT_EQ(error_of("(define-sort F () Bool)(declare-const x (F Bool))"),
+            "1:42: sort `F` takes no arguments");
   EXPECT_EQ(error_of("(define-sort F (X X) X)"), "1:19: sort parameter `X` occurs twice");
   EXPECT_EQ(error_of("(define-sort F (X) (X Bool))"), "1:21: sort `X` takes no arguments");
   EXPECT_EQ(error_of("(define-sort F (X) X)(declare-const x X)"), "1:39: unknown sort `X`");

@@ -195,7 +195,8 @@ Pooled CircuitModel::word_add(Bits const& x, Bits const& y) {
     Lit sum = 0;
     Lit carry = 0;
     adder_cell(sum, carry, x[i], y[i], cin);
-    trace(4, "i = " + std::to_string(i) + " x = " + show(x[i]) + " y = " + show(y[i]) + " cin = " + show(cin));
+    trace(4,
+          "i = " + std::to_string(i) + " x = " + show(x[i]) + " y = " + show(y[i]) + " cin = " + show(cin));
     trace(4, "   sum = " + show(sum) + " = " + show(carry));
     r.bits[i] = sum;
     cin = carry;
@@ -330,8 +331,8 @@ Lit CircuitModel::word_equal(Bits const& x, Bits const& y, Lit out) {
 
 namespace {
 
-// The distance of each stage, 0 standing for "past the end": from the first stage whose weight reaches the length on,
-// and from bit 31 on in any case.
+// The distance of each stage, 0 standing for "past the end": from the first stage whose weight reaches the
+// length on, and from bit 31 on in any case.
 std::vector<std::size_t> stage_distances(std::size_t n) {
   std::vector<std::size_t> distances;
   bool past = false;
@@ -493,8 +494,8 @@ void CircuitModel::word_sdiv_array(Bits const& a, Bits const& b, Bits& q, Bits& 
 
 // ---- conversion of floating point ----
 
-Lit CircuitModel::rounding_increment(int mode, Lit inexact, Lit sign, Bits const& significand, Bits const& back,
-                                     Bits const& amount, Lit lowest) {
+Lit CircuitModel::rounding_increment(int mode, Lit inexact, Lit sign, Bits const& significand,
+                                     Bits const& back, Bits const& amount, Lit lowest) {
   switch (mode) {
     case 1: return F;
     case 2: return bit_and(inexact, -sign);
@@ -516,7 +517,8 @@ Lit CircuitModel::rounding_increment(int mode, Lit inexact, Lit sign, Bits const
   return bit_and(inexact, choice);
 }
 
-Bits CircuitModel::fp_to_bv(unsigned e, unsigned s, Bits const& value, int mode, Bits const& m, unsigned width) {
+Bits CircuitModel::fp_to_bv(unsigned e, unsigned s, Bits const& value, int mode, Bits const& m,
+                            unsigned width) {
   Bits exponent(value.begin() + s, value.begin() + s + e);
   Bits const fraction(value.begin(), value.begin() + s);
   Lit const sign = value.back();
@@ -571,7 +573,8 @@ Bits CircuitModel::fp_to_bv(unsigned e, unsigned s, Bits const& value, int mode,
   result.resize(width, F);
   Pooled const negative = word_neg(result);
   for (std::size_t i = 0; i < result.size(); ++i) result[i] = bit_ite(sign, negative.bits[i], result[i]);
-  for (Pooled const& p : {minus_bias, unbiased, minus_unbiased, amount, right, minus_amount, left, back, next, negative})
+  for (Pooled const& p :
+       {minus_bias, unbiased, minus_unbiased, amount, right, minus_amount, left, back, next, negative})
     give_back(p);
   return result;
 }

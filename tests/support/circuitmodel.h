@@ -1,8 +1,9 @@
 #pragma once
 
-// A second, independent description of the gates and circuits: what each writes to the trace, which literals it takes,
-// which clauses it emits and which lists of the pool it takes and gives back, in order. It builds the text that
-// EventText records, so that an exchanged pair of gates or lines anywhere shows as a difference of two strings.
+// A second, independent description of the gates and circuits: what each writes to the trace, which literals
+// it takes, which clauses it emits and which lists of the pool it takes and gives back, in order. It builds
+// the text that EventText records, so that an exchanged pair of gates or lines anywhere shows as a difference
+// of two strings.
 
 #include <cstdint>
 #include <initializer_list>
@@ -75,8 +76,8 @@ class CircuitModel {
   std::vector<int> free_slots_;
 
   void adder_cell(Lit& sum, Lit& carry, Lit a, Lit b, Lit c);
-  Lit rounding_increment(int mode, Lit inexact, Lit sign, Bits const& significand, Bits const& back, Bits const& amount,
-                         Lit lowest);
+  Lit rounding_increment(int mode, Lit inexact, Lit sign, Bits const& significand, Bits const& back,
+                         Bits const& amount, Lit lowest);
 };
 
 }  // namespace vell::test

@@ -31,7 +31,8 @@ std::string quoted_trace(std::string const& line) {
 }
 
 // One line per element, the first difference marked.
-::testing::AssertionResult match(std::vector<std::string> const& actual, std::vector<std::string> const& expected) {
+::testing::AssertionResult match(std::vector<std::string> const& actual,
+                                 std::vector<std::string> const& expected) {
   if (actual == expected) return ::testing::AssertionSuccess();
   std::size_t const n = std::max(actual.size(), expected.size());
   auto report = ::testing::AssertionFailure() << "\n";
@@ -218,7 +219,8 @@ std::vector<std::string> ClausifierTest::trace_levels(Action const& action) {
   return result;
 }
 
-::testing::AssertionResult ClausifierTest::match_trace_levels(Action const& action, std::string_view expected) {
+::testing::AssertionResult ClausifierTest::match_trace_levels(Action const& action,
+                                                              std::string_view expected) {
   return match_lines(trace_levels(action), expected);
 }
 

@@ -12,8 +12,8 @@
 //   poll                   the termination test was called
 //   fpencode f, fpbits f   the floating-point layer was called
 //
-// Expected events are written the same way, one to a line, indented at will; `clauses -2 -3 4 | 2 -4` is short for one
-// clause after the other. Nothing is recorded as a trace unless the verbosity is raised:
+// Expected events are written the same way, one to a line, indented at will; `clauses -2 -3 4 | 2 -4` is
+// short for one clause after the other. Nothing is recorded as a trace unless the verbosity is raised:
 //
 //   TEST_F(GatesTest, AndOfTwoVariables) {
 //     EXPECT_EQ(c.bit_and(&sink, 2, 3), 100);
@@ -70,7 +70,8 @@ class RecordingSink : public bv::ClauseSink {
   bv::BvLit next = 100;
   // Literals of atoms: the sink answers true for the terms in here.
   std::map<Term_ const*, bv::BvLit> atoms;
-  // How many more calls succeed before one throws Interrupted; negative: all. The call that throws records nothing.
+  // How many more calls succeed before one throws Interrupted; negative: all. The call that throws records
+  // nothing.
   int new_lits_left = -1;
   int atoms_left = -1;
   int clauses_left = -1;
@@ -156,7 +157,9 @@ class ClausifierTest : public ::testing::Test, public Recorder {
   Term_ const* bv_var(std::string_view name, bv::BvLitList const& bits) {
     return with_bits(bv_var(name, static_cast<std::uint64_t>(bits.size())), bits);
   }
-  Term_ const* bool_var(std::string_view name, bv::BvLit literal) { return with_bits(bool_var(name), {literal}); }
+  Term_ const* bool_var(std::string_view name, bv::BvLit literal) {
+    return with_bits(bool_var(name), {literal});
+  }
 
   // ---- results ----
   // The bits of a cached term.
@@ -166,9 +169,9 @@ class ClausifierTest : public ::testing::Test, public Recorder {
   // The trail as text: names of terms, "|" for a backtrack point.
   std::string trail();
 
-  // Every trace line of an action with the lowest verbosity at which it is written, as `LEVEL "text"` lines in order
-  // (text as in events). The action is run once per verbosity, each time on a new clausifier; the first literal of the
-  // sink is 100 each time.
+  // Every trace line of an action with the lowest verbosity at which it is written, as `LEVEL "text"` lines
+  // in order (text as in events). The action is run once per verbosity, each time on a new clausifier; the
+  // first literal of the sink is 100 each time.
   using Action = std::function<void(bv::WordClausifier&, RecordingSink&)>;
   std::vector<std::string> trace_levels(Action const& action);
   ::testing::AssertionResult match_trace_levels(Action const& action, std::string_view expected);

@@ -1,7 +1,7 @@
 #pragma once
 
-// One text for everything a clausifier does: trace lines, fresh literals, clauses and questions for an atom's literal,
-// in the order in which they happen. Two runs are compared by comparing two strings.
+// One text for everything a clausifier does: trace lines, fresh literals, clauses and questions for an atom's
+// literal, in the order in which they happen. Two runs are compared by comparing two strings.
 //
 //   {n 7}            the fresh literal 7
 //   {c 2 -3 7}       a clause

@@ -70,7 +70,8 @@ class Parser {
   std::int64_t number() {
     std::int64_t value = 0;
     while (next_ < text_.size() && is_digit(text_[next_]))
-      if (__builtin_mul_overflow(value, 10, &value) || __builtin_add_overflow(value, text_[next_++] - '0', &value)) {
+      if (__builtin_mul_overflow(value, 10, &value) ||
+          __builtin_add_overflow(value, text_[next_++] - '0', &value)) {
         fail("the number is too large");
         return 0;
       }

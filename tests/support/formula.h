@@ -17,8 +17,8 @@ struct FormulaResult {
   std::string error;
 };
 
-// ^ binds strongest and to the right, then the sign, then * and /, then + and -. A division that leaves a remainder is
-// an error, and so are an unknown name, a negative exponent and a value beyond 64 bits.
+// ^ binds strongest and to the right, then the sign, then * and /, then + and -. A division that leaves a
+// remainder is an error, and so are an unknown name, a negative exponent and a value beyond 64 bits.
 FormulaResult evaluate(std::string_view formula, Variables const& variables);
 
 }  // namespace vell::test

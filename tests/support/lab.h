@@ -79,8 +79,8 @@ struct Lab {
   // A rounding mode by its number; 4 for a variable.
   Term_ const* mode(int number) {
     static constexpr Symbol::Role roles[] = {Symbol::Role::rounding_even, Symbol::Role::rounding_zero,
-                                             Symbol::Role::rounding_plus_inf, Symbol::Role::rounding_minus_inf,
-                                             Symbol::Role::uninterpreted};
+                                             Symbol::Role::rounding_plus_inf,
+                                             Symbol::Role::rounding_minus_inf, Symbol::Role::uninterpreted};
     SymbolSpec spec;
     spec.name = "mode";
     spec.output_type = tm.rounding_mode_type;
@@ -90,8 +90,8 @@ struct Lab {
     start();
     return t;
   }
-  Term_ const* make(SymbolTag::tag tag, std::vector<Term_ const*> const& children, std::uint64_t parameter0 = 0,
-                    std::uint64_t parameter1 = 0) {
+  Term_ const* make(SymbolTag::tag tag, std::vector<Term_ const*> const& children,
+                    std::uint64_t parameter0 = 0, std::uint64_t parameter1 = 0) {
     return tm.mk_app(tag, children, parameter0, parameter1);
   }
   void blast(Term_ const* t) { c.bit_blast(t, &sink); }

@@ -90,7 +90,8 @@ void expect_meaning(Operation const& op, std::vector<Operand> const& operands,
   for (std::vector<Word> const& v : values) {
     std::vector<Word> samples;
     if (operands[0].width != 0)
-      for (unsigned i = 0; i < 16; ++i) samples.push_back(Word{i} * 0x9e3779b97f4a7c15u & all_ones(operands[0].width));
+      for (unsigned i = 0; i < 16; ++i)
+        samples.push_back(Word{i} * 0x9e3779b97f4a7c15u & all_ones(operands[0].width));
     std::string const wrong = m.check(v, samples);
     if (!wrong.empty()) {
       ADD_FAILURE() << wrong;
@@ -101,15 +102,16 @@ void expect_meaning(Operation const& op, std::vector<Operand> const& operands,
 
 std::vector<SymbolTag::tag> const& word_operators() {
   static std::vector<SymbolTag::tag> const tags = {
-      SymbolTag::bv_and,  SymbolTag::bv_or,   SymbolTag::bv_xor,  SymbolTag::bv_add,  SymbolTag::bv_sub,
-      SymbolTag::bv_mul,  SymbolTag::bv_udiv, SymbolTag::bv_urem, SymbolTag::bv_sdiv, SymbolTag::bv_srem,
-      SymbolTag::bv_shl,  SymbolTag::bv_lshr, SymbolTag::bv_ashr};
+      SymbolTag::bv_and, SymbolTag::bv_or,   SymbolTag::bv_xor,  SymbolTag::bv_add,  SymbolTag::bv_sub,
+      SymbolTag::bv_mul, SymbolTag::bv_udiv, SymbolTag::bv_urem, SymbolTag::bv_sdiv, SymbolTag::bv_srem,
+      SymbolTag::bv_shl, SymbolTag::bv_lshr, SymbolTag::bv_ashr};
   return tags;
 }
 
 std::vector<SymbolTag::tag> const& order_operators() {
-  static std::vector<SymbolTag::tag> const tags = {SymbolTag::bv_ult, SymbolTag::bv_ule, SymbolTag::bv_slt,
-                                                   SymbolTag::bv_sle, SymbolTag::equal,  SymbolTag::equal_noproxy};
+  static std::vector<SymbolTag::tag> const tags = {SymbolTag::bv_ult, SymbolTag::bv_ule,
+                                                   SymbolTag::bv_slt, SymbolTag::bv_sle,
+                                                   SymbolTag::equal,  SymbolTag::equal_noproxy};
   return tags;
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
-// Whether the clauses of a term mean what its operator means: the term is translated once, then its inputs are fixed to
-// many values and the outputs that the clauses force are compared with the reference.
+// Whether the clauses of a term mean what its operator means: the term is translated once, then its inputs
+// are fixed to many values and the outputs that the clauses force are compared with the reference.
 
 #include <cstdint>
 #include <random>
@@ -53,9 +53,9 @@ class Meaning {
   // Translates the operation. Call once.
   void translate(Operation const& op, std::vector<Operand> const& operands);
 
-  // Fixes every operand (those that are constants to their own values) and checks that exactly the reference's value
-  // is possible; under div_semantics 1 and a zero divisor, that every one of `free_samples` is. Returns an empty
-  // string, or what is wrong.
+  // Fixes every operand (those that are constants to their own values) and checks that exactly the
+  // reference's value is possible; under div_semantics 1 and a zero divisor, that every one of `free_samples`
+  // is. Returns an empty string, or what is wrong.
   std::string check(std::vector<Word> const& values, std::vector<Word> const& free_samples = {});
 
   TermManager tm;

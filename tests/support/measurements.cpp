@@ -206,7 +206,8 @@ void add_operators(Measurements& m, std::vector<std::int64_t> const& all) {
     Term_ const* y = l.variable(n);
     EXPECT_TRUE(l.c.bit_blast_theory_eq(l.free(), x, y, &l.sink));
   });
-  add("set_bits, on a cached term", [](Lab& l, std::int64_t n) { l.c.set_bits(l.variable(n), &l.sink, l.word(n)); });
+  add("set_bits, on a cached term",
+      [](Lab& l, std::int64_t n) { l.c.set_bits(l.variable(n), &l.sink, l.word(n)); });
   add("set_bits, on a new term", [](Lab& l, std::int64_t n) {
     l.c.set_bits(l.tm.mk_variable("x", l.tm.bv_type(static_cast<std::uint64_t>(n))), &l.sink, l.word(n));
   });
@@ -232,7 +233,8 @@ void add_operators(Measurements& m, std::vector<std::int64_t> const& all) {
       l.blast(l.make(tag, {l.variable(l.tm.bool_type), l.variable(l.tm.bool_type)}));
     });
   };
-  add("not", [](Lab& l, std::int64_t) { l.blast(l.make(SymbolTag::bool_not, {l.variable(l.tm.bool_type)})); });
+  add("not",
+      [](Lab& l, std::int64_t) { l.blast(l.make(SymbolTag::bool_not, {l.variable(l.tm.bool_type)})); });
   boolean("and", SymbolTag::bool_and);
   boolean("or", SymbolTag::bool_or);
   boolean("iff", SymbolTag::bool_iff);
@@ -251,7 +253,8 @@ void add_leaves(Measurements& m, std::vector<std::int64_t> const& all) {
     auto const e = static_cast<std::uint64_t>(n % 3 == 0 ? 1 : n);
     l.blast(l.tm.mk_variable("x", l.tm.fp_type(e, static_cast<std::uint64_t>(n + 1) - e)));
   });
-  add("rounding-mode variable", [](Lab& l, std::int64_t) { l.blast(l.tm.mk_variable("m", l.tm.rounding_mode_type)); });
+  add("rounding-mode variable",
+      [](Lab& l, std::int64_t) { l.blast(l.tm.mk_variable("m", l.tm.rounding_mode_type)); });
   add("rounding-mode constant", [](Lab& l, std::int64_t n) {
     Term_ const* t = l.mode(static_cast<int>(n % 4));
     l.c.retract_upto(t);
@@ -285,8 +288,10 @@ void add_constants(Measurements& m, std::vector<std::int64_t> const& all) {
   binary("x = c", SymbolTag::equal, false);
   binary("c = x", SymbolTag::equal, true);
   binary("x shifted by c", SymbolTag::bv_lshr, false);
-  for (auto const& [name, tag] : std::vector<std::pair<char const*, SymbolTag::tag>>{
-           {"bvand with c", SymbolTag::bv_and}, {"bvor with c", SymbolTag::bv_or}, {"bvxor with c", SymbolTag::bv_xor}})
+  for (auto const& [name, tag] :
+       std::vector<std::pair<char const*, SymbolTag::tag>>{{"bvand with c", SymbolTag::bv_and},
+                                                           {"bvor with c", SymbolTag::bv_or},
+                                                           {"bvxor with c", SymbolTag::bv_xor}})
     binary(name, tag, false);
   add("x divided by 2^k or by 0", [](Lab& l, std::int64_t n, std::uint64_t constant) {
     BvLitList x = l.word(n), y = l.constant(constant & (~constant + 1), n), q(x.size()), r(x.size());

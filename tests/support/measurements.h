@@ -26,8 +26,8 @@ using Measurements = std::map<std::string, Measurement>;
 
 Measurements const& measurements();
 
-// Numbers of a constant that formulas may use, beside n: z trailing zeros, t trailing ones, p set bits, q the sum of the
-// positions of the set bits except the lowest.
+// Numbers of a constant that formulas may use, beside n: z trailing zeros, t trailing ones, p set bits, q the
+// sum of the positions of the set bits except the lowest.
 Variables properties(std::uint64_t constant, std::int64_t n);
 // Constants of n bits to measure with: all of them for small n, otherwise special and random ones.
 std::vector<std::uint64_t> constants_of(std::int64_t n);

@@ -99,7 +99,8 @@ bool Propagator::assume(std::span<BvLit const> literals) {
 void Propagator::reset() { undo(root_); }
 
 bool Propagator::search() {
-  // The trail position before each decision and the decision; a flipped one stands as a consequence of those before.
+  // The trail position before each decision and the decision; a flipped one stands as a consequence of those
+  // before.
   std::vector<std::size_t> decisions;
   std::size_t next = 2;
   if (!propagate()) return false;

@@ -1,8 +1,8 @@
 #pragma once
 
-// A small complete SAT check for tests. A circuit whose inputs are fixed is decided by unit propagation alone; what
-// propagation leaves open (free literals) is decided by search, so the answer never depends on a gate's encoding being
-// strong enough.
+// A small complete SAT check for tests. A circuit whose inputs are fixed is decided by unit propagation
+// alone; what propagation leaves open (free literals) is decided by search, so the answer never depends on a
+// gate's encoding being strong enough.
 
 #include <cstdint>
 #include <span>
@@ -32,8 +32,8 @@ class Propagator {
   // The clauses are copied; the literals 1 and -1 are true and false.
   explicit Propagator(CnfSink const& sink);
 
-  // Makes the literals true from now on, on top of what was assumed before, and propagates. False on a conflict:
-  // the clauses forbid the assumptions.
+  // Makes the literals true from now on, on top of what was assumed before, and propagates. False on a
+  // conflict: the clauses forbid the assumptions.
   bool assume(std::span<bv::BvLit const> literals);
   // Withdraws all assumptions.
   void reset();
@@ -42,14 +42,16 @@ class Propagator {
   void withdraw(std::size_t mark) { undo(mark); }
   // 1 true, -1 false, 0 not decided by propagation.
   int value(bv::BvLit literal) const;
-  // Whether the clauses and the assumptions have a model; complete, by search over what propagation left open.
-  // The state is as before afterwards.
+  // Whether the clauses and the assumptions have a model; complete, by search over what propagation left
+  // open. The state is as before afterwards.
   bool satisfiable();
 
-  // With the inputs as the only assumptions: whether the clauses have a model with them, and whether every model gives
-  // the outputs the same values; those go to `values`. Propagation first, search for what it leaves open.
+  // With the inputs as the only assumptions: whether the clauses have a model with them, and whether every
+  // model gives the outputs the same values; those go to `values`. Propagation first, search for what it
+  // leaves open.
   enum class Answer { decided, contradictory, ambiguous };
-  Answer decide(std::span<bv::BvLit const> inputs, std::span<bv::BvLit const> outputs, std::vector<bool>& values);
+  Answer decide(std::span<bv::BvLit const> inputs, std::span<bv::BvLit const> outputs,
+                std::vector<bool>& values);
 
  private:
   struct Clause {

@@ -188,7 +188,8 @@ mpz_class modulo_power_of_two(mpz_class const& v, unsigned width) {
   return z;
 }
 
-mpz_class conversion_rule(FpFields const& x, FpFormat const& format, IEEEFloat::rounding_mode mode, unsigned width) {
+mpz_class conversion_rule(FpFields const& x, FpFormat const& format, IEEEFloat::rounding_mode mode,
+                          unsigned width) {
   long const s = static_cast<long>(format.fraction_width);
   unsigned const exponent_bits =
       std::max({format.exponent_width, bit_length(static_cast<std::uint64_t>(format.bias())),
@@ -199,8 +200,8 @@ mpz_class conversion_rule(FpFields const& x, FpFormat const& format, IEEEFloat::
   long const unbiased = wrap(static_cast<long>(x.exponent) - format.bias(), exponent_bits);
   long const right = wrap(wrap(s - unbiased, exponent_bits), register_bits);
 
-  // The magnitude before the point, and whether the part behind it rounds it up. A shift to the left loses what
-  // leaves the register and never rounds.
+  // The magnitude before the point, and whether the part behind it rounds it up. A shift to the left loses
+  // what leaves the register and never rounds.
   mpq_class const shifted = scaled(significand, -right);
   mpz_class magnitude = modulo_power_of_two(floor_of(shifted), register_bits);
   bool up = false;

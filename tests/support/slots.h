@@ -8,7 +8,8 @@
 
 namespace vell::test {
 
-// Slot of a virtual member function, counted from the first entry of the table; -1 for one that is not virtual.
+// Slot of a virtual member function, counted from the first entry of the table; -1 for one that is not
+// virtual.
 template <typename F>
 std::ptrdiff_t virtual_slot(F member) {
   std::uintptr_t word = 0;

@@ -17,7 +17,8 @@ constexpr int compared_slots = 12;
 // A few lines of each text around the first difference.
 std::string difference(std::string const& actual, std::string const& expected) {
   std::size_t const at = static_cast<std::size_t>(
-      std::mismatch(actual.begin(), actual.begin() + static_cast<std::ptrdiff_t>(std::min(actual.size(), expected.size())),
+      std::mismatch(actual.begin(),
+                    actual.begin() + static_cast<std::ptrdiff_t>(std::min(actual.size(), expected.size())),
                     expected.begin())
           .first -
       actual.begin());
@@ -73,8 +74,8 @@ bool expect_same_stream(TermManager& tm, StreamCase const& test, std::string con
       int const slot = static_cast<int>(next.back() - base);
       int const expected_slot = model.take_slot();
       if (slot != expected_slot) {
-        ADD_FAILURE() << where << ": list " << i << " taken from the pool next is in place " << slot << " instead of "
-                      << expected_slot;
+        ADD_FAILURE() << where << ": list " << i << " taken from the pool next is in place " << slot
+                      << " instead of " << expected_slot;
         for (BvLitList* l : next) c.release(l);
         return false;
       }
@@ -111,8 +112,8 @@ BvLitList take(bv::WordClausifier& c, BvLitList* list) {
 }
 
 Term_ const* stream_term(TermManager& tm, SymbolTag::tag tag, Type const* type,
-                         std::vector<Term_ const*> const& children, std::string const& label, Symbol::Role role,
-                         std::uint64_t parameter0, std::uint64_t parameter1) {
+                         std::vector<Term_ const*> const& children, std::string const& label,
+                         Symbol::Role role, std::uint64_t parameter0, std::uint64_t parameter1) {
   SymbolSpec spec;
   spec.name = label;
   spec.arity = children.size();
@@ -128,7 +129,8 @@ Term_ const* stream_term(TermManager& tm, SymbolTag::tag tag, Type const* type,
 Term_ const* rounding_mode_term(TermManager& tm, int mode) {
   static constexpr Symbol::Role roles[] = {Symbol::Role::rounding_even, Symbol::Role::rounding_zero,
                                            Symbol::Role::rounding_plus_inf, Symbol::Role::rounding_minus_inf};
-  return stream_term(tm, SymbolTag::none, tm.rounding_mode_type, {}, "mode" + std::to_string(mode), roles[mode]);
+  return stream_term(tm, SymbolTag::none, tm.rounding_mode_type, {}, "mode" + std::to_string(mode),
+                     roles[mode]);
 }
 
 }  // namespace vell::test

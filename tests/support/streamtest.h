@@ -1,7 +1,7 @@
 #pragma once
 
-// Comparison of a clausifier with CircuitModel: the same trace lines at every verbosity, the same literals and clauses
-// in the same order, the same results, and the same lists of the pool taken and given back.
+// Comparison of a clausifier with CircuitModel: the same trace lines at every verbosity, the same literals
+// and clauses in the same order, the same results, and the same lists of the pool taken and given back.
 
 #include <functional>
 #include <random>
@@ -31,7 +31,8 @@ struct StreamCase {
 // Runs both at verbosities 2 to 5 and reports the first difference through gtest; false if there is one.
 bool expect_same_stream(TermManager& tm, StreamCase const& c, std::string const& what);
 
-// Lists of the pool that are in use and are not the list of a cached term: 0 unless something was lost or is held.
+// Lists of the pool that are in use and are not the list of a cached term: 0 unless something was lost or is
+// held.
 std::int64_t stray_lists(bv::WordClausifier const& c);
 
 // A word of literals 2 to 9, their negations and, with the given probability, constants.

@@ -75,6 +75,31 @@ TEST(LoggerTest, PlainPieces) {
   EXPECT_EQ(written("x", endlog), "x\n");
 }
 
+TEST(LoggerTest, OnlyLiteralsPrintAsLiterals) {
+  EXPECT_EQ(written(BvLit{1}, " ", short{1}, " ", static_cast<unsigned short>(1), " ", 1u, " ", 1l, " ", 1ul),
+            "T 1 1 1 1 1");
+  EXPECT_EQ(written(BvLit{-7}, " ", short{-7}, " ", -7l, " ", -7ll), "~5 -7 -7 -7");
+  EXPECT_EQ(written('\1', " ", static_cast<signed char>(-1), " ", static_cast<unsigned char>(200)),
+            "1 -1 200");
+  EXPECT_EQ(written(1.0, " ", -0.5, " ", 0.25f, " ", 1e300, " ", 2.5l), "1 -0.5 0.25 1e+300 2.5");
+  EXPECT_EQ(written(true, std::size_t{0}, std::int64_t{-1}), "10-1");
+  std::ostringstream s;
+  Logger log(s);
+  log << loglevel(1) << short{1} << 'a' << 1.5;
+  EXPECT_EQ(s.str(), "");
+}
+
+TEST(LoggerTest, AMessageThatIsNotWrittenIsTheLastOneAllTheSame) {
+  std::ostringstream s;
+  Logger log(s, 2);
+  EXPECT_TRUE(log.begin("one", 2));
+  EXPECT_FALSE(log.begin("two", 3));
+  EXPECT_STREQ(log.module(), "two");
+  EXPECT_EQ(log.level(), 3);
+  log << "hidden" << loglevel(0) << "shown";
+  EXPECT_EQ(s.str(), "shown");
+}
+
 TEST(LoggerTest, TermsAndTypes) {
   TermManager tm;
   Term_ const* x = tm.mk_variable("x", tm.bv_type(8));
@@ -184,7 +209,8 @@ class Terminal {
     restore();
     std::string text;
     char buffer[256];
-    for (ssize_t n; (n = read(master_, buffer, sizeof buffer)) > 0;) text.append(buffer, static_cast<std::size_t>(n));
+    for (ssize_t n; (n = read(master_, buffer, sizeof buffer)) > 0;)
+      text.append(buffer, static_cast<std::size_t>(n));
     return text;
   }
 
@@ -206,7 +232,8 @@ TEST(LoggerTest, PendingCarriageReturnComesOnceBeforeTheNextText) {
   Logger log;
   log.set_pending_carriage_return();
   log << loglevel(5) << "hidden" << loglevel(0);  // not written, so the flag stays
-  log << "a" << "b";
+  log << "a"
+      << "b";
   log.set_pending_carriage_return();
   log << BvLitList{2};
   EXPECT_EQ(terminal.finish(), "\rab\r[ 0 ]");

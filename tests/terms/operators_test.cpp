@@ -95,9 +95,9 @@ TEST_F(OperatorsTest, NumbersNamesAritiesParameters) {
     EXPECT_EQ(operator_arity(e.tag), e.arity) << e.name;
     EXPECT_EQ(operator_parameters(e.tag), e.parameters) << e.name;
   }
-  for (SymbolTag::tag tag : {SymbolTag::none, SymbolTag::function_application, SymbolTag::int_to_bv,
-                             SymbolTag::bv_to_int, static_cast<SymbolTag::tag>(63),
-                             static_cast<SymbolTag::tag>(1000000)}) {
+  for (SymbolTag::tag tag :
+       {SymbolTag::none, SymbolTag::function_application, SymbolTag::int_to_bv, SymbolTag::bv_to_int,
+        static_cast<SymbolTag::tag>(63), static_cast<SymbolTag::tag>(1000000)}) {
     EXPECT_STREQ(operator_name(tag), "?");
     EXPECT_EQ(operator_arity(tag), -1);
     EXPECT_EQ(operator_parameters(tag), 0u);
@@ -109,9 +109,9 @@ TEST_F(OperatorsTest, NumbersNamesAritiesParameters) {
 
 TEST_F(OperatorsTest, WordOperatorsKeepTheWidth) {
   for (SymbolTag::tag tag :
-       {SymbolTag::bv_and, SymbolTag::bv_or, SymbolTag::bv_xor, SymbolTag::bv_add, SymbolTag::bv_sub, SymbolTag::bv_mul,
-        SymbolTag::bv_udiv, SymbolTag::bv_sdiv, SymbolTag::bv_urem, SymbolTag::bv_srem, SymbolTag::bv_shl,
-        SymbolTag::bv_lshr, SymbolTag::bv_ashr}) {
+       {SymbolTag::bv_and, SymbolTag::bv_or, SymbolTag::bv_xor, SymbolTag::bv_add, SymbolTag::bv_sub,
+        SymbolTag::bv_mul, SymbolTag::bv_udiv, SymbolTag::bv_sdiv, SymbolTag::bv_urem, SymbolTag::bv_srem,
+        SymbolTag::bv_shl, SymbolTag::bv_lshr, SymbolTag::bv_ashr}) {
     std::string const name = operator_name(tag);
     EXPECT_EQ(build(tag, {x8, y8}), "bv8");
     EXPECT_EQ(build(tag, {x8, x4}), name + " takes words of one width, not (_ BitVec 8) and (_ BitVec 4)");
@@ -140,7 +140,8 @@ TEST_F(OperatorsTest, Equality) {
   EXPECT_EQ(build(SymbolTag::equal, {x8, y8}), "bool");
   EXPECT_EQ(tm.get_tag(tm.mk_app(SymbolTag::equal, {x8, y8})->symbol), SymbolTag::equal);
   EXPECT_EQ(tm.get_tag(tm.mk_app(SymbolTag::equal, {p, q})->symbol), SymbolTag::bool_iff);
-  EXPECT_EQ(build(SymbolTag::equal, {x8, x4}), "= takes two terms of one sort, not (_ BitVec 8) and (_ BitVec 4)");
+  EXPECT_EQ(build(SymbolTag::equal, {x8, x4}),
+            "= takes two terms of one sort, not (_ BitVec 8) and (_ BitVec 4)");
   EXPECT_EQ(build(SymbolTag::equal, {x8, p}), "= takes two terms of one sort, not (_ BitVec 8) and Bool");
 }
 
@@ -163,8 +164,9 @@ TEST_F(OperatorsTest, IfThenElse) {
   Term_ const* booleans = tm.mk_app(SymbolTag::term_ite, {p, p, q});
   EXPECT_EQ(tm.get_tag(booleans->symbol), SymbolTag::bool_ite);
   EXPECT_EQ(tm.mk_app(SymbolTag::bool_ite, {p, x8, y8}), words);
-  EXPECT_EQ(build(SymbolTag::term_ite, {x8, x8, y8}),
-            "ite takes a Boolean and two terms of one sort, not (_ BitVec 8) and (_ BitVec 8) and (_ BitVec 8)");
+  EXPECT_EQ(
+      build(SymbolTag::term_ite, {x8, x8, y8}),
+      "ite takes a Boolean and two terms of one sort, not (_ BitVec 8) and (_ BitVec 8) and (_ BitVec 8)");
   EXPECT_EQ(build(SymbolTag::term_ite, {p, x8, x4}),
             "ite takes a Boolean and two terms of one sort, not Bool and (_ BitVec 8) and (_ BitVec 4)");
 }
@@ -194,8 +196,10 @@ TEST_F(OperatorsTest, FloatingPoint) {
   EXPECT_EQ(build(SymbolTag::fp_to_ubv, {rm, f}, 7), "bv7");
   EXPECT_EQ(build(SymbolTag::fp_as_ieeebv, {f}), "bv32");
   EXPECT_EQ(build(SymbolTag::fp_to_sbv, {f, rm}, 16),
-            "fp.to_sbv takes a rounding mode and a floating-point value, not (_ FloatingPoint 8 24) and RoundingMode");
-  EXPECT_EQ(build(SymbolTag::fp_as_ieeebv, {x8}), "fp.to_ieee_bv takes a floating-point value, not (_ BitVec 8)");
+            "fp.to_sbv takes a rounding mode and a floating-point value, not (_ FloatingPoint 8 24) and "
+            "RoundingMode");
+  EXPECT_EQ(build(SymbolTag::fp_as_ieeebv, {x8}),
+            "fp.to_ieee_bv takes a floating-point value, not (_ BitVec 8)");
 }
 
 TEST_F(OperatorsTest, UnknownTags) {

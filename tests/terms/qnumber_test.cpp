@@ -7,6 +7,7 @@
 #include <climits>
 #include <cstdint>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -179,7 +180,8 @@ TEST(QNumberTest, LowestSetBit) {
 
 TEST(QNumberTest, ClearingSetBitsFromBelowEndsAtZero) {
   for (bool force_big : {false, true}) {
-    QNumber q = QNumber::from_digits("1000101010000000000000000000000000000000000000000000000000001", 2, force_big);
+    QNumber q =
+        QNumber::from_digits("1000101010000000000000000000000000000000000000000000000000001", 2, force_big);
     std::vector<std::uint64_t> found;
     for (std::uint64_t i = q.lowest_set_bit(0); i != UINT64_MAX; i = q.lowest_set_bit(i + 1)) {
       found.push_back(i);
@@ -218,17 +220,18 @@ TEST(QNumberTest, ComparisonOfAllFormsAndFractions) {
     std::int64_t n;
     std::int64_t d;
   };
-  std::vector<Value> const values = {{0, 1},         {0, 7},          {1, 1},         {2, 2},        {-1, 1},
-                                     {1, 2},         {2, 4},          {-1, 2},        {1, -2},       {-3, -6},
-                                     {INT64_MAX, 1}, {INT64_MIN, 1},  {INT64_MAX, 2}, {INT64_MIN, 3}, {1, INT64_MAX},
-                                     {1, INT64_MIN}, {-1, INT64_MIN}, {7, 3},         {-7, 3},       {6, 4}};
+  std::vector<Value> const values = {{0, 1},          {0, 7},         {1, 1},         {2, 2},
+                                     {-1, 1},         {1, 2},         {2, 4},         {-1, 2},
+                                     {1, -2},         {-3, -6},       {INT64_MAX, 1}, {INT64_MIN, 1},
+                                     {INT64_MAX, 2},  {INT64_MIN, 3}, {1, INT64_MAX}, {1, INT64_MIN},
+                                     {-1, INT64_MIN}, {7, 3},         {-7, 3},        {6, 4}};
   for (Value const& a : values)
     for (Value const& b : values) {
       // a.n / a.d < b.n / b.d, the denominators made positive; the products fit 127 bits.
       Wide const left = static_cast<Wide>(a.d < 0 ? -static_cast<Wide>(a.n) : a.n) *
-                            (b.d < 0 ? -static_cast<Wide>(b.d) : b.d);
+                        (b.d < 0 ? -static_cast<Wide>(b.d) : b.d);
       Wide const right = static_cast<Wide>(b.d < 0 ? -static_cast<Wide>(b.n) : b.n) *
-                             (a.d < 0 ? -static_cast<Wide>(a.d) : a.d);
+                         (a.d < 0 ? -static_cast<Wide>(a.d) : a.d);
       QNumber const as[] = {QNumber(a.n, a.d), big_fraction(a.n, a.d)};
       QNumber const bs[] = {QNumber(b.n, b.d), big_fraction(b.n, b.d)};
       for (QNumber const& x : as)
@@ -258,7 +261,18 @@ TEST(QNumberTest, SmallComparisonAllocatesNothing) {
   EXPECT_EQ(test::allocation_count(), before);
 }
 
-TEST(QNumberTest, ScratchPairIsOnePerThread) { EXPECT_EQ(&QNumber::gmp_tmp(), &QNumber::gmp_tmp()); }
+TEST(QNumberTest, ScratchPairIsOneObjectPerThread) {
+  GmpPair const* here = &QNumber::gmp_tmp;
+  GmpPair const* there = nullptr;
+  std::thread([&] {
+    there = &QNumber::gmp_tmp;
+    EXPECT_TRUE(big("170141183460469231731687303715884105728") <
+                big("170141183460469231731687303715884105729"));
+  }).join();
+  EXPECT_NE(here, there);
+  mpz_set_ui(QNumber::gmp_tmp.numerator, 5);
+  EXPECT_EQ(mpz_get_ui(here->numerator), 5u);
+}
 
 // ---- conversions ----
 
@@ -293,8 +307,19 @@ TEST(QNumberTest, FromDigitsRejectsWhatIsNoInteger) {
     char const* digits;
     int base;
   };
-  for (Case const& k : std::vector<Case>{{"", 10}, {"-", 10}, {"--1", 10}, {"+1", 10}, {"12a", 10}, {" 1", 10}, {"1 ", 10},
-                                         {"1 2", 10}, {"102", 2}, {"0x10", 16}, {"g", 16}, {"1.5", 10}, {"0b1", 2}})
+  for (Case const& k : std::vector<Case>{{"", 10},
+                                         {"-", 10},
+                                         {"--1", 10},
+                                         {"+1", 10},
+                                         {"12a", 10},
+                                         {" 1", 10},
+                                         {"1 ", 10},
+                                         {"1 2", 10},
+                                         {"102", 2},
+                                         {"0x10", 16},
+                                         {"g", 16},
+                                         {"1.5", 10},
+                                         {"0b1", 2}})
     EXPECT_THROW(QNumber::from_digits(k.digits, k.base), Exception) << '"' << k.digits << '"';
   EXPECT_THROW(QNumber::from_digits(std::string_view("1\0002", 3), 10), Exception);
 }

@@ -51,9 +51,10 @@ TEST(HashtableTest, NodeHas24BytesNextKeyValue) {
 
 TEST(HashtableTest, PrimesAreThe28BucketCounts) {
   std::vector<std::uint64_t> const expected = {
-      31,       73,       151,       313,       643,       1291,       2593,       5233,      10501,    21013,
-      42073,    84181,    168451,    337219,    674701,    1349473,    2699299,    5398891,   10798093, 21596719,
-      43193641, 86387383, 172775299, 345550609, 691101253, 1382202559, 2764405229, 4294867387};
+      31,       73,        151,       313,       643,        1291,       2593,
+      5233,     10501,     21013,     42073,     84181,      168451,     337219,
+      674701,   1349473,   2699299,   5398891,   10798093,   21596719,   43193641,
+      86387383, 172775299, 345550609, 691101253, 1382202559, 2764405229, 4294867387};
   EXPECT_EQ(std::vector<std::uint64_t>(std::begin(primes), std::end(primes)), expected);
 }
 
@@ -169,8 +170,9 @@ TEST(HashtableTest, GrowthStepsThroughThePrimes) {
 
 TEST(HashtableTest, RehashWalksBucketsInOrderAndPushesToTheFront) {
   Table t;
-  // 22 items; in 31 buckets 2 holds 2 + 31*k, which go to buckets (2 + 31*k) % 73 afterwards. Those with ids equal
-  // modulo 73 meet again: they come from different old buckets, lower old bucket first, and so stand behind.
+  // 22 items; in 31 buckets 2 holds 2 + 31*k, which go to buckets (2 + 31*k) % 73 afterwards. Those with ids
+  // equal modulo 73 meet again: they come from different old buckets, lower old bucket first, and so stand
+  // behind.
   std::vector<Item> v;
   for (std::uint64_t k = 0; k < 3; ++k) v.push_back({10 + 31 * 73 * k});  // same bucket before and after
   v.push_back({10 + 73});                                                 // old bucket 21

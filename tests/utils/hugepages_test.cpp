@@ -29,8 +29,8 @@ TEST(HugePageAllocator, LargeArraysStartAtAHugePage) {
 }
 
 TEST(ZeroedArray, IsZeroAndHoldsWhatIsWrittenAtEverySize) {
-  for (std::size_t n : {std::size_t{0}, std::size_t{1}, std::size_t{1000}, huge_page_bytes / 4 - 1, huge_page_bytes / 4,
-                        huge_page_bytes / 4 + 1, 3 * huge_page_bytes / 4 + 5}) {
+  for (std::size_t n : {std::size_t{0}, std::size_t{1}, std::size_t{1000}, huge_page_bytes / 4 - 1,
+                        huge_page_bytes / 4, huge_page_bytes / 4 + 1, 3 * huge_page_bytes / 4 + 5}) {
     ZeroedArray<std::uint32_t> a(n);
     ASSERT_EQ(n, a.size());
     for (std::uint32_t x : a) ASSERT_EQ(0u, x);

@@ -2,11 +2,12 @@
 
 // Ripple-carry addition, two's-complement negation, subtraction.
 //
-// A full adder over three free bits takes 14 clauses and two fresh literals: eight clauses of four literals for the
-// sum, six of three for the carry. With constants among its inputs it becomes a half adder (xor and and, or xnor and
-// or) or a rearrangement of literals, so a constant operand costs clauses only where the other bit and the incoming
-// carry are both free. Adding two words of n free bits: the first bit is a half adder (7 clauses), every other one a
-// full adder: 14n - 7 clauses, 2n fresh literals; the last carry is defined, and dropped.
+// A full adder over three free bits takes 14 clauses and two fresh literals: eight clauses of four literals
+// for the sum, six of three for the carry. With constants among its inputs it becomes a half adder (xor and
+// and, or xnor and or) or a rearrangement of literals, so a constant operand costs clauses only where the
+// other bit and the incoming carry are both free. Adding two words of n free bits: the first bit is a half
+// adder (7 clauses), every other one a full adder: 14n - 7 clauses, 2n fresh literals; the last carry is
+// defined, and dropped.
 //
 // -x is (not x) + 1; x - y is x + (-y).
 //

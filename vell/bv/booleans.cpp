@@ -2,8 +2,8 @@
 
 // Boolean connectives and if-then-else: one gate per result bit.
 //
-// The connectives are binary; an equivalence is a negated exclusive or, at its cost. A word's if-then-else takes four
-// clauses and a fresh literal per bit where neither branch nor condition decides the bit.
+// The connectives are binary; an equivalence is a negated exclusive or, at its cost. A word's if-then-else
+// takes four clauses and a fresh literal per bit where neither branch nor condition decides the bit.
 //
 // Tested by tests/bv/booleans_test.cpp.
 

@@ -2,19 +2,21 @@
 
 // Cached bits, trail, backtracking.
 //
-// Every translated term has one list, owned by the cache. The trail holds the terms in caching order, with null for
-// backtrack points; retracting pops it. A term may stand on the trail more often than once (a root that was cached
-// before, a term whose bits were replaced), and it may have been forgotten alone: the first of its entries that is
-// popped forgets the term, the others then find nothing. Literals of forgotten terms are not used again, so clauses that
-// mention them stay true.
+// Every translated term has one list, owned by the cache. The trail holds the terms in caching order, with
+// null for backtrack points; retracting pops it. A term may stand on the trail more often than once (a root
+// that was cached before, a term whose bits were replaced), and it may have been forgotten alone: the first
+// of its entries that is popped forgets the term, the others then find nothing. Literals of forgotten terms
+// are not used again, so clauses that mention them stay true.
 //
 // Tested by tests/bv/cache_test.cpp.
 
+#include <algorithm>
 #include <cassert>
 
 namespace vell::bv {
 
-// The logger stays: one given by set_logger belongs to the caller, and the default one is freed by set_logger alone.
+// The logger stays: one given by set_logger belongs to the caller, and the default one is freed by set_logger
+// alone.
 WordClausifier::~WordClausifier() {
   for (std::uint64_t b = 0; b < bits_cache.bucket_count(); ++b)
     for (BitsCache::Node const* n = bits_cache.chain(b); n != nullptr; n = n->next)
@@ -45,9 +47,9 @@ void WordClausifier::forget(Term_ const* t) {
 }
 
 void WordClausifier::retract_upto(Term_ const* t) {
+  assert(std::find(trail.rbegin(), trail.rend(), t) != trail.rend());
   Term_ const* last;
   do {
-    assert(!trail.empty());
     last = trail.back();
     trail.pop_back();
     if (last == nullptr) continue;

@@ -2,13 +2,13 @@
 
 // Unsigned and signed order of words.
 //
-// One literal runs from bit 0 upward: after stage i it compares the low i+1 bits, the higher bit deciding where the two
-// differ. A free stage takes six clauses and one fresh literal, so n free bits cost 6n clauses and n literals, the last
-// of which may be the atom's own. The chain for <= starts at true and folds constant bits through and/or gates, the one
-// for < starts at false and folds through ite gates.
+// One literal runs from bit 0 upward: after stage i it compares the low i+1 bits, the higher bit deciding
+// where the two differ. A free stage takes six clauses and one fresh literal, so n free bits cost 6n clauses
+// and n literals, the last of which may be the atom's own. The chain for <= starts at true and folds constant
+// bits through and/or gates, the one for < starts at false and folds through ite gates.
 //
-// A signed comparison is the unsigned one of the whole words, turned where the signs differ: six clauses more, emitted
-// whatever the signs are, so constants may stand in them.
+// A signed comparison is the unsigned one of the whole words, turned where the signs differ: six clauses
+// more, emitted whatever the signs are, so constants may stand in them.
 //
 // Tested by tests/bv/comparators_test.cpp.
 
@@ -64,15 +64,12 @@ BvLitList* WordClausifier::word_ult(ClauseSink* sink, BvLitList* x, BvLitList* y
     BvLit const a = (*x)[i];
     BvLit const b = (*y)[i];
     BvLit next;
-    bool const traced = logger->enabled(4);  // asked once a stage: there are eight messages in it
     auto const trace_stage = [&] {
-      if (traced)
-        log(4) << "i = " << i << " x = " << a << " y = " << b << " w = " << r << " v = " << next << endlog;
+      VELL_TRACE(4) << "i = " << i << " x = " << a << " y = " << b << " w = " << r << " v = " << next
+                    << endlog;
     };
     // The markers end no line: they run on into the next message.
-    auto const trace_marker = [&](char const* marker) {
-      if (traced) log(4) << marker;
-    };
+    auto const trace_marker = [&](char const* marker) { VELL_TRACE(4) << marker; };
     if (a == l_false) {
       next = bit_ite(sink, b, l_true, r);
     } else if (a == l_true) {
@@ -137,7 +134,8 @@ void WordClausifier::word_ule(ClauseSink* sink, Term_ const* term) {
   add_to_cache(term, result.detach());
 }
 
-// Turns the unsigned result c of x and y into the signed one, o: c where the signs agree, the sign of x where not.
+// Turns the unsigned result c of x and y into the signed one, o: c where the signs agree, the sign of x where
+// not.
 void WordClausifier::correct_by_signs(ClauseSink* sink, Term_ const* term, BvLit a, BvLit b, BvLit& result) {
   BvLit const c = result;
   BvLit const atom = sink_literal(sink, term);
@@ -158,7 +156,7 @@ void WordClausifier::word_slt(ClauseSink* sink, Term_ const* term) {
   BvLitList* y = lookup(term->children[1]);
   VELL_TRACE(4) << *x << " <s " << *y << endlog;
   PoolList result(bvlist_pool, word_ult(sink, x, y, l_undef));
-  correct_by_signs(sink, term, x->back(), y->back(), result[0]);
+  correct_by_signs(sink, term, x->back(), (*y)[x->size() - 1], result[0]);
   add_to_cache(term, result.detach());
 }
 
@@ -167,7 +165,7 @@ void WordClausifier::word_sle(ClauseSink* sink, Term_ const* term) {
   BvLitList* x = lookup(term->children[0]);
   BvLitList* y = lookup(term->children[1]);
   PoolList result(bvlist_pool, word_ule(sink, x, y, l_undef));
-  correct_by_signs(sink, term, x->back(), y->back(), result[0]);
+  correct_by_signs(sink, term, x->back(), (*y)[x->size() - 1], result[0]);
   add_to_cache(term, result.detach());
 }
 

@@ -2,18 +2,21 @@
 
 // Division and remainder.
 //
-// Restoring division, most significant quotient bit first. The remainder register never needs a bit more than the
-// operands: before the shift of stage i it is at most the n - 1 - i dividend bits consumed so far, so the bit shifted
-// out is 0. Per stage one comparator, n and gates, one negation, one addition, in that order; the subtraction is always
-// built, and folds where the quotient bit or the divisor is constant. About 30n clauses per stage, 30n^2 in all.
+// Restoring division, most significant quotient bit first. The remainder register never needs a bit more than
+// the operands: before the shift of stage i it is at most the n - 1 - i dividend bits consumed so far, so the
+// bit shifted out is 0. Per stage one comparator, n and gates, one negation, one addition, in that order; the
+// subtraction is always built, and folds where the quotient bit or the divisor is constant. About 30n clauses
+// per stage, 30n^2 in all.
 //
-// A zero divisor gives a quotient of all ones and the dividend as remainder, by itself. Under div_semantics 1 the result
-// is replaced by fresh literals where the divisor is zero.
+// A zero divisor gives a quotient of all ones and the dividend as remainder, by itself. Under div_semantics 1
+// the result is replaced by fresh literals where the divisor is zero.
 //
-// Signed division truncates: absolute values, unsigned division, then the signs (the remainder takes the dividend's).
+// Signed division truncates: absolute values, unsigned division, then the signs (the remainder takes the
+// dividend's).
 //
 // Tested by tests/bv/division_test.cpp.
 
+#include <algorithm>
 #include <cassert>
 
 #include "vell/bv/poollist.h"
@@ -21,13 +24,17 @@
 
 namespace vell::bv {
 
-void WordClausifier::word_udiv_simple(ClauseSink* sink, BvLitList* a, BvLitList* b, BvLitList* q, BvLitList* r, bool) {
+void WordClausifier::word_udiv_simple(ClauseSink* sink, BvLitList* a, BvLitList* b, BvLitList* q,
+                                      BvLitList* r, bool) {
   VELL_TRACE(3) << "word_udiv " << endlog;
   VELL_TRACE(4) << *a << " /u " << *b << endlog;
   std::size_t const n = a->size();
   assert(b->size() >= n && q->size() >= n && r->size() >= n);
   for (BvLit& bit : *r) bit = l_false;
   BvLitList mask(n);
+  // Elements of r from n up stay false: the subtraction is one of n bits.
+  bool const longer = r->size() > n;
+  BvLitList low;
   for (std::size_t i = n; i-- > 0;) {
     VELL_TRACE(4) << "stage = " << i << endlog;
     VELL_TRACE(4) << "   quotient (before) = " << *q << endlog;
@@ -47,8 +54,9 @@ void WordClausifier::word_udiv_simple(ClauseSink* sink, BvLitList* a, BvLitList*
     word_and(sink, mask, b, &mask);
     PoolList nd(bvlist_pool, word_neg(sink, &mask));
     VELL_TRACE(4) << "      neg_div = " << *nd << endlog;
-    PoolList s(bvlist_pool, word_add(sink, r, nd.get()));
-    *r = *s;
+    if (longer) low.assign(r->begin(), r->begin() + static_cast<std::ptrdiff_t>(n));
+    PoolList s(bvlist_pool, word_add(sink, longer ? &low : r, nd.get()));
+    std::copy(s->begin(), s->end(), r->begin());
     nd.reset(nullptr);
     s.reset(nullptr);
     VELL_TRACE(4) << "   quotient (after) = " << *q << endlog;
@@ -70,7 +78,8 @@ void WordClausifier::word_div_complete_semantics(ClauseSink* sink, BvLitList* b,
   }
 }
 
-void WordClausifier::word_sdiv_simple(ClauseSink* sink, BvLitList* a, BvLitList* b, BvLitList* q, BvLitList* r) {
+void WordClausifier::word_sdiv_simple(ClauseSink* sink, BvLitList* a, BvLitList* b, BvLitList* q,
+                                      BvLitList* r) {
   VELL_TRACE(3) << "word_sdiv simple " << endlog;
   std::size_t const n = a->size();
   BvLit const sa = a->back();

@@ -2,11 +2,11 @@
 
 // Signed division by an array of controlled add/subtract cells, over a dividend register of 2n - 1 bits.
 //
-// n rows of n cells of eight gates: the control t decides whether the row adds or subtracts the divisor, and the sign of
-// a row, complemented, is its quotient bit and the next row's control. No handler uses the array, and it is no usable
-// divider: besides the feedback of a row into d[i ..], each row also writes its shifted result into the low part of d,
-// over dividend bits that later rows still read. Quotient and remainder therefore depend on the sign of the dividend and
-// on the divisor alone. That is the behaviour of record.
+// n rows of n cells of eight gates: the control t decides whether the row adds or subtracts the divisor, and
+// the sign of a row, complemented, is its quotient bit and the next row's control. No handler uses the array,
+// and it is no usable divider: besides the feedback of a row into d[i ..], each row also writes its shifted
+// result into the low part of d, over dividend bits that later rows still read. Quotient and remainder
+// therefore depend on the sign of the dividend and on the divisor alone. That is the behaviour of record.
 //
 // Tested by tests/bv/divisionarray_test.cpp.
 
@@ -49,7 +49,8 @@ void WordClausifier::word_sdiv(ClauseSink* sink, BvLitList* a, BvLitList* b, BvL
       c = bit_or(sink, o1, a3);
     }
     tbl = remainder_out;
-    std::copy(remainder_out.begin() + 1, remainder_out.end(), d->begin() + static_cast<std::ptrdiff_t>(n - 1 - i));
+    std::copy(remainder_out.begin() + 1, remainder_out.end(),
+              d->begin() + static_cast<std::ptrdiff_t>(n - 1 - i));
     tbl[n - 1] = -tbl[n - 1];
     (*q)[i] = tbl[n - 1];
     std::copy(tbl.begin(), tbl.end() - 1, d->begin() + static_cast<std::ptrdiff_t>(i));

@@ -2,9 +2,10 @@
 
 // Equality of words.
 //
-// One literal runs from bit 0 upward and stands for "all bits so far agree". A free stage costs five clauses and a
-// fresh literal (four clauses at bit 0, where nothing precedes); constant bits fold through and gates, equal bits are
-// skipped, complementary bits make the chain false. The last stage may use the atom's own literal.
+// One literal runs from bit 0 upward and stands for "all bits so far agree". A free stage costs five clauses
+// and a fresh literal (four clauses at bit 0, where nothing precedes); constant bits fold through and gates,
+// equal bits are skipped, complementary bits make the chain false. The last stage may use the atom's own
+// literal.
 //
 // Tested by tests/bv/equality_test.cpp.
 
@@ -67,7 +68,9 @@ void WordClausifier::word_equal(ClauseSink* sink, Term_ const* term, bool use_pr
 
 void WordClausifier::word_equal(ClauseSink* sink, Term_ const* term) { word_equal(sink, term, true); }
 
-void WordClausifier::word_equal_noproxy(ClauseSink* sink, Term_ const* term) { word_equal(sink, term, false); }
+void WordClausifier::word_equal_noproxy(ClauseSink* sink, Term_ const* term) {
+  word_equal(sink, term, false);
+}
 
 bool WordClausifier::bit_blast_theory_eq(BvLit lit, Term_ const* t1, Term_ const* t2, ClauseSink* sink) {
   BvLitList* b1 = lookup(t1);
@@ -76,7 +79,8 @@ bool WordClausifier::bit_blast_theory_eq(BvLit lit, Term_ const* t1, Term_ const
     bit_blast(t1, sink);
     b1 = lookup(t1);
   }
-  // Translating t1 may have cached t2 as well; the call then only leaves t2's entry on the trail, as for any root.
+  // Translating t1 may have cached t2 as well; the call then only leaves t2's entry on the trail, as for any
+  // root.
   if (b2 == nullptr) {
     bit_blast(t2, sink);
     b2 = lookup(t2);

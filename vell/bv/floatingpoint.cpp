@@ -2,9 +2,10 @@
 
 // Floating-point variables and rounding modes.
 //
-// A floating-point value is e + s + 1 literals: fraction, biased exponent, sign, least significant first. Where a
-// floating-point layer is installed it supplies them; otherwise they are fresh, and the term is remembered for the layer
-// to pick up. A rounding mode is its number in two literals, low bit first; a mode variable may take all four values.
+// A floating-point value is e + s + 1 literals: fraction, biased exponent, sign, least significant first.
+// Where a floating-point layer is installed it supplies them; otherwise they are fresh, and the term is
+// remembered for the layer to pick up. A rounding mode is its number in two literals, low bit first; a mode
+// variable may take all four values.
 //
 // Tested by tests/bv/floatingpoint_test.cpp.
 

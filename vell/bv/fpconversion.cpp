@@ -2,14 +2,15 @@
 
 // Conversion of floating-point values to integers.
 //
-// With unbiased exponent u and fraction width s the value is F' * 2^(u - s), F' the fraction with its hidden bit on
-// top. One right shift by a = s - u (for u <= s) and one left shift by -a (for u > s) are built and selected by the sign
-// of a. What the right shift lost is found by shifting back; a rounding increment follows from it and the mode; values
-// below one that are not rounded up become zero; the sign is applied last. An unsigned conversion is the signed one, one
-// bit wider, without its top bit. Infinities, NaN and values out of range get whatever comes out.
+// With unbiased exponent u and fraction width s the value is F' * 2^(u - s), F' the fraction with its hidden
+// bit on top. One right shift by a = s - u (for u <= s) and one left shift by -a (for u > s) are built and
+// selected by the sign of a. What the right shift lost is found by shifting back; a rounding increment
+// follows from it and the mode; values below one that are not rounded up become zero; the sign is applied
+// last. An unsigned conversion is the signed one, one bit wider, without its top bit. Infinities, NaN and
+// values out of range get whatever comes out.
 //
-// The exponent arithmetic is done in max(e, bits of the bias, bits of s) bits: e for every standard format. Formats whose
-// s does not fit the signed range of that width shift small values the wrong way.
+// The exponent arithmetic is done in max(e, bits of the bias, bits of s) bits: e for every standard format.
+// Formats whose s does not fit the signed range of that width shift small values the wrong way.
 //
 // Tested by tests/bv/fpconversion_test.cpp.
 
@@ -45,8 +46,8 @@ struct WordClausifier::Conversion {
   BvLit sign;
 };
 
-// 1 where what was lost is more than half a unit, or half a unit and the result is odd. `unit` is twice the weight of
-// the last bit shifted out; what is missing to it is compared with what was lost.
+// 1 where what was lost is more than half a unit, or half a unit and the result is odd. `unit` is twice the
+// weight of the last bit shifted out; what is missing to it is compared with what was lost.
 BvLit WordClausifier::round_to_even(ClauseSink* sink, Conversion& v) {
   std::size_t const n = v.significand->size();
   BvLitList one = one_of_length(n + 1);
@@ -125,7 +126,8 @@ BvLitList* WordClausifier::fp_to_bv(ClauseSink* sink, Term_ const* term, std::ui
   PoolList back(bvlist_pool, word_sl(sink, right.get(), amount.get()));
   BvLit const exact = word_equal(sink, significand.get(), back.get(), l_undef);
   BvLit const inexact = bit_and(sink, -is_left, -exact);
-  Conversion v{std::move(significand), std::move(amount), std::move(right), std::move(back), inexact, value.back()};
+  Conversion v{std::move(significand), std::move(amount), std::move(right),
+               std::move(back),        inexact,           value.back()};
   BvLit const increment = rounding_increment(sink, mode, v);
 
   BvLitList& r = *v.right;

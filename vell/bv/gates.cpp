@@ -2,11 +2,11 @@
 
 // Single-bit gates and the bitwise and of words.
 //
-// Each gate folds what constant, equal or complementary inputs decide, without a clause; otherwise it draws one fresh
-// literal x and defines it by the Tseitin clauses of x <-> gate (Tseitin, "On the complexity of derivation in
-// propositional calculus", 1968): three clauses for and/or, four for xor/ite. No emitted clause contains a constant,
-// save where ite keeps a constant branch. Constants run through whole circuits this way; nothing is hashed, sharing is
-// the cache's business.
+// Each gate folds what constant, equal or complementary inputs decide, without a clause; otherwise it draws
+// one fresh literal x and defines it by the Tseitin clauses of x <-> gate (Tseitin, "On the complexity of
+// derivation in propositional calculus", 1968): three clauses for and/or, four for xor/ite. No emitted clause
+// contains a constant, save where ite keeps a constant branch. Constants run through whole circuits this way;
+// nothing is hashed, sharing is the cache's business.
 //
 // Tested by tests/bv/gates_test.cpp.
 

@@ -36,8 +36,8 @@ inline BvLit or_gate(ClauseSink* sink, BvLit a, BvLit b) {
 }
 
 inline BvLit xor_gate(ClauseSink* sink, BvLit a, BvLit b) {
-  // With a constant: the other literal, negated where the constant is true. A product, since no processor foresees the
-  // bits of a numeral.
+  // With a constant: the other literal, negated where the constant is true. A product, since no processor
+  // foresees the bits of a numeral.
   if (is_constant(a) || is_constant(b)) return -a * b;
   if (a == b) return l_false;
   if (a == -b) return l_true;

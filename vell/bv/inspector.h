@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "vell/bv/wordclausifier.h"
+#include "vell/utils/export.h"
 
 namespace vell::bv {
 

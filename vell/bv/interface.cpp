@@ -2,8 +2,8 @@
 
 // Bits of terms for the surrounding solver: reading them, imposing them, copying them to fresh literals.
 //
-// Imposed bits are tied to existing ones by two clauses per bit rather than by renaming: literals already handed out
-// may stand in clauses and in other theories.
+// Imposed bits are tied to existing ones by two clauses per bit rather than by renaming: literals already
+// handed out may stand in clauses and in other theories.
 //
 // Tested by tests/bv/interface_test.cpp.
 
@@ -21,7 +21,8 @@ bool WordClausifier::get_bits(Term_ const* t, BvLitList& out) {
 }
 
 void WordClausifier::set_bits(Term_ const* t, ClauseSink* sink, BvLitList const& bits) {
-  BvLitList const* old = lookup(t);
+  // A derived class may answer either way: without a list there is nothing to tie to.
+  BvLitList const* old = is_cached(t) ? lookup(t) : nullptr;
   if (old == nullptr) {
     add_to_cache(t, new_BvLitList(bits));
     return;

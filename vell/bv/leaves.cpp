@@ -2,8 +2,8 @@
 
 // Variables and constants: no clause, one fresh literal per free bit, least significant first.
 //
-// Bits of a numeral above bit 63 depend on its form: a machine word is never sign-filled there, a GMP integer is read
-// in infinite two's complement. A floating-point numeral carries its IEEE bit pattern.
+// Bits of a numeral above bit 63 depend on its form: a machine word is never sign-filled there, a GMP integer
+// is read in infinite two's complement. A floating-point numeral carries its IEEE bit pattern.
 //
 // Tested by tests/bv/leaves_test.cpp.
 

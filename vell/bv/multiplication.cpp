@@ -2,14 +2,16 @@
 
 // Multiplication modulo 2^n.
 //
-// A constant first operand: shift and add, one adder for each set bit above bit 0; the first addition is onto zero and
-// folds, so a power of two costs nothing. Only the first operand is looked at.
+// A constant first operand: shift and add, one adder for each set bit above bit 0; the first addition is onto
+// zero and folds, so a power of two costs nothing. Only the first operand is looked at.
 //
-// Otherwise the schoolbook array: row j is x shifted up by j and masked by bit j of y, and is added to the rows before.
-// Products above bit n - 1 are never formed. Two free words take n(n+1)/2 and gates (3 clauses each) and n - 1 additions
-// in which row j touches the upper n - j bits only; the adders fold the rest.
+// Otherwise the schoolbook array: row j is x shifted up by j and masked by bit j of y, and is added to the
+// rows before. Products above bit n - 1 are never formed. Two free words take n(n+1)/2 and gates (3 clauses
+// each) and n - 1 additions in which row j touches the upper n - j bits only; the adders fold the rest.
 //
 // Tested by tests/bv/multiplication_test.cpp.
+
+#include <algorithm>
 
 #include "vell/bv/poollist.h"
 #include "vell/bv/trace.h"
@@ -36,13 +38,17 @@ void WordClausifier::word_mul_by_constant(ClauseSink* sink, Term_ const* term) {
     add_to_cache(term, result.detach());
     return;
   }
-  PoolList acc(bvlist_pool, n);
-  for (std::size_t i = 0; i < n; ++i) acc[i] = c.test_bit(0) ? v[i] : l_false;
+  PoolList acc(bvlist_pool, c.test_bit(0) ? new_BvLitList(v) : bvlist_pool.alloc(n));
+  if (!c.test_bit(0)) acc->assign(n, l_false);
   c.clear_bit(0);
+  // An odd numeral gives the sum the length of v. Where that is not n, the places that v or n do not reach
+  // are false.
+  std::size_t const length = std::max(n, acc->size());
   while (c.sign() > 0) {
     std::uint64_t const k = c.lowest_set_bit(1);
-    PoolList shifted(bvlist_pool, n);
-    for (std::size_t i = 0; i < n; ++i) shifted[i] = i >= k ? v[i - k] : l_false;
+    PoolList shifted(bvlist_pool, length);
+    for (std::size_t i = 0; i < length; ++i)
+      shifted[i] = i < n && i >= k && i - k < v.size() ? v[i - k] : l_false;
     acc.reset(word_add(sink, acc.get(), shifted.get()));
     c.clear_bit(k);
   }

@@ -7,8 +7,8 @@
 
 namespace vell::bv {
 
-// A list of the pool with an owner: back to the pool at the end of the scope, also when a sink throws, unless it was
-// handed on with detach().
+// A list of the pool with an owner: back to the pool at the end of the scope, also when a sink throws, unless
+// it was handed on with detach().
 class PoolList {
  public:
   using Pool = ObjectPool<BvLitList, false>;

@@ -2,13 +2,15 @@
 
 // Shifts and rotations.
 //
-// A shift by a numeral and every rotation rearrange literals and cost nothing. A shift by a word is a barrel shifter:
-// one stage per amount bit, n if-then-else gates per stage, so at most 4n^2 clauses and n^2 fresh literals. Amount bits
-// whose weight reaches the width are not merged into one overflow test: each gets a stage that selects the fill. The
-// weight of stage k is 2^(k mod 32) as a signed 32-bit number; stage 31 wraps to a huge unsigned value, and the overshift
-// flag is sticky, so later stages never see the small weights come round again.
+// A shift by a numeral and every rotation rearrange literals and cost nothing. A shift by a word is a barrel
+// shifter: one stage per amount bit, n if-then-else gates per stage, so at most 4n^2 clauses and n^2 fresh
+// literals. Amount bits whose weight reaches the width are not merged into one overflow test: each gets a
+// stage that selects the fill. The weight of stage k is 2^(k mod 32) as a signed 32-bit number; stage 31
+// wraps to a huge unsigned value, and the overshift flag is sticky, so later stages never see the small
+// weights come round again.
 //
-// Right shifts run upward and left shifts downward within a stage, so that a bit is read before it is overwritten.
+// Right shifts run upward and left shifts downward within a stage, so that a bit is read before it is
+// overwritten.
 //
 // Tested by tests/bv/shifts_test.cpp.
 
@@ -24,7 +26,8 @@ namespace vell::bv {
 namespace {
 
 std::uint64_t stage_weight(std::size_t k) {
-  return static_cast<std::uint64_t>(static_cast<std::int64_t>(static_cast<std::int32_t>(std::uint32_t{1} << (k % 32))));
+  return static_cast<std::uint64_t>(
+      static_cast<std::int64_t>(static_cast<std::int32_t>(std::uint32_t{1} << (k % 32))));
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 #pragma once
 
-// Tracing that costs one test when it is off: the pieces of a message are not even evaluated. No side effects in them.
+// Tracing that costs two stores and a test when it is off: the pieces of a message are not even evaluated. No
+// side effects in them. The logger's module and level are those of the last message, also of one that was not
+// written.
 //
 //   VELL_TRACE(3) << "bit_and " << endlog;
 
@@ -15,5 +17,4 @@ struct TraceStatement {
 }  // namespace vell::bv
 
 // For members of WordClausifier. The opening text is written only when the level passes.
-#define VELL_TRACE(level) \
-  !logger->enabled(level) ? (void)0 : ::vell::bv::TraceStatement{} & log(level)
+#define VELL_TRACE(level) !logger->begin("BV", level) ? (void)0 : ::vell::bv::TraceStatement{} & log(level)

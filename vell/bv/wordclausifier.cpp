@@ -2,10 +2,10 @@
 
 // Construction, traversal, dispatch.
 //
-// bit_blast walks the DAG with a stack of its own, so depth costs heap and never the call stack. A term stays on the
-// stack below the children it waits for and is looked at again when they are done; the last child pushed is the first
-// translated. The root enters the trail before its cone and not once more after it: retract_upto(root) then forgets
-// the root together with everything that was cached on its behalf.
+// bit_blast walks the DAG with a stack of its own, so depth costs heap and never the call stack. A term stays
+// on the stack below the children it waits for and is looked at again when they are done; the last child
+// pushed is the first translated. The root enters the trail before its cone and not once more after it:
+// retract_upto(root) then forgets the root together with everything that was cached on its behalf.
 //
 // Tested by construction_test.cpp, traversal_test.cpp and interruption_test.cpp in tests/bv.
 
@@ -92,18 +92,20 @@ void WordClausifier::call_hook(ClauseSink* sink, Term_ const* t, SymbolTag::tag 
   }
   if (generic_variable(sink, t)) return;
   Type const* type = symbol->get_output_type();
-  // The name as a string: a null one is a logic_error rather than a crash.
-  VELL_TRACE(1) << "Trying to bitblast the unsuported term " << t << " type:" << type
-                << " symbol:" << std::string(symbol->name) << " number:" << tm->is_number(symbol)
-                << " function:" << tm->is_function_type(type) << " bv:" << tm->is_bv_type(type)
-                << " bool:" << (type == tm->bool_type) << endlog;
+  // The name as a string: a null one is a logic_error rather than a crash, whether the message is written or
+  // not.
+  [[maybe_unused]] std::string const name(symbol->name);
+  VELL_TRACE(1) << "Trying to bitblast the unsuported term " << t << " type:" << type << " symbol:" << name
+                << " number:" << tm->is_number(symbol) << " function:" << tm->is_function_type(type)
+                << " bv:" << tm->is_bv_type(type) << " bool:" << (type == tm->bool_type) << endlog;
   fail(sink, t);
 }
 
 void WordClausifier::fail(ClauseSink*, Term_ const* t) {
   error e("not supported: ");
   e << t->to_shallow_str();
-  // Callers catch Exception; thrown through the base, the object that travels is one, without the interface's type.
+  // Callers catch Exception; thrown through the base, the object that travels is one, without the interface's
+  // type.
   Exception& thrown = e;
   throw thrown;
 }

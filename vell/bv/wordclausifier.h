@@ -2,12 +2,12 @@
 
 // The bit-blaster: terms in, clauses out.
 //
-// One class over several files; each block below is titled by the file that defines it, and that file's opening
-// comment gives formulas, sizes and orders. Gates and circuits work on literals and vectors of literals, handlers on
-// terms. Where a circuit and a handler share a name, their parameters tell them apart.
+// One class over several files; each block below is titled by the file that defines it, and that file's
+// opening comment gives formulas, sizes and orders. Gates and circuits work on literals and vectors of
+// literals, handlers on terms. Where a circuit and a handler share a name, their parameters tell them apart.
 //
-// The order of fresh literals, of clauses and of literals within a clause is part of every circuit's contract: the
-// same term always yields the same clauses.
+// The order of fresh literals, of clauses and of literals within a clause is part of every circuit's
+// contract: the same term always yields the same clauses.
 
 #include <cstdint>
 #include <span>
@@ -23,11 +23,11 @@
 
 namespace vell::bv {
 
-// What an operation throws is what the sink, the termination test, the floating-point layer or the allocator throws,
-// and Exception from fail(). A handler that is left this way has cached nothing for its term.
+// What an operation throws is what the sink, the termination test, the floating-point layer or the allocator
+// throws, and Exception from fail(). A handler that is left this way has cached nothing for its term.
 //
-// Lists given as BvLitList* are not owned by the circuit that reads them; a list that a circuit returns belongs to the
-// caller, who hands it to add_to_cache() or release().
+// Lists given as BvLitList* are not owned by the circuit that reads them; a list that a circuit returns
+// belongs to the caller, who hands it to add_to_cache() or release().
 class VELL_API WordClausifier : public WordClausifierInterface {
  public:
   // Encodes one term whose children are cached and leaves exactly one new list for it in the cache.
@@ -60,8 +60,8 @@ class VELL_API WordClausifier : public WordClausifierInterface {
   };
   // What a new clausifier registers, in that order; at the end of this file.
   static std::span<Hook const> builtin_hooks();
-  // Installs the handler of a tag, replacing what was there. A derived class registers its own handlers through
-  // static_cast<Handler>(&Derived::handler).
+  // Installs the handler of a tag, replacing what was there. A derived class registers its own handlers
+  // through static_cast<Handler>(&Derived::handler).
   void register_hook(SymbolTag::tag tag, Handler handler);
   // Encodes one term whose children are ready, through its handler or as a numeral or variable.
   void call_hook(ClauseSink* sink, Term_ const* t, SymbolTag::tag tag);
@@ -84,7 +84,8 @@ class VELL_API WordClausifier : public WordClausifierInterface {
   BvLitList* new_BvLitList(BvLitList const& src) { return bvlist_pool.alloc_copy(src); }
   // Gives a list that is not cached back to the pool.
   void release(BvLitList* list) { bvlist_pool.release(list); }
-  // Drops the bits of t alone, for a term that nothing translated later has for a child. Its place on the trail stays.
+  // Drops the bits of t alone, for a term that nothing translated later has for a child. Its place on the
+  // trail stays.
   void forget(Term_ const* t);
   // Empties the trail: what is cached stays for good, backtrack points are gone.
   void drop_trail() { trail.clear(); }
@@ -129,8 +130,8 @@ class VELL_API WordClausifier : public WordClausifierInterface {
 
   // ---- comparators.cpp ----
 
-  // Unsigned x <= y and x < y over words of one length, as a list of one literal that the caller owns. out, unless
-  // l_undef, is used as the literal of the last stage where that stage needs one.
+  // Unsigned x <= y and x < y over words of one length, as a list of one literal that the caller owns. out,
+  // unless l_undef, is used as the literal of the last stage where that stage needs one.
   BvLitList* word_ule(ClauseSink* sink, BvLitList* x, BvLitList* y, BvLit out);
   BvLitList* word_ult(ClauseSink* sink, BvLitList* x, BvLitList* y, BvLit out);
   // Handlers of bvult, bvule, bvslt and bvsle; the sink is asked for a literal of the atom.
@@ -143,8 +144,8 @@ class VELL_API WordClausifier : public WordClausifierInterface {
 
   // The literal of x = y over words of one length; out as for the comparators.
   BvLit word_equal(ClauseSink* sink, BvLitList* x, BvLitList* y, BvLit out);
-  // Equality of two words; the shared part of the handlers below. use_proxy: whether the sink is asked for a literal of
-  // the atom.
+  // Equality of two words; the shared part of the handlers below. use_proxy: whether the sink is asked for a
+  // literal of the atom.
   void word_equal(ClauseSink* sink, Term_ const* term, bool use_proxy);
   // Handlers of equal, which asks the sink for a literal, and equal_noproxy.
   void word_equal(ClauseSink* sink, Term_ const* term);
@@ -162,8 +163,8 @@ class VELL_API WordClausifier : public WordClausifierInterface {
 
   // ---- division.cpp ----
 
-  // Quotient and remainder of unsigned a / b, words of one length n; q and r have at least n elements and belong to
-  // the caller. flag is ignored.
+  // Quotient and remainder of unsigned a / b, words of one length n; q and r have at least n elements and
+  // belong to the caller. flag is ignored.
   void word_udiv_simple(ClauseSink* sink, BvLitList* a, BvLitList* b, BvLitList* q, BvLitList* r, bool flag);
   // Under div_semantics 1 makes res, a quotient or remainder by b, unconstrained where b is zero.
   void word_div_complete_semantics(ClauseSink* sink, BvLitList* b, BvLitList* res);
@@ -246,27 +247,29 @@ class VELL_API WordClausifier : public WordClausifierInterface {
   bool get_new_fp_terms(std::vector<Term_ const*>& out) override;
   // The two literals of a rounding mode, element 0 the low bit; two l_undef for a value that is no mode.
   BvLitList fp_rounding(IEEEFloat::rounding_mode mode);
-  // A floating-point variable: the bits that the combination gives it, or fresh ones, fraction first, the sign last.
+  // A floating-point variable: the bits that the combination gives it, or fresh ones, fraction first, the
+  // sign last.
   void fp_variable(ClauseSink* sink, Term_ const* term);
   // A rounding mode: its number where it is a constant, two fresh literals otherwise.
   void fp_rounding_variable(ClauseSink* sink, Term_ const* term);
 
   // ---- fpconversion.cpp: floating-point values to integers ----
 
-  // Handlers of fp.to_sbv and fp.to_ubv over a rounding mode and a floating-point value. Infinities, NaN and values out
-  // of range have some result.
+  // Handlers of fp.to_sbv and fp.to_ubv over a rounding mode and a floating-point value. Infinities, NaN and
+  // values out of range have some result.
   void fp_to_sbv(ClauseSink* sink, Term_ const* term);
   void fp_to_ubv(ClauseSink* sink, Term_ const* term);
   // Handler of the IEEE bit pattern: the literals of the floating-point term itself.
   void fp_as_ieeebv(ClauseSink* sink, Term_ const* term);
-  // Argument 1 rounded by the mode of argument 0, as a two's-complement word of `width` bits that the caller owns.
+  // Argument 1 rounded by the mode of argument 0, as a two's-complement word of `width` bits that the caller
+  // owns.
   BvLitList* fp_to_bv(ClauseSink* sink, Term_ const* term, std::uint64_t width);
 
  private:
   friend class WordClausifierInspector;
 
-  // The list of a child, inserting an empty entry where there is none: part of the contract of the handlers that use
-  // it, since an insertion may grow the table.
+  // The list of a child, inserting an empty entry where there is none: part of the contract of the handlers
+  // that use it, since an insertion may grow the table.
   BvLitList* child_bits(Term_ const* child) { return bits_cache.do_insert(child, nullptr).first->value; }
   // The width of the term's bit-vector type; 0 when it is none.
   std::uint64_t width_of(Term_ const* t) const {
@@ -306,6 +309,7 @@ class VELL_API WordClausifier : public WordClausifierInterface {
 
 inline std::span<WordClausifier::Hook const> WordClausifier::builtin_hooks() {
   using W = WordClausifier;
+  // clang-format off
   static constexpr Hook table[] = {
       {SymbolTag::bv_not, &W::word_not},
       {SymbolTag::bv_or, &W::word_or},
@@ -344,6 +348,7 @@ inline std::span<WordClausifier::Hook const> WordClausifier::builtin_hooks() {
       {SymbolTag::fp_to_ubv, &W::fp_to_ubv},
       {SymbolTag::fp_as_ieeebv, &W::fp_as_ieeebv},
   };
+  // clang-format on
   return table;
 }
 

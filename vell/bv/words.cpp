@@ -1,7 +1,7 @@
 #include "vell/bv/wordclausifier.h"
 
-// Bitwise operators, one gate per bit from bit 0 upward, and structural ones, which only rearrange literals: extraction,
-// concatenation and the extensions share their operands' literals and cost nothing.
+// Bitwise operators, one gate per bit from bit 0 upward, and structural ones, which only rearrange literals:
+// extraction, concatenation and the extensions share their operands' literals and cost nothing.
 //
 // Tested by tests/bv/words_test.cpp.
 
@@ -78,9 +78,11 @@ void WordClausifier::word_concat(ClauseSink*, Term_ const* term) {
   add_to_cache(term, bits.detach());
 }
 
-// The child's bits with `fill` appended up to the term's width. Throws std::length_error for a width that no vector has.
+// The child's bits with `fill` appended up to the term's width; a term that is no word has the width of its
+// child. Throws std::length_error for a width that no vector has.
 void WordClausifier::cache_extension(Term_ const* term, BvLitList const& child, BvLit fill) {
-  std::uint64_t const width = width_of(term);
+  std::uint64_t width = width_of(term->children[0]);
+  tm->is_bv_type(term->symbol->get_output_type(), &width);
   PoolList bits(bvlist_pool, new_BvLitList(child));
   bits->reserve(width);
   while (bits->size() < width) bits->push_back(fill);
@@ -95,7 +97,7 @@ void WordClausifier::word_zext(ClauseSink*, Term_ const* term) {
 void WordClausifier::word_sext(ClauseSink*, Term_ const* term) {
   VELL_TRACE(3) << "word_sext " << term << endlog;
   BvLitList const& x = *child_bits(term->children[0]);
-  cache_extension(term, x, x.back());
+  cache_extension(term, x, x.empty() ? l_undef : x.back());
 }
 
 }  // namespace vell::bv

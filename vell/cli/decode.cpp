@@ -3,16 +3,16 @@
 #include <cstdio>
 
 #include "vell/cli/options.h"
-#include "vell/engine/decoder.h"
+#include "vell/cnf/decoder.h"
 #include "vell/terms/exception.h"
 
 namespace vell::cli {
 
 namespace {
 
-int run(std::string const& cnf, std::string const& solution) {
+int run(std::string const& cnf, std::string const& solution, values::WordFormat format) {
   try {
-    std::string const text = engine::decode(cnf, solution);
+    std::string const text = cnf::decode(cnf, solution, format);
     bool const written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
     if (std::fflush(stdout) == 0 && written) return 0;
     std::fputs("vell-bv: <stdout>: cannot write\n", stderr);
@@ -37,9 +37,9 @@ void add_decode(CLI::App& app, CommonOptions& common, Action& action) {
   command->add_option("SOLUTION", arguments->solution, "the solver's s and v lines; - is standard input")
       ->required()
       ->type_name("");
-  common.add_to(*command, {});
-  command->callback([arguments, &action] {
-    action = [arguments] { return run(arguments->cnf, arguments->solution); };
+  common.add_to(*command, {"--values"});
+  command->callback([arguments, &action, &common] {
+    action = [arguments, &common] { return run(arguments->cnf, arguments->solution, common.word_format()); };
   });
 }
 

@@ -1,38 +1,107 @@
 // The command line: parse, hand over, exit.
 
+#include <fcntl.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <iostream>
+#include <new>
 
 #include "vell/cli/options.h"
-#include "vell/engine/scriptengine.h"
+#include "vell/run/cleanup.h"
+#include "vell/run/shortage.h"
+#include "vell/run/tunables.h"
+#include "vell/script/engine.h"
+#include "vell/words/simplifier.h"
 
-int main(int argc, char** argv) {
-  using namespace vell;
-  CLI::App app("Word-level bit-blaster: executes SMT-LIB scripts over bit-vectors, and writes them as CNF.", "vell-bv");
-  app.set_version_flag("--version", std::string("vell-bv ") + engine::version);
+namespace vell::cli {
+
+namespace {
+
+// A file that is opened must not become standard output because the caller has closed that. In its place
+// stands something that can be used no more than a closed descriptor.
+void fill_standard_descriptors() {
+  for (int const fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+    if (fcntl(fd, F_GETFD) < 0)
+      static_cast<void>(open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+}
+
+int run(int argc, char** argv) {
+  CLI::App app("Word-level bit-blaster: executes SMT-LIB scripts over bit-vectors, and writes them as CNF.",
+               "vell-bv");
+  app.set_version_flag("--version", std::string("vell-bv ") + script::version);
   app.set_help_flag("-h,--help", "this text");
   app.require_subcommand(0, 1);
   app.get_formatter()->column_width(34);
-  cli::CommonOptions common;
-  cli::Action action;
-  cli::add_solve(app, common, action);
-  cli::add_cnf(app, common, action);
-  cli::add_decode(app, common, action);
-  cli::add_replay(app, common, action);
+  CommonOptions common;
+  Action action;
+  add_solve(app, common, action);
+  add_cnf(app, common, action);
+  add_decode(app, common, action);
+  add_replay(app, common, action);
+  // Listed here, understood by normalised().
+  app.add_subcommand("help", "this text, or that of a command");
 
+  app.add_flag_callback(
+      "--options",
+      [] {
+        std::cout << "Passes on words (--words=+NAME,-NAME), in the order in which they run:\n\n";
+        for (words::PassRow const& pass : words::passes()) {
+          std::string name = pass.name;
+          name.resize(std::max<std::size_t>(name.size() + 1, 24), ' ');
+          std::cout << name << pass.summary << '\n';
+        }
+        std::cout << "\nNumbers (--set NAME=VALUE): default, range, meaning:\n\n" << run::Tunables::table();
+        throw CLI::Success();
+      },
+      "list the passes on words and the numbers that --set changes");
+
+  app.footer(exit_codes);
+
+  std::vector<std::string> const given = normalised({argv + 1, argv + argc});
   try {
-    app.parse(argc, argv);
+    app.parse(std::vector<std::string>(given.rbegin(), given.rend()));
     common.check(app);
   } catch (CLI::Success const& e) {
-    return app.exit(e);
+    int const code = app.exit(e);
+    if (std::cout.flush()) return code;
+    std::fputs("vell-bv: <stdout>: cannot write\n", stderr);
+    return exit_error;
   } catch (CLI::ParseError const& e) {
-    std::fprintf(stderr, "vell-bv: %s (see vell-bv --help)\n", e.what());
-    return cli::exit_usage;
+    // The word that the message ends with, when it is an argument nobody expected.
+    std::string hint;
+    if (e.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError))
+      for (std::string const& word : given)
+        if (hint.empty()) hint = option_hint(app, word);
+    std::fprintf(stderr, "vell-bv: %s%s (see vell-bv --help)\n", e.what(), hint.c_str());
+    return exit_usage;
   }
+  return action();
+}
+
+// An error that nobody has had a better line for.
+int failed(char const* why) {
+  std::fprintf(stderr, "vell-bv: %s\n", why);
+  run::cleanup::discard_all();
+  return exit_error;
+}
+
+}  // namespace
+
+}  // namespace vell::cli
+
+int main(int argc, char** argv) {
+  vell::cli::fill_standard_descriptors();
+  signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is a write that fails
+  vell::run::prepare_for_shortage();
   try {
-    return action();
+    return vell::cli::run(argc, argv);
+  } catch (std::bad_alloc const&) {
+    return vell::cli::failed("out of memory");
   } catch (std::exception const& e) {
-    std::fprintf(stderr, "vell-bv: %s\n", e.what());
-    return cli::exit_error;
+    return vell::cli::failed(e.what());
   }
 }

@@ -1,11 +1,101 @@
 #include "vell/cli/options.h"
 
 #include <algorithm>
+#include <charconv>
+#include <cmath>
+
+#include "vell/run/tunables.h"
+#include "vell/smtlib/spelling.h"
+#include "vell/terms/exception.h"
+#include "vell/words/passes.h"
 
 namespace vell::cli {
 
 namespace {
 constexpr char group[] = "Options everywhere";
+
+// "" or why the text sets no number.
+std::string check_tunable(std::string const& text) {
+  try {
+    run::Tunables().set(text);
+    return "";
+  } catch (Exception const& e) {
+    return e.what();
+  }
+}
+
+// "" or why the text names no passes.
+std::string check_passes(std::string const& text) {
+  try {
+    words::parse_passes(text);
+    return "";
+  } catch (Exception const& e) {
+    return e.what();
+  }
+}
+}  // namespace
+
+CLI::Validator seconds() {
+  return CLI::Validator(
+      [](std::string& text) {
+        double value = 0;
+        auto const [end, status] = std::from_chars(text.data(), text.data() + text.size(), value);
+        bool const good =
+            status == std::errc() && end == text.data() + text.size() && std::isfinite(value) && value > 0;
+        return good ? std::string() : "takes a number of seconds above 0, such as 2.5, not `" + text + "`";
+      },
+      "");
+}
+
+CLI::Validator count() {
+  return CLI::Validator(
+      [](std::string& text) {
+        std::uint64_t value = 0;
+        auto const [end, status] = std::from_chars(text.data(), text.data() + text.size(), value);
+        bool const good = status == std::errc() && end == text.data() + text.size() && value > 0;
+        return good ? std::string() : "takes an integer from 1 on, not `" + text + "`";
+      },
+      "");
+}
+
+std::vector<std::string> normalised(std::vector<std::string> arguments) {
+  if (!arguments.empty() && arguments[0] == "help") {
+    std::vector<std::string> out;
+    if (arguments.size() > 1 && !arguments[1].starts_with('-')) out.push_back(arguments[1]);
+    out.emplace_back("--help");
+    return out;
+  }
+  std::vector<std::string> out;
+  for (std::string& a : arguments) {
+    std::string const last = out.empty() ? "" : out.back();
+    bool const value = (last == "--stats" && (a == "text" || a == "json")) ||
+                       (last == "--progress" && (a == "auto" || a == "always" || a == "never"));
+    if (value)
+      out.back() += "=" + a;
+    else
+      out.push_back(std::move(a));
+  }
+  return out;
+}
+
+std::string option_hint(CLI::App const& app, std::string const& word) {
+  std::string const name = word.substr(0, word.find('='));
+  smtlib::Spelling spelling(name);
+  std::vector<CLI::App const*> apps = app.get_subcommands([](CLI::App const*) { return true; });
+  apps.insert(apps.begin(), &app);
+  for (CLI::App const* a : apps) {
+    if (a != &app) spelling.offer(a->get_name());
+    for (CLI::Option const* o : a->get_options())
+      if (name.starts_with("-"))
+        for (std::string const& n : o->get_lnames()) spelling.offer("--" + n);
+  }
+  return spelling.hint();
+}
+
+values::WordFormat CommonOptions::word_format() const {
+  return values == "hex"   ? values::WordFormat::hexadecimal
+         : values == "dec" ? values::WordFormat::decimal
+                           : values::WordFormat::binary;
 }
 
 void CommonOptions::check(CLI::App const& app) const {
@@ -26,24 +116,52 @@ void CommonOptions::add_to(CLI::App& command, std::initializer_list<std::string_
   auto keep = [](CLI::Option* option) { option->group(group); };
   keep(command.add_option("--time-limit", time_limit, "seconds of wall-clock time for the run")
            ->type_name("S")
-           ->check(CLI::PositiveNumber));
+           ->check(seconds()));
+  keep(
+      command
+          .add_option("--check-time-limit", check_time_limit, "seconds of wall-clock time for each check-sat")
+          ->type_name("S")
+          ->check(seconds()));
+  keep(command
+           .add_option("--conflict-limit", conflict_limit,
+                       "conflicts of the SAT solver for each check-sat: the same answers on every machine")
+           ->type_name("N")
+           ->check(count()));
   keep(command.add_option("--memory-limit", memory_limit, "memory of the process")
            ->type_name("MIB")
            ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{1} << 40)));
-  keep(command.add_option("--seed", seed, "seed of the SAT solver")->type_name("N")->check(CLI::Range(0, 2000000000)));
-  keep(command.add_option("--threads", threads, "1: one search only; 2: a second one joins in where it takes long")
+  keep(command.add_option("--seed", seed, "seed of the SAT solver")
+           ->type_name("N")
+           ->check(CLI::Range(0, 2000000000)));
+  keep(command
+           .add_option("--threads", threads,
+                       "1: one search only; 2: a second one joins in where it takes long")
            ->type_name("N")
            ->check(CLI::Range(1, 2)));
   keep(command.add_flag("--stats{text}", stats, "figures on stderr at the end: text or json")
            ->check(CLI::IsMember({"text", "json"})));
   keep(command.add_flag("--progress{always}", progress, "progress line on stderr: auto, always or never")
            ->check(CLI::IsMember({"auto", "always", "never"})));
-  keep(command.add_option("--proof", proof, "DRAT proof of the one unsat answer")->type_name("OUT.drat"));
+  keep(command.add_option("--proof", proof, "DRAT proof of an unsat answer")->type_name("OUT.drat"));
   keep(command.add_option("--div-by-zero", div_by_zero, "value of a division by zero: smtlib or free")
            ->check(CLI::IsMember({"smtlib", "free"})));
+  keep(command.add_option("--set", tunables, "changes one of the numbers that --options lists")
+           ->type_name("NAME=VALUE")
+           ->allow_extra_args(false)
+           ->check(check_tunable));
+  keep(command
+           .add_option("--words", words,
+                       "passes on words before clauses are made: all, none, or +NAME,-NAME (see --options)")
+           ->type_name("PASSES")
+           ->check(check_passes));
   keep(command.add_option("--trace", trace, "clausifier's trace on stderr, up to this level")
            ->type_name("LEVEL")
            ->check(CLI::Range(0, 5)));
+  keep(
+      command
+          .add_option("--values", values, "values of bit-vectors: bin, hex where the width allows it, or dec")
+          ->type_name("FORMAT")
+          ->check(CLI::IsMember({"bin", "hex", "dec"})));
   keep(command.add_flag("-v,--verbose", verbosity, "say more on stderr"));
 }
 

@@ -11,22 +11,31 @@
 #include <string_view>
 #include <vector>
 
+#include "vell/values/evaluator.h"
+
 namespace vell::cli {
 
 struct CommonOptions {
   double time_limit = 0;           // seconds; 0: none
   std::uint64_t memory_limit = 0;  // MiB; 0: none
   int seed = 0;
-  unsigned threads = 0;            // 0: two where there are two processors
-  std::string stats;               // "", "text", "json"
-  std::string progress = "auto";   // "auto", "always", "never"
+  unsigned threads = 0;           // 0: two where there are two processors
+  std::string stats;              // "", "text", "json"
+  std::string progress = "auto";  // "auto", "always", "never"
   std::string proof;
   std::string div_by_zero = "smtlib";  // "smtlib", "free"
+  std::vector<std::string> tunables;   // NAME=VALUE, as run::Tunables::set() reads it
+  std::string words;                   // "" where it was not given, else as words::parse_passes() reads it
+  double check_time_limit = 0;         // seconds for each check; 0: none
+  std::uint64_t conflict_limit = 0;    // of each check; 0: none
+  std::string values = "bin";          // "bin", "hex", "dec"
   int verbosity = 0;
-  int trace = -1;                  // level of the clausifier's trace; below 0: none
+  int trace = -1;  // level of the clausifier's trace; below 0: none
 
-  // Adds the options to a command, which can honour those named ("--seed"); they may stand in front of the command's
-  // name as well.
+  values::WordFormat word_format() const;
+
+  // Adds the options to a command, which can honour those named ("--seed"); they may stand in front of the
+  // command's name as well.
   void add_to(CLI::App& command, std::initializer_list<std::string_view> honoured);
   // After parsing: refuses, by CLI::ValidationError, options that the command given cannot honour.
   void check(CLI::App const& app) const;
@@ -38,15 +47,32 @@ struct CommonOptions {
 // What the command line asks for; set by the command that was given.
 using Action = std::function<int()>;
 
-// One function per command; each stands in the file of its name. A new command: write add_NAME and call it in main.
+// One function per command; each stands in the file of its name. A new command: write add_NAME and call it in
+// main.
 void add_solve(CLI::App& app, CommonOptions& common, Action& action);
 void add_cnf(CLI::App& app, CommonOptions& common, Action& action);
 void add_decode(CLI::App& app, CommonOptions& common, Action& action);
 void add_replay(CLI::App& app, CommonOptions& common, Action& action);
 
 // Exit codes.
-inline constexpr int exit_error = 1;        // bad input, a defect, a file that cannot be written
-inline constexpr int exit_usage = 2;        // a bad command line
+inline constexpr int exit_error = 1;  // bad input, a defect, a file that cannot be written
+inline constexpr int exit_usage = 2;  // a bad command line
 inline constexpr int exit_interrupted = 130;
+// The same for --help.
+inline constexpr char exit_codes[] =
+    "Exit codes: 0 success, whatever the answers; 1 an error in the input, an answer that :status "
+    "contradicts under\n"
+    "--check-status, or output that cannot be written; 2 a wrong command line; 130 after Ctrl-C, 143 after "
+    "SIGTERM.";
+
+// Checks for options, with messages of one line.
+CLI::Validator seconds();  // a number above 0
+CLI::Validator count();    // an integer from 1 on
+
+// `--stats json` and `--progress never` mean `--stats=json` and `--progress=never`; `help COMMAND` means
+// `COMMAND --help`. arguments: without the program's name.
+std::vector<std::string> normalised(std::vector<std::string> arguments);
+// "; did you mean `--stats`?" for a word close to an option of the app or its commands, or to a command.
+std::string option_hint(CLI::App const& app, std::string const& word);
 
 }  // namespace vell::cli

@@ -1,6 +1,6 @@
 // vell-bv replay [FILE]
 
-#include "vell/engine/replay/replay.h"
+#include "vell/replay/replay.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -10,7 +10,7 @@
 #include <iostream>
 
 #include "vell/cli/options.h"
-#include "vell/smtlib/error.h"
+#include "vell/io/error.h"
 
 namespace vell::cli {
 
@@ -33,9 +33,17 @@ int run(std::string const& path) {
   int code = 0;
   try {
     replay::Replay(name, std::cout).run(standard_input ? std::cin : file);
-  } catch (smtlib::Error const& e) {
+  } catch (io::Error const& e) {
     std::cout.flush();
     std::fprintf(stderr, "vell-bv: %s\n", e.what());
+    code = exit_error;
+  } catch (std::bad_alloc const&) {
+    std::cout.flush();
+    std::fprintf(stderr, "vell-bv: %s: out of memory\n", name.c_str());
+    code = exit_error;
+  } catch (std::ios::failure const&) {
+    std::cout.flush();
+    std::fprintf(stderr, "vell-bv: %s: cannot read\n", name.c_str());
     code = exit_error;
   }
   if (!std::cout.flush()) {

@@ -1,13 +1,15 @@
 #include "vell/cli/watchdog.h"
 
+#include <pthread.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
+#include <new>
 
-#include "vell/engine/leftovers.h"
+#include "vell/run/cleanup.h"
 
 namespace vell::cli {
 
@@ -17,25 +19,35 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 constexpr milliseconds tick(10);
+constexpr milliseconds short_tick(2);  // when more than half of the memory limit is in use
 constexpr milliseconds interrupt_patience(20);
 constexpr milliseconds limit_patience(1000);
+constexpr std::size_t stack_bytes = std::size_t{2} << 20;  // of a thread, where memory is limited
 constexpr milliseconds progress_delay(500);
 constexpr milliseconds progress_interval(100);
 
 volatile sig_atomic_t caught_signal = 0;
 extern "C" void remember_signal(int signal) { caught_signal = signal; }
 
-// Memory that malloc cannot get beyond the limit, should the watch be too slow for a burst. The resident set is what
-// counts; address space that is never touched is let be, within reason. The address sanitizer maps terabytes for itself
-// and dies where malloc would have failed: under it the watch is alone.
+// Memory that malloc cannot get beyond the limit. The watch alone is too slow: a machine fills a gigabyte in
+// the time between two looks, and work that is told to stop goes on to the next place where it listens. The
+// resident set is what counts, but it is the address space that can be bounded: a tenth more, and room for
+// the stacks of threads, which are hardly touched. The address sanitizer maps terabytes for itself and dies
+// where malloc would have failed: under it the watch is alone.
 void limit_address_space(std::uint64_t mib) {
 #ifdef __SANITIZE_ADDRESS__
   mib = 0;
 #endif
   if (mib == 0) return;
+  pthread_attr_t small;
+  if (pthread_attr_init(&small) == 0) {
+    pthread_attr_setstacksize(&small, stack_bytes);
+    pthread_setattr_default_np(&small);
+    pthread_attr_destroy(&small);
+  }
   rlimit bound{};
   if (getrlimit(RLIMIT_DATA, &bound) != 0) return;
-  rlim_t const wanted = (static_cast<rlim_t>(mib) * 3 / 2 + 64) << 20;
+  rlim_t const wanted = ((static_cast<rlim_t>(mib) * 11 / 10) << 20) + rlim_t{6 * stack_bytes};
   if (bound.rlim_max != RLIM_INFINITY && bound.rlim_max < wanted) return;
   bound.rlim_cur = wanted;
   setrlimit(RLIMIT_DATA, &bound);
@@ -49,15 +61,16 @@ std::string grouped(std::uint64_t n) {
 
 }  // namespace
 
-Watchdog::Watchdog(CommonOptions const& options, engine::Console& console, engine::Limits& limits,
-                   engine::Statistics& statistics, std::string forced_answer)
+Watchdog::Watchdog(CommonOptions const& options, script::Console& console, run::Limits& limits,
+                   run::Statistics& statistics, std::string forced_answer)
     : options_(options),
       console_(console),
       limits_(limits),
       statistics_(statistics),
       forced_answer_(std::move(forced_answer)),
       progress_(options.progress == "always" || (options.progress == "auto" && isatty(STDERR_FILENO) != 0)) {
-  // A closed terminal and a reader that has gone end the work as Ctrl-C does, unless whoever started it ignores them.
+  // A closed terminal and a reader that has gone end the work as Ctrl-C does, unless whoever started it
+  // ignores them.
   struct sigaction action {};
   action.sa_handler = remember_signal;
   action.sa_flags = SA_RESTART;
@@ -71,6 +84,12 @@ Watchdog::Watchdog(CommonOptions const& options, engine::Console& console, engin
 }
 
 Watchdog::~Watchdog() { end(); }
+
+bool Watchdog::take_interrupt() {
+  if (caught_signal != SIGINT) return false;
+  caught_signal = 0;
+  return true;
+}
 
 void Watchdog::end() {
   {
@@ -87,29 +106,49 @@ void Watchdog::watch() {
   Clock::time_point next_progress = start + progress_delay;
   Clock::time_point patience_ends = Clock::time_point::max();
   bool interrupted = false;
+  std::uint64_t const most = options_.memory_limit << 20;
+  std::uint64_t memory = 0;
   std::unique_lock lock(mutex_);
   while (!ended_) {
-    ended_condition_.wait_for(lock, tick);
+    ended_condition_.wait_for(lock, memory > most / 2 ? short_tick : tick);
     if (ended_) return;
     Clock::time_point const now = Clock::now();
-    bool const stopped = limits_.stopped();
+    limits_.watch_check(now);
+    bool const stopped = limits_.run_reason() != run::StopReason::none;
+    if (caught_signal == SIGINT && at_end_ != nullptr) {
+      // A check that does not stop ends with the program, at the second Ctrl-C. Without a check whoever reads
+      // the terminal takes the signal.
+      if (limits_.checking() && !limits_.check_stopped()) {
+        limits_.stop_check(run::StopReason::interrupted);
+        caught_signal = 0;
+      }
+      if (!limits_.checking()) continue;
+    }
     if (caught_signal != 0 && !interrupted) {
       interrupted = true;
-      limits_.stop(engine::StopReason::interrupted);
+      limits_.stop(run::StopReason::interrupted);
       patience_ends = std::min(patience_ends, now + interrupt_patience);
     }
     if (!stopped && options_.time_limit > 0 &&
         std::chrono::duration<double>(now - start).count() >= options_.time_limit) {
-      limits_.stop(engine::StopReason::timeout);
+      limits_.stop(run::StopReason::timeout);
       patience_ends = std::min(patience_ends, now + limit_patience);
     }
-    if (!stopped && options_.memory_limit > 0 && engine::present_memory() >> 20 >= options_.memory_limit) {
-      limits_.stop(engine::StopReason::memout);
+    if (most != 0) memory = run::present_memory();
+    if (!stopped && most != 0 && memory >= most) {
+      limits_.stop(run::StopReason::memout);
       patience_ends = std::min(patience_ends, now + limit_patience);
     }
-    if (now >= patience_ends) cut_off(interrupted ? 128 + caught_signal : 0);
-    if (progress_ && now >= next_progress) {
-      show_progress();
+    // Every memory limit ends with the same code, however the work was ended.
+    if (now >= patience_ends)
+      cut_off(interrupted                                       ? 128 + caught_signal
+              : limits_.run_reason() == run::StopReason::memout ? exit_error
+                                                                : 0);
+    if (progress_ && now >= next_progress && !statistics_.waiting) {
+      try {
+        show_progress();
+      } catch (std::bad_alloc const&) {
+      }
       next_progress = now + progress_interval;
     }
   }
@@ -124,23 +163,34 @@ std::string Watchdog::figures() const {
 // The other thread still works: nothing of its is touched but the console and atomics.
 void Watchdog::cut_off(int code) {
   bool const answered = statistics_.unknown != 0;
-  console_.shut(answered ? "" : forced_answer_, figures());
-  engine::leftovers::discard_all();
+  std::string last;
+  try {
+    if (forced_answer_.empty())
+      last = std::string("vell-bv: not finished: ") + run::reason_text(limits_.run_reason()) + "\n";
+    last += figures();
+  } catch (std::bad_alloc const&) {
+  }
+  // Nor is there an answer to give when nothing was asked.
+  console_.shut(answered || statistics_.waiting ? std::string_view() : forced_answer_, last);
+  if (at_end_ != nullptr) at_end_.load()();
+  run::cleanup::discard_all();
   // Without an answer to give, a run cut off has failed.
   _exit(code == 0 && forced_answer_.empty() ? exit_error : code);
 }
 
 void Watchdog::show_progress() {
-  std::string line = std::string(engine::phase_name(statistics_.phase())) + ": ";
+  std::string line = std::string(run::phase_name(statistics_.phase())) + ": ";
   switch (statistics_.phase()) {
-    case engine::Phase::reading: line += grouped(statistics_.input_bytes) + " bytes, " + grouped(statistics_.terms) + " terms"; break;
-    case engine::Phase::solving: line += grouped(statistics_.conflicts) + " conflicts"; break;
-    case engine::Phase::clausifying:
+    case run::Phase::reading:
+      line += grouped(statistics_.input_bytes) + " bytes, " + grouped(statistics_.terms) + " terms";
+      break;
+    case run::Phase::solving: line += grouped(statistics_.conflicts) + " conflicts"; break;
+    case run::Phase::clausifying:
       line += grouped(statistics_.clausified_terms) + " of " + grouped(statistics_.terms) + " terms, " +
               grouped(statistics_.clauses) + " clauses";
       break;
-    case engine::Phase::checking: line += grouped(statistics_.terms) + " terms"; break;
-    case engine::Phase::writing: line += grouped(statistics_.clauses) + " clauses"; break;
+    case run::Phase::checking: line += grouped(statistics_.terms) + " terms"; break;
+    case run::Phase::writing: line += grouped(statistics_.clauses) + " clauses"; break;
   }
   char seconds[32];
   std::snprintf(seconds, sizeof seconds, ", %.1f s", statistics_.total_seconds());
@@ -149,14 +199,15 @@ void Watchdog::show_progress() {
 
 void Watchdog::finish(int code) {
   end();
+  if (at_end_ != nullptr) at_end_.load()();
   console_.diagnostic(figures());
-  if (caught_signal != 0 && limits_.reason() == engine::StopReason::interrupted) code = 128 + caught_signal;
+  if (caught_signal != 0 && limits_.reason() == run::StopReason::interrupted) code = 128 + caught_signal;
   if (caught_signal == SIGPIPE) code = 128 + SIGPIPE;
   if (!console_.good() && code == 0) {
     console_.message("<stdout>: cannot write");
     code = exit_error;
   }
-  engine::leftovers::discard_all();
+  run::cleanup::discard_all();
   std::fflush(nullptr);
   _exit(code);
 }

@@ -19,8 +19,12 @@ class Solver;
 
 namespace vell::sinks {
 
-// Literal v >= 2 is the solver's variable v - 1. Clauses with the constant true are dropped, the constant false is
-// removed from the others; an empty clause makes the solver inconsistent for good.
+// Literal v >= 2 is the solver's variable v - 1. Clauses with the constant true are dropped, the constant
+// false is removed from the others; an empty clause makes the solver inconsistent for good.
+//
+// An exception that leaves the solver (std::bad_alloc, or one thrown by the terminate function) leaves it in
+// no state to be used, not even to be destroyed: it is abandoned, its memory lost, and every later call that
+// needs it throws std::bad_alloc.
 class CadicalSink : public bv::ClauseSink {
  public:
   enum class Answer : std::uint8_t { sat, unsat, unknown };
@@ -37,15 +41,15 @@ class CadicalSink : public bv::ClauseSink {
   // The clause of these literals.
   void add_clause(std::initializer_list<bv::BvLit> clause);
 
-  // Writes a DRAT proof, as text, of everything from here on to the file, which stays the caller's. To be called before
-  // the first clause.
+  // Writes a DRAT proof, as text, of everything from here on to the file, which stays the caller's. To be
+  // called before the first clause.
   void trace_proof(std::FILE* file);
   // Ends the proof; the file may be closed then.
   void close_proof();
 
-  // Where decisions start from, all variables false or true; the next two are more persistent about models and less
-  // about proofs. from_ones is what a solver begins as. plain: from_ones without a look at the clauses in between, for
-  // many short questions about one formula. To be called before the first clause.
+  // Where decisions start from, all variables false or true; the next two are more persistent about models
+  // and less about proofs. from_ones is what a solver begins as. plain: from_ones without a look at the
+  // clauses in between, for many short questions about one formula. To be called before the first clause.
   enum class Search : std::uint8_t { from_zeros, from_ones, models_from_zeros, models_from_ones, plain };
   void search(Search how);
   // Ends the next solve(), and no other, with `unknown` after this many conflicts.
@@ -72,6 +76,9 @@ class CadicalSink : public bv::ClauseSink {
 
  private:
   class Observer;
+  // f(solver); where that throws the solver is abandoned.
+  template <typename F>
+  auto call(F f);
 
   std::unique_ptr<Observer> observer_;  // outlives the solver
   std::unique_ptr<CaDiCaL::Solver> solver_;

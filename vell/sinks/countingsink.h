@@ -1,6 +1,7 @@
 #pragma once
 
-// A sink that counts and keeps nothing: the size of an encoding, and the header of a DIMACS file before its clauses.
+// A sink that counts and keeps nothing: the size of an encoding, and the header of a DIMACS file before its
+// clauses.
 //
 // Tested by tests/sinks/countingsink_test.cpp.
 

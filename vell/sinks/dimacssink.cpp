@@ -1,14 +1,15 @@
 // DIMACS text at the speed of the clausifier.
 //
-// A clausifier makes a clause in a few nanoseconds; printing one through a stream costs several hundred. The clauses of
-// a gate mention the same few variables again and again (a full adder 46 literals over five), and most variables are
-// used soon after they were drawn. So the text of a variable, blank included, is made once, when it is drawn, and kept
-// in a small direct-mapped table of 16 bytes an entry; writing a literal is then one comparison, one copy of 16 bytes of
-// which the length says how many count, and a sign that is always stored and sometimes skipped. Constants are never in
-// the table of the clean form, so only the way past it looks for them.
+// A clausifier makes a clause in a few nanoseconds; printing one through a stream costs several hundred. The
+// clauses of a gate mention the same few variables again and again (a full adder 46 literals over five), and
+// most variables are used soon after they were drawn. So the text of a variable, blank included, is made
+// once, when it is drawn, and kept in a small direct-mapped table of 16 bytes an entry; writing a literal is
+// then one comparison, one copy of 16 bytes of which the length says how many count, and a sign that is
+// always stored and sometimes skipped. Constants are never in the table of the clean form, so only the way
+// past it looks for them.
 //
-// The room for a whole clause is reserved once, so the inner loop has no bounds test, and a clause that turns out to be
-// satisfied is dropped by not moving the write position.
+// The room for a whole clause is reserved once, so the inner loop has no bounds test, and a clause that turns
+// out to be satisfied is dropped by not moving the write position.
 
 #include "vell/sinks/dimacssink.h"
 
@@ -26,8 +27,9 @@ constexpr std::size_t buffer_bytes = std::size_t{1} << 18;
 constexpr std::size_t literal_bytes = 12;  // sign, ten digits, blank
 constexpr std::size_t copy_bytes = 16;     // what the last literal's copy may write past its first byte
 
-// The eight decimal digits of n < 10^8, one in each byte, the most significant in the lowest: halves, quarters and
-// eighths of the number are split off in parallel, divisions by 100 and 10 being multiplications that are exact here.
+// The eight decimal digits of n < 10^8, one in each byte, the most significant in the lowest: halves,
+// quarters and eighths of the number are split off in parallel, divisions by 100 and 10 being multiplications
+// that are exact here.
 std::uint64_t eight_digits(std::uint32_t n) {
   std::uint64_t const high = n / 10000;
   std::uint64_t const fours = high | (n - high * 10000) << 32;
@@ -75,8 +77,9 @@ void DimacsSink::flush() {
   if (size != 0) out_.write(buffer_.get(), size);
 }
 
-// The entry is put together in registers and stored at once: a copy that follows at its heels, as that for the first
-// clause of a gate does, is forwarded from one store, while it would have to wait for several to reach the cache.
+// The entry is put together in registers and stored at once: a copy that follows at its heels, as that for
+// the first clause of a gate does, is forwarded from one store, while it would have to wait for several to
+// reach the cache.
 void DimacsSink::make_text(std::uint32_t magnitude) {
   std::uint32_t const n = magnitude - offset_;
   std::uint64_t first = 0;
@@ -116,7 +119,8 @@ void DimacsSink::add_clause() {
   for (bv::BvLit l : lits) {
     assert(l != bv::l_undef);
     std::uint32_t const negative = static_cast<std::uint32_t>(l) >> 31;
-    std::uint32_t const magnitude = negative != 0 ? 0u - static_cast<std::uint32_t>(l) : static_cast<std::uint32_t>(l);
+    std::uint32_t const magnitude =
+        negative != 0 ? 0u - static_cast<std::uint32_t>(l) : static_cast<std::uint32_t>(l);
     Text const& t = texts_[text_index(magnitude)];
     if (t.magnitude != magnitude) [[unlikely]] {
       if (magnitude == offset_) {  // the constant, in the clean form

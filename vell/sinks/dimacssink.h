@@ -10,25 +10,19 @@
 #include <string_view>
 
 #include "vell/terms/clausesink.h"
+#include "vell/utils/byteoutput.h"
 #include "vell/utils/export.h"
 
 namespace vell::sinks {
 
-// Takes bytes in the order written. Throws when it cannot.
-class VELL_API ByteOutput {
- public:
-  virtual ~ByteOutput() = default;
-  // Takes size bytes; the data is not kept.
-  virtual void write(char const* data, std::size_t size) = 0;
-};
-
-// Writes each clause as it comes. The header must be there first, so the number of clauses has to be known: count them
-// by a run into a CountingSink, which sees the same clauses.
+// Writes each clause as it comes. The header must be there first, so the number of clauses has to be known:
+// count them by a run into a CountingSink, which sees the same clauses.
 class VELL_API DimacsSink : public bv::ClauseSink {
  public:
   // How literals become variables, and which clauses stand in the file.
   enum class Form : std::uint8_t {
-    // Literal v >= 2 is variable v - 1. A clause that the constant true satisfies is left out, the constant false is
+    // Literal v >= 2 is variable v - 1. A clause that the constant true satisfies is left out, the constant
+    // false is
     // removed; a clause left without literals is written as the empty clause "0".
     clean,
     // Literal v is variable v, every clause stands as emitted; header() adds the unit clause of variable 1.
@@ -69,7 +63,8 @@ class VELL_API DimacsSink : public bv::ClauseSink {
   }
   void make_room(std::size_t bytes);
 
-  // A variable's number and a blank, as text. The whole entry is copied out, so it has the size of a vector register.
+  // A variable's number and a blank, as text. The whole entry is copied out, so it has the size of a vector
+  // register.
   struct alignas(16) Text {
     char bytes[11];
     std::uint8_t length;
@@ -77,12 +72,16 @@ class VELL_API DimacsSink : public bv::ClauseSink {
   };
   static_assert(sizeof(Text) == 16);
   static constexpr std::uint32_t text_count = 1024;
-  // The rows of a circuit lie a multiple of its width apart: folded, the bits of one column do not all meet in a place.
-  static std::uint32_t text_index(std::uint32_t magnitude) { return (magnitude ^ magnitude >> 10) % text_count; }
+  // The rows of a circuit lie a multiple of its width apart: folded, the bits of one column do not all meet
+  // in a place.
+  static std::uint32_t text_index(std::uint32_t magnitude) {
+    return (magnitude ^ magnitude >> 10) % text_count;
+  }
   void make_text(std::uint32_t magnitude);
 
   ByteOutput& out_;
-  std::uint32_t offset_;  // from a literal's magnitude down to its variable; also the magnitude of what is removed
+  std::uint32_t
+      offset_;  // from a literal's magnitude down to its variable; also the magnitude of what is removed
   std::unique_ptr<Text[]> texts_;
   bv::BvLit next_ = 2;
   std::uint64_t written_ = 0;

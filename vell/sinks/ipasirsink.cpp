@@ -1,8 +1,9 @@
 // A solver behind C functions.
 //
-// Two things do not fit such functions and are bridged here. An exception must not cross the solver's frames: what the
-// termination test throws is kept, the solver is asked to stop, and solve() throws it again. And val and failed may be
-// called in one state of the solver only, some abort the program otherwise; the sink knows the state and throws.
+// Two things do not fit such functions and are bridged here. An exception must not cross the solver's frames:
+// what the termination test throws is kept, the solver is asked to stop, and solve() throws it again. And val
+// and failed may be called in one state of the solver only, some abort the program otherwise; the sink knows
+// the state and throws.
 
 #include "vell/sinks/ipasirsink.h"
 
@@ -109,18 +110,15 @@ IpasirSink::Answer IpasirSink::solve(std::vector<bv::BvLit> const& assumptions) 
   if (thrown_) std::rethrow_exception(std::exchange(thrown_, nullptr));
   switch (answer) {
     case 0: return Answer::unknown;
-    case 10:
-      state_ = State::sat;
-      return Answer::sat;
-    case 20:
-      state_ = State::unsat;
-      return Answer::unsat;
+    case 10: state_ = State::sat; return Answer::sat;
+    case 20: state_ = State::unsat; return Answer::unsat;
     default: throw Exception("the SAT solver answered " + std::to_string(answer) + " instead of 0, 10 or 20");
   }
 }
 
 bool IpasirSink::value(bv::BvLit literal) const {
-  if (state_ != State::sat) throw Exception("there is no model: the last answer was not sat, or clauses came after it");
+  if (state_ != State::sat)
+    throw Exception("there is no model: the last answer was not sat, or clauses came after it");
   if (bv::is_constant(literal)) return literal == bv::l_true;
   bv::BvLit const variable = std::abs(literal);
   bool const positive = variable <= known_ && functions_.val(solver_, variable - 1) > 0;

@@ -1,6 +1,7 @@
 #pragma once
 
-// A sink that keeps everything that reaches it, in order: for tests, for small problems, for looking at an encoding.
+// A sink that keeps everything that reaches it, in order: for tests, for small problems, for looking at an
+// encoding.
 //
 // Tested by tests/sinks/recordingsink_test.cpp.
 

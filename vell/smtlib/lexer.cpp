@@ -1,5 +1,6 @@
-// One pass over the bytes, one table look-up a byte. A token is a view into the source's window; only where it meets
-// the end of the window is the source asked for more, and the scan goes on behind the bytes it has already seen.
+// One pass over the bytes, one table look-up a byte. A token is a view into the source's window; only where
+// it meets the end of the window is the source asked for more, and the scan goes on behind the bytes it has
+// already seen.
 
 #include "vell/smtlib/lexer.h"
 
@@ -11,7 +12,7 @@ namespace vell::smtlib {
 namespace {
 
 enum Class : std::uint8_t {
-  space = 1,       // blank, tab, line feed, carriage return
+  space = 1,  // blank, tab, line feed, carriage return
   symbol_char = 2,
   digit = 4,
   hex_digit = 8,
@@ -48,16 +49,33 @@ char const* past(char const* p, char const* end) {
 
 }  // namespace
 
-Lexer::Lexer(Source& source)
+Lexer::Lexer(io::Source& source)
     : source_(source), next_(source.begin()), end_(source.end()), start_(next_), stop_(next_) {}
 
 void Lexer::fail(std::uint64_t offset, std::string const& message) const {
-  throw Error(source_.name(), source_.position(offset), message);
+  throw io::Error(source_.name(), source_.position(offset), message, std::string(source_.line_at(offset)));
 }
 
-// More bytes behind the window, those from `from` on kept; moves both pointers along. False at the end of the script.
+std::string Lexer::open_command() const {
+  if (!inside_command_) return "";
+  std::uint64_t const began = source_.position(command_offset_).line;
+  if (began == source_.position(offset()).line) return "";
+  return " in the " + (command_.empty() ? "command" : "`" + std::string(command_) + "`") +
+         " that began on line " + std::to_string(began);
+}
+
+void Lexer::drop_window() {
+  next_ = start_ = stop_ = end_ = source_.end();
+  capture_ = nullptr;
+  inside_command_ = false;
+  kind_ = Token::end;
+}
+
+// More bytes behind the window, those from `from` on kept; moves both pointers along. False at the end of the
+// script.
 bool Lexer::more(char const*& from, char const*& at) {
   std::size_t const seen = static_cast<std::size_t>(at - from);
+  if (at - from > max_token) stop_ = at, check_length();
   bool const grown = source_.refill(from);
   from = source_.begin();
   at = from + seen;
@@ -75,8 +93,13 @@ void Lexer::bad_byte(char const* at) const {
 
 Token Lexer::next() {
   kind_ = scan();
+  check_length();
   if (capture_ != nullptr) append_captured();
   return kind_;
+}
+
+void Lexer::check_length() const {
+  if (stop_ - start_ > max_token) fail(describe() + " is longer than 16 MiB");
 }
 
 void Lexer::at_end() const {
@@ -85,7 +108,8 @@ void Lexer::at_end() const {
                                          : "the file ends inside this `" + std::string(command_) + "`");
 }
 
-// Nearly every token is a parenthesis or a simple symbol that ends inside the window; what is not is left to scan_any.
+// Nearly every token is a parenthesis or a simple symbol that ends inside the window; what is not is left to
+// scan_any.
 Token Lexer::scan() {
   char const* const end = end_;
   char const* p = past<space>(next_, end);
@@ -210,7 +234,22 @@ Token Lexer::scan_any() {
     if (p - start_ == fraction) stop_ = p, fail(describe() + " without digits behind the point");
     return finish_literal(Token::decimal);
   }
-  if (!is(c, symbol_char)) bad_byte(p);
+  if (!is(c, symbol_char)) {
+    // Some editors begin a file with a byte order mark.
+    constexpr std::string_view mark = "\xef\xbb\xbf";
+    if (source_.offset() == 0 && p == source_.begin()) {
+      while (static_cast<std::size_t>(end_ - p) < mark.size()) {
+        char const* at = end_;
+        if (!more(start_, at)) break;
+        p = start_;
+      }
+      if (std::string_view(p, static_cast<std::size_t>(end_ - p)).starts_with(mark)) {
+        next_ = p + mark.size();
+        return scan_any();
+      }
+    }
+    bad_byte(p);
+  }
   run.template operator()<symbol_char>();
   return finish(Token::symbol);
 }

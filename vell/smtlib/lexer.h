@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "vell/smtlib/source.h"
+#include "vell/io/source.h"
 
 namespace vell::smtlib {
 
@@ -16,9 +16,9 @@ enum class Token : std::uint8_t {
   end,
   open,
   close,
-  symbol,       // a simple symbol or a reserved word
-  quoted,       // |symbol|; text() is what stands between the bars
-  keyword,      // text() starts with ':'
+  symbol,   // a simple symbol or a reserved word
+  quoted,   // |symbol|; text() is what stands between the bars
+  keyword,  // text() starts with ':'
   numeral,
   decimal,
   hexadecimal,  // text() is the digits behind #x
@@ -29,19 +29,30 @@ enum class Token : std::uint8_t {
 class Lexer {
  public:
   // The source must outlive the lexer.
-  explicit Lexer(Source& source);
+  explicit Lexer(io::Source& source);
 
-  // Reads a token. Throws Error at bytes that make none, and at the end of the script inside a command.
+  // The longest symbol, literal or string, as written. What is longer is refused: a few bytes of a compressed
+  // script may stand for a token of gigabytes.
+  static constexpr std::ptrdiff_t max_token = std::ptrdiff_t{1} << 24;  // bytes
+
+  // Reads a token. Throws Error at bytes that make none, at a token that is too long, and at the end of the
+  // script inside a command.
   Token next();
 
-  // Inside a command, from its opening parenthesis at `offset` on: the script may not end. `name` is that of the
-  // command and must live until the end of it; empty while it is not known.
+  // Inside a command, from its opening parenthesis at `offset` on: the script may not end. `name` is that of
+  // the command and must live until the end of it; empty while it is not known.
   void begin_command(std::uint64_t offset, std::string_view name) {
     command_offset_ = offset;
     command_ = name;
     inside_command_ = true;
   }
   void end_command() { inside_command_ = false; }
+  bool inside_command() const { return inside_command_; }
+  // " in the `assert` that began on line 3", for a command that began on an earlier line than the current
+  // token; "" else.
+  std::string open_command() const;
+  // Drops what the source has handed out so far and every state that a broken command left.
+  void drop_window();
 
   // ---- the token read last; text() and raw() hold until the next call of next() ----
   Token kind() const { return kind_; }
@@ -56,24 +67,25 @@ class Lexer {
   // The token for a message: "`foo`", "`)`", "the end of the file". Long tokens are cut.
   std::string describe() const;
 
-  // From now on every token read is appended to *out, with one space between two tokens that are not kept apart by a
-  // parenthesis. Null ends it.
+  // From now on every token read is appended to *out, with one space between two tokens that are not kept
+  // apart by a parenthesis. Null ends it.
   void capture(std::string* out) { capture_ = out; }
 
   [[noreturn]] void fail(std::uint64_t offset, std::string const& message) const;
   // At the current token.
   [[noreturn]] void fail(std::string const& message) const { fail(offset(), message); }
-  Source const& source() const { return source_; }
+  io::Source const& source() const { return source_; }
 
  private:
   Token scan();
   Token scan_any();
   void at_end() const;
   bool more(char const*& from, char const*& at);
+  void check_length() const;
   [[noreturn]] void bad_byte(char const* at) const;
   void append_captured();
 
-  Source& source_;
+  io::Source& source_;
   char const* next_;   // first byte not read yet
   char const* end_;    // end of the window
   char const* start_;  // of the token

@@ -12,8 +12,8 @@ namespace {
 
 bool by_id(Term_ const* a, Term_ const* b) { return a->id < b->id; }
 
-// The terms of the cone that were made at or after `least_id`, in the order of their ids, so children first: a term
-// made earlier than every parameter holds none.
+// The terms of the cone that were made at or after `least_id`, in the order of their ids, so children first:
+// a term made earlier than every parameter holds none.
 std::vector<Term_ const*> young_cone(Term_ const* term, std::uint64_t least_id) {
   std::vector<Term_ const*> cone;
   std::vector<Term_ const*> stack;
@@ -50,7 +50,8 @@ Macro::Macro(std::vector<Term_ const*> parameters_in, Term_ const* body_in)
   };
   for (Term_ const* t : young_cone(body, least_id(parameters))) {
     std::uint64_t const arity = t->symbol->arity;
-    if (std::none_of(t->children, t->children + arity, [&](Term_ const* c) { return places.contains(c); })) continue;
+    if (std::none_of(t->children, t->children + arity, [&](Term_ const* c) { return places.contains(c); }))
+      continue;
     steps_.push_back({t->symbol, children_.size()});
     widest_ = std::max(widest_, arity);
     for (std::uint64_t i = 0; i < arity; ++i) children_.push_back(child(t->children[i]));
@@ -69,7 +70,8 @@ Term_ const* Macro::instance(TermManager& terms, std::span<Term_ const* const> a
       Child const& c = children_[s.first_child + i];
       children[i] = c.term != nullptr ? c.term : at[c.place];
     }
-    // A constant that an argument brings to the second place of a product goes first, as where it is written there.
+    // A constant that an argument brings to the second place of a product goes first, as where it is written
+    // there.
     if (s.symbol->tag() == SymbolTag::bv_mul && terms.is_number(children[1]->symbol) &&
         !terms.is_number(children[0]->symbol))
       std::swap(children[0], children[1]);

@@ -14,9 +14,10 @@ namespace vell::smtlib {
 
 // A body over parameter variables, prepared for putting arguments in their place.
 //
-// Only the terms of the body in which a parameter occurs change; they are kept in an order with children first, each
-// child given by its place in that order or as the term itself. An instance is one pass over this list: linear in the
-// size of the body's DAG, however often its parts are shared, and without a look-up or a stack.
+// Only the terms of the body in which a parameter occurs change; they are kept in an order with children
+// first, each child given by its place in that order or as the term itself. An instance is one pass over this
+// list: linear in the size of the body's DAG, however often its parts are shared, and without a look-up or a
+// stack.
 struct Macro {
   // The parameters are variables made for this body alone, in the order of their ids, before any term of it.
   Macro(std::vector<Term_ const*> parameters, Term_ const* body);
@@ -46,8 +47,8 @@ struct Macro {
   std::uint64_t widest_ = 0;  // the most children of a step
 };
 
-// Whether one of the variables occurs in the term. No variable or term made before the variable with the least id is
-// visited.
+// Whether one of the variables occurs in the term. No variable or term made before the variable with the
+// least id is visited.
 bool occurs(std::span<Term_ const* const> variables, Term_ const* term);
 
 }  // namespace vell::smtlib

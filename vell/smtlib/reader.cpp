@@ -1,11 +1,13 @@
 #include "vell/smtlib/reader.h"
 
+#include <algorithm>
 #include <array>
 
 #include "vell/smtlib/lexer.h"
 #include "vell/smtlib/macro.h"
 #include "vell/smtlib/operatortable.h"
 #include "vell/smtlib/sortparser.h"
+#include "vell/smtlib/spelling.h"
 #include "vell/smtlib/symboltable.h"
 #include "vell/smtlib/syntax.h"
 #include "vell/smtlib/termparser.h"
@@ -26,22 +28,27 @@ struct Reader::State {
   struct CommandInfo {
     char const* name;
     CommandKind kind;
-    Handler read;             // arguments; the closing parenthesis comes after
+    Handler read;                   // arguments; the closing parenthesis comes after
     char const* refused = nullptr;  // why it is not executed
   };
   static CommandInfo const commands[];
 
-  State(TermManager& tm, std::unique_ptr<Source> s)
+  State(TermManager& tm, std::unique_ptr<io::Source> s)
       : terms(tm),
         source(std::move(s)),
         lexer(*source),
         sorts(terms, lexer, symbols),
         term_parser(terms, lexer, symbols, sorts) {
     std::uint8_t number = 0;
-    for (CommandInfo const* c = commands; c->name != nullptr; ++c) symbols.intern(c->name)->command = ++number;
+    for (CommandInfo const* c = commands; c->name != nullptr; ++c)
+      symbols.intern(c->name)->command = ++number;
   }
 
   bool next(Command& command);
+  void take_effect(Command const& command);
+  void recover();
+  [[noreturn]] void unknown_command(Name const* name) const;
+  [[noreturn]] void no_argument_list() const;
 
   // ---- arguments ----
   void none(Command&) {}
@@ -62,8 +69,6 @@ struct Reader::State {
   void levels(Command& c);
   void push(Command& c);
   void pop(Command& c);
-  void reset(Command& c);
-  void reset_assertions(Command& c);
 
   // ---- pieces ----
   Name* new_symbol(Command& c);
@@ -74,7 +79,7 @@ struct Reader::State {
   void declare(Command& c, Name* name);
 
   TermManager& terms;
-  std::unique_ptr<Source> source;
+  std::unique_ptr<io::Source> source;
   Lexer lexer;
   SymbolTable symbols;
   SortParser sorts;
@@ -83,6 +88,10 @@ struct Reader::State {
   bool any_command = false;
   bool ended = false;
   bool has_logic = false;
+  // Of the command that is being read, or was read last.
+  CommandKind kind = CommandKind::exit;
+  bool complete = true;
+  SymbolTable::Mark before{};
 };
 
 Reader::State::CommandInfo const Reader::State::commands[] = {
@@ -107,12 +116,13 @@ Reader::State::CommandInfo const Reader::State::commands[] = {
     {"get-value", CommandKind::get_value, &State::get_value},
     {"pop", CommandKind::pop, &State::pop},
     {"push", CommandKind::push, &State::push},
-    {"reset", CommandKind::reset, &State::reset},
-    {"reset-assertions", CommandKind::reset_assertions, &State::reset_assertions},
+    {"reset", CommandKind::reset, &State::none},
+    {"reset-assertions", CommandKind::reset_assertions, &State::none},
     {"set-info", CommandKind::set_info, &State::attribute},
     {"set-logic", CommandKind::set_logic, &State::set_logic},
     {"set-option", CommandKind::set_option, &State::set_option},
-    // Other solvers' own: they show a term in some form and change nothing, so that a script goes on without them.
+    // Other solvers' own: they show a term in some form and change nothing, so that a script goes on without
+    // them.
     {"display", CommandKind::unsupported, &State::question},
     {"eval", CommandKind::unsupported, &State::question},
     {"simplify", CommandKind::unsupported, &State::question},
@@ -134,9 +144,12 @@ bool Reader::State::next(Command& command) {
   command.named.clear();
   command.name.clear();
   if (ended) return false;
+  complete = false;
+  kind = CommandKind::exit;
+  before = symbols.declared_mark();
   if (lexer.next() == Token::end) {
     ended = true;
-    if (!any_command) throw Error(source->name(), {}, "the script holds no command");
+    if (!any_command) throw io::Error(source->name(), {}, "the script holds no command");
     return false;
   }
   if (lexer.kind() == Token::close) lexer.fail("unexpected `)`");
@@ -145,30 +158,74 @@ bool Reader::State::next(Command& command) {
   lexer.begin_command(offset, {});
   lexer.next();
   Name const* const name = read_symbol(lexer, symbols, "the name of a command");
-  if (name->command == 0) lexer.fail("unknown command " + quoted(name));
+  if (name->command == 0) unknown_command(name);
   CommandInfo const& info = commands[name->command - 1];
   if (info.refused != nullptr) lexer.fail(offset, std::string(info.name) + ": " + info.refused);
   lexer.begin_command(offset, info.name);
-  command.kind = info.kind;
+  command.kind = kind = info.kind;
+  command.offset = offset;
   command.position = source->position(offset);
   (this->*info.read)(command);
   if (!ahead) lexer.next();
   ahead = false;
-  if (lexer.kind() != Token::close)
-    lexer.fail("expected `)` at the end of `" + std::string(info.name) + "`, found " + lexer.describe());
+  if (lexer.kind() != Token::close) {
+    std::string began = lexer.kind() == Token::open ? lexer.open_command() : "";
+    if (!began.empty()) began = "; a `)` may be missing" + began;
+    lexer.fail("expected `)` at the end of `" + std::string(info.name) + "`, found " + lexer.describe() +
+               began);
+  }
   lexer.end_command();
+  take_effect(command);
+  complete = true;
   any_command = true;
   ended = info.kind == CommandKind::exit;
   return true;
+}
+
+// What a command does to the scopes of symbols, once it is read to its end.
+void Reader::State::take_effect(Command const& c) {
+  switch (c.kind) {
+    case CommandKind::set_option:
+      if (c.text == ":global-declarations") symbols.set_global(c.value == "true");
+      break;
+    case CommandKind::push: symbols.push(c.number); break;
+    case CommandKind::pop: symbols.pop(c.number); break;
+    case CommandKind::reset:
+      symbols.reset();
+      has_logic = false;
+      break;
+    case CommandKind::reset_assertions: symbols.reset_assertions(); break;
+    case CommandKind::set_logic: has_logic = true; break;
+    default: break;
+  }
+}
+
+void Reader::State::recover() {
+  // A command that was read to its end has been refused by whoever executes it; of those only set-logic left
+  // a trace.
+  if (!complete) symbols.forget_since(before);
+  if (complete && kind == CommandKind::set_logic) has_logic = false;
+  complete = true;
+  ahead = false;
+  term_parser.recover();
+  symbols.unbind_locals(0);
+  lexer.drop_window();
+}
+
+void Reader::State::unknown_command(Name const* name) const {
+  Spelling spelling(name->view());
+  for (CommandInfo const* c = commands; c->name != nullptr; ++c)
+    if (c->refused == nullptr) spelling.offer(c->name);
+  lexer.fail("unknown command " + quoted(name) + spelling.hint());
 }
 
 // ---- scripts ----
 
 void Reader::State::set_logic(Command& c) {
   lexer.next();
+  c.argument_offset = lexer.offset();
   Name const* const logic = read_symbol(lexer, symbols, "the name of a logic");
   if (has_logic) lexer.fail("the logic is already set");
-  has_logic = true;
   c.text = logic->view();
 }
 
@@ -176,6 +233,7 @@ void Reader::State::attribute(Command& c) {
   keyword(c);
   lexer.capture(&c.value);
   lexer.next();
+  c.value_offset = lexer.offset();
   skip_attribute_value(lexer, symbols);
   lexer.capture(nullptr);
   ahead = true;
@@ -187,14 +245,15 @@ void Reader::State::attribute(Command& c) {
 void Reader::State::set_option(Command& c) {
   attribute(c);
   if (c.text == ":global-declarations") {
-    if (c.value != "true" && c.value != "false") lexer.fail(":global-declarations is true or false");
-    symbols.set_global(c.value == "true");
+    if (c.value != "true" && c.value != "false")
+      lexer.fail(c.value_offset, ":global-declarations takes true or false, not " + c.value);
   }
 }
 
 void Reader::State::keyword(Command& c) {
   if (lexer.next() != Token::keyword) lexer.fail("expected a keyword, found " + lexer.describe());
   c.text = lexer.text();
+  c.argument_offset = c.value_offset = lexer.offset();
 }
 
 void Reader::State::echo(Command& c) {
@@ -224,8 +283,15 @@ Name* Reader::State::new_symbol(Command& c) {
 }
 
 void Reader::State::check_new(Name const* name, std::uint64_t offset) const {
+  check_not_reserved(lexer, name, offset);
   if (name->theory != nullptr) lexer.fail(offset, "symbol " + quoted(name) + " belongs to the theory");
-  if (name->meaning != Name::Meaning::none) lexer.fail(offset, "symbol " + quoted(name) + " is already declared");
+  if (name->meaning != Name::Meaning::none)
+    lexer.fail(offset, "symbol " + quoted(name) + " is already declared");
+}
+
+void Reader::State::no_argument_list() const {
+  lexer.fail("expected the list of argument sorts, found " + lexer.describe() +
+             "; `()` is missing before the sort");
 }
 
 // The sort and the end of a declaration.
@@ -243,8 +309,16 @@ void Reader::State::declare_const(Command& c) {
 
 void Reader::State::declare_fun(Command& c) {
   Name* const name = new_symbol(c);
-  expect_open(lexer, "the list of argument sorts");
-  if (lexer.next() != Token::close) lexer.fail("functions with arguments are not supported");
+  if (lexer.next() != Token::open) {
+    if (lexer.kind() == Token::symbol && lexer.text() != "_") no_argument_list();
+    lexer.fail("expected the list of argument sorts, found " + lexer.describe());
+  }
+  std::uint64_t const offset = lexer.offset();
+  if (lexer.next() != Token::close) {
+    if (lexer.kind() == Token::symbol && lexer.text() == "_")
+      lexer.fail(offset, "expected the list of argument sorts, found a sort; `()` is missing before it");
+    lexer.fail("functions with arguments are not supported");
+  }
   declare(c, name);
 }
 
@@ -270,7 +344,8 @@ void Reader::State::define_fun(Command& c) {
   std::vector<Parameter> parameters;
   std::uint32_t stamp = 0;
   while (lexer.next() != Token::close) {
-    if (lexer.kind() != Token::open) lexer.fail("expected a parameter in parentheses, found " + lexer.describe());
+    if (lexer.kind() != Token::open)
+      lexer.fail("expected a parameter in parentheses, found " + lexer.describe());
     lexer.next();
     Name* const p = read_symbol(lexer, symbols, "a parameter");
     if (stamp == 0) stamp = symbols.new_stamp();
@@ -304,6 +379,7 @@ void Reader::State::define_fun(Command& c) {
 void Reader::State::define_sort(Command& c) {
   lexer.next();
   Name* const name = read_symbol(lexer, symbols, "the name of a sort");
+  check_not_reserved(lexer, name, lexer.offset());
   if (name->theory_sort != 0) lexer.fail("sort " + quoted(name) + " belongs to the theory");
   if (name->sort != nullptr) lexer.fail("sort " + quoted(name) + " is already declared");
   c.text = name->view();
@@ -312,7 +388,8 @@ void Reader::State::define_sort(Command& c) {
   std::uint32_t const stamp = symbols.new_stamp();
   while (lexer.next() != Token::close) {
     parameters.push_back(read_symbol(lexer, symbols, "a sort parameter"));
-    if (parameters.back()->stamp == stamp) lexer.fail("sort parameter " + quoted(parameters.back()) + " occurs twice");
+    if (parameters.back()->stamp == stamp)
+      lexer.fail("sort parameter " + quoted(parameters.back()) + " occurs twice");
     parameters.back()->stamp = stamp;
   }
   lexer.next();
@@ -379,10 +456,9 @@ void Reader::State::levels(Command& c) {
 void Reader::State::push(Command& c) {
   levels(c);
   // Each level is a word here and more in the engine; nobody needs as many as this.
-  constexpr std::uint64_t most = std::uint64_t{1} << 24;
+  constexpr std::uint64_t most = 10'000'000;
   if (c.number > most || c.number + symbols.scopes() > most)
     lexer.fail("more than " + std::to_string(most) + " levels");
-  symbols.push(c.number);
 }
 
 void Reader::State::pop(Command& c) {
@@ -390,25 +466,38 @@ void Reader::State::pop(Command& c) {
   if (c.number > symbols.scopes())
     lexer.fail("pop takes away " + std::to_string(c.number) + (c.number == 1 ? " level" : " levels") +
                " and there are " + std::to_string(symbols.scopes()));
-  symbols.pop(c.number);
 }
-
-void Reader::State::reset(Command&) {
-  symbols.reset();
-  has_logic = false;
-}
-
-void Reader::State::reset_assertions(Command&) { symbols.reset_assertions(); }
 
 // ---- Reader ----
 
-Reader::Reader(TermManager& tm, std::unique_ptr<Source> source)
+Reader::Reader(TermManager& tm, std::unique_ptr<io::Source> source)
     : state_((tm.reserve_terms(tm.term_count() + source->size() / bytes_per_term),
               std::make_unique<State>(tm, std::move(source)))) {}
 
 Reader::~Reader() = default;
 
 bool Reader::next(Command& command) { return state_->next(command); }
+
+void Reader::fail(std::uint64_t offset, std::string const& message) const {
+  state_->lexer.fail(offset, message);
+}
+
+void Reader::recover() { state_->recover(); }
+
+bool Reader::inside_command() const { return state_->lexer.inside_command(); }
+
+std::vector<std::string> Reader::names(std::string_view prefix) const {
+  std::vector<std::string> out;
+  state_->symbols.each([&](Name const& n) {
+    bool const command = n.command != 0 && State::commands[n.command - 1].refused == nullptr;
+    if (!command && n.theory == nullptr && n.meaning == Name::Meaning::none && n.sort == nullptr &&
+        n.theory_sort == 0 && n.reserved != Reserved::let)
+      return;
+    if (n.view().starts_with(prefix)) out.push_back(quote_symbol(n.view()));
+  });
+  std::sort(out.begin(), out.end());
+  return out;
+}
 
 std::string const& Reader::file() const { return state_->source->name(); }
 
@@ -417,14 +506,15 @@ std::uint64_t Reader::bytes_read() const { return state_->lexer.offset() + state
 std::uint64_t Reader::bytes_total() const { return state_->source->size(); }
 
 std::string quote_symbol(std::string_view symbol) {
-  constexpr std::string_view reserved[] = {"!",     "_",      "as",      "let",         "exists",  "forall", "match",
-                                           "par",   "lambda", "BINARY",  "DECIMAL",     "HEXADECIMAL",
-                                           "NUMERAL", "STRING"};
+  constexpr std::string_view reserved[] = {"!",       "_",           "as",      "let",    "exists",
+                                           "forall",  "match",       "par",     "lambda", "BINARY",
+                                           "DECIMAL", "HEXADECIMAL", "NUMERAL", "STRING"};
   constexpr std::string_view others = "~!@$%^&*_-+=<>.?/";
   auto letter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
   auto digit = [](char c) { return c >= '0' && c <= '9'; };
   bool simple = !symbol.empty() && !digit(symbol[0]);
-  for (char c : symbol) simple = simple && (letter(c) || digit(c) || others.find(c) != std::string_view::npos);
+  for (char c : symbol)
+    simple = simple && (letter(c) || digit(c) || others.find(c) != std::string_view::npos);
   for (std::string_view r : reserved) simple = simple && symbol != r;
   return simple ? std::string(symbol) : "|" + std::string(symbol) + "|";
 }

@@ -2,9 +2,9 @@
 
 // SMT-LIB 2 scripts, command by command.
 //
-// The reader owns what a script's text means: symbols and their scopes, sorts, operators, macros, let. It hands out
-// commands with their terms built; what a command does is the engine's business. Nothing in it recurses over terms or
-// nesting.
+// The reader owns what a script's text means: symbols and their scopes, sorts, operators, macros, let. It
+// hands out commands with their terms built; what a command does is the engine's business. Nothing in it
+// recurses over terms or nesting.
 
 #include <cstdint>
 #include <memory>
@@ -12,43 +12,43 @@
 #include <string_view>
 #include <vector>
 
-#include "vell/smtlib/error.h"
-#include "vell/smtlib/source.h"
+#include "vell/io/error.h"
+#include "vell/io/source.h"
 #include "vell/terms/termmanager.h"
 
 namespace vell::smtlib {
 
 // Symbols are given as they are, without bars; quote_symbol makes them fit for a script.
 enum class CommandKind : std::uint8_t {
-  set_logic,                // text: the logic
-  set_option,               // text: the keyword (":produce-models"), value: the attribute value as written
-  set_info,                 // text: the keyword, value as written
-  declare,                  // text: the symbol; terms[0]: the constant
-  define,                   // text: the symbol; terms[0]: the body where it has no parameters
-  define_sort,              // text: the symbol
-  assert_,                  // terms[0]: the formula
+  set_logic,    // text: the logic
+  set_option,   // text: the keyword (":produce-models"), value: the attribute value as written
+  set_info,     // text: the keyword, value as written
+  declare,      // text: the symbol; terms[0]: the constant
+  define,       // text: the symbol; terms[0]: the body where it has no parameters
+  define_sort,  // text: the symbol
+  assert_,      // terms[0]: the formula
   check_sat,
-  check_sat_assuming,       // terms: the assumed literals; texts: as written
-  push,                     // number: levels
-  pop,                      // number: levels; never more than there are
+  check_sat_assuming,  // terms: the assumed literals; texts: as written
+  push,                // number: levels
+  pop,                 // number: levels; never more than there are
   reset,
   reset_assertions,
   get_model,
-  get_value,                // terms, texts: as written but for white space
+  get_value,  // terms, texts: as written but for white space
   get_assignment,
   get_unsat_core,
   get_unsat_assumptions,
   get_assertions,
   get_proof,
-  get_info,                 // text: the keyword
-  get_option,               // text: the keyword
-  unsupported,              // terms[0]; a question outside the standard, to be answered with that word
-  echo,                     // text: the string literal as written, quotes included
+  get_info,     // text: the keyword
+  get_option,   // text: the keyword
+  unsupported,  // terms[0]; a question outside the standard, to be answered with that word
+  echo,         // text: the string literal as written, quotes included
   exit
 };
 
-// "As written" is token by token: comments are left out, and one space stands between two tokens, none behind "(" and
-// none in front of ")".
+// "As written" is token by token: comments are left out, and one space stands between two tokens, none behind
+// "(" and none in front of ")".
 
 // A term with a name of its own, from (! t :named n).
 struct NamedTerm {
@@ -58,7 +58,12 @@ struct NamedTerm {
 
 struct Command {
   CommandKind kind = CommandKind::exit;
-  Position position;  // of the opening parenthesis
+  io::Position position;  // of the opening parenthesis
+  // Offsets, for Reader::fail: of the opening parenthesis, of the first argument, and of an attribute's
+  // value.
+  std::uint64_t offset = 0;
+  std::uint64_t argument_offset = 0;
+  std::uint64_t value_offset = 0;
   std::string text;
   std::string value;
   std::uint64_t number = 0;
@@ -72,15 +77,26 @@ struct Command {
 class Reader {
  public:
   // Terms are made in tm, which must outlive the reader.
-  Reader(TermManager& tm, std::unique_ptr<Source> source);
+  Reader(TermManager& tm, std::unique_ptr<io::Source> source);
   ~Reader();
 
-  // Reads the next command into `command` (its vectors are reused); false at the end of the script and after an exit
-  // command. Throws Error at the first thing that is wrong, a script without any command included; the reader must
-  // not be used further then. Declarations and definitions are in force
-  // when the call returns; push, pop, reset and reset-assertions have already changed the scopes of symbols, under
+  // Reads the next command into `command` (its vectors are reused); false at the end of the script and after
+  // an exit command. Throws Error at the first thing that is wrong, a script without any command included;
+  // the reader must not be used further then. Declarations and definitions are in force when the call
+  // returns; push, pop, reset and reset-assertions have already changed the scopes of symbols, under
   // :global-declarations as set by a set-option command that the reader has seen.
   bool next(Command& command);
+
+  // Throws Error for something wrong at an offset of the command that was read last.
+  [[noreturn]] void fail(std::uint64_t offset, std::string const& message) const;
+  // After an error, for a dialogue: forgets the command that the error was in, and drops the bytes that the
+  // source has handed out. The reader can be used again.
+  void recover();
+  // Whether next() is between the parentheses of a command.
+  bool inside_command() const;
+  // Every name that a script could use now and that starts with the prefix: commands, operators, declared
+  // symbols.
+  std::vector<std::string> names(std::string_view prefix) const;
 
   std::string const& file() const;
   // Bytes of the script behind, and in all; the latter is 0 where only the script's end will tell.

@@ -1,9 +1,10 @@
-// The only sorts are Bool and the bit-vectors, so a sort definition, whatever it is built from, comes down to a sort or
-// to one of its arguments; that is all that is kept of it.
+// The only sorts are Bool and the bit-vectors, so a sort definition, whatever it is built from, comes down to
+// a sort or to one of its arguments; that is all that is kept of it.
 
 #include "vell/smtlib/sortparser.h"
 
 #include "vell/smtlib/operatortable.h"
+#include "vell/smtlib/spelling.h"
 #include "vell/smtlib/syntax.h"
 
 namespace vell::smtlib {
@@ -35,11 +36,16 @@ void SortParser::unknown(Name const* name) const {
   std::string const quoted = "`" + std::string(name->view()) + "`";
   if (name == bit_vec_) lexer_.fail("`BitVec` is written with a width, (_ BitVec 8)");
   if (char const* why = refusal(name->view())) lexer_.fail("sort " + quoted + ": " + why);
-  lexer_.fail("unknown sort " + quoted);
+  Spelling spelling(name->view());
+  symbols_.each([&](Name const& n) {
+    if (n.sort != nullptr || n.theory_sort != 0) spelling.offer(n.view());
+  });
+  lexer_.fail("unknown sort " + quoted + spelling.hint());
 }
 
 void SortParser::wrong_count(Name const* name, std::size_t given, std::uint64_t offset) const {
-  lexer_.fail(offset, "sort `" + std::string(name->view()) + "` takes " + std::to_string(name->sort->parameters) +
+  lexer_.fail(offset, "sort `" + std::string(name->view()) + "` takes " +
+                          std::to_string(name->sort->parameters) +
                           (name->sort->parameters == 1 ? " argument, not " : " arguments, not ") +
                           std::to_string(given));
 }
@@ -68,7 +74,8 @@ Type const* SortParser::indexed() {
   std::uint64_t const width = read_numeral(lexer_);
   if (width == 0) lexer_.fail("the width of a bit-vector is at least 1");
   if (width > max_width)
-    lexer_.fail("the width of a bit-vector is at most " + std::to_string(max_width) + ", not " + std::to_string(width));
+    lexer_.fail("the width of a bit-vector is at most " + std::to_string(max_width) + ", not " +
+                std::to_string(width));
   expect_close(lexer_, "after the width of a bit-vector");
   if (width >= words_.size()) return terms_.bv_type(width);
   Type const*& t = words_[width];
@@ -81,8 +88,7 @@ SortParser::Value SortParser::close() {
   Frame const f = frames_.back();
   std::size_t const given = values_.size() - f.base;
   SortDefinition const& sort = *f.name->sort;
-  if (given != sort.parameters)
-    wrong_count(f.name, given, f.offset);
+  if (given != sort.parameters) wrong_count(f.name, given, f.offset);
   Value const v = sort.type != nullptr ? Value{sort.type, 0} : values_[f.base + sort.argument];
   values_.resize(f.base);
   frames_.pop_back();
@@ -100,7 +106,8 @@ SortParser::Value SortParser::parse_value() {
       v = symbol_value();
     } else {
       std::uint64_t const offset = lexer_.offset();
-      if (lexer_.next() == Token::symbol && symbols_.intern(lexer_.text())->reserved == Reserved::underscore) {
+      if (lexer_.next() == Token::symbol &&
+          symbols_.intern(lexer_.text())->reserved == Reserved::underscore) {
         v.type = indexed();
       } else {
         Name const* const n = read_symbol(lexer_, symbols_, "the name of a sort");

@@ -22,8 +22,8 @@ std::uint64_t load4(char const* p) {
 
 constexpr std::uint64_t multiplier = 0x9e3779b97f4a7c15u;
 
-// The last 1 to 8 bytes as a word, by loads that may overlap so that no loop runs over bytes: for a given number of
-// bytes, different words for different bytes.
+// The last 1 to 8 bytes as a word, by loads that may overlap so that no loop runs over bytes: for a given
+// number of bytes, different words for different bytes.
 std::uint64_t tail_word(char const* p, std::size_t n) {
   if (n >= 4) return load4(p) << 32 | load4(p + n - 4);
   if (n == 0) return 0;
@@ -43,13 +43,20 @@ SymbolTable::SymbolTable() : slots_(1024) {
     char const* text;
     Reserved reserved;
   };
-  constexpr Word words[] = {{"!", Reserved::annotation},         {"_", Reserved::underscore},
-                            {"as", Reserved::as},                {"let", Reserved::let},
-                            {"exists", Reserved::exists},        {"forall", Reserved::forall},
-                            {"match", Reserved::match},          {"par", Reserved::par},
-                            {"lambda", Reserved::lambda},        {"BINARY", Reserved::token_class},
-                            {"DECIMAL", Reserved::token_class},  {"HEXADECIMAL", Reserved::token_class},
-                            {"NUMERAL", Reserved::token_class},  {"STRING", Reserved::token_class}};
+  constexpr Word words[] = {{"!", Reserved::annotation},
+                            {"_", Reserved::underscore},
+                            {"as", Reserved::as},
+                            {"let", Reserved::let},
+                            {"exists", Reserved::exists},
+                            {"forall", Reserved::forall},
+                            {"match", Reserved::match},
+                            {"par", Reserved::par},
+                            {"lambda", Reserved::lambda},
+                            {"BINARY", Reserved::token_class},
+                            {"DECIMAL", Reserved::token_class},
+                            {"HEXADECIMAL", Reserved::token_class},
+                            {"NUMERAL", Reserved::token_class},
+                            {"STRING", Reserved::token_class}};
   for (Word const& w : words) intern(w.text)->reserved = w.reserved;
 }
 
@@ -74,7 +81,8 @@ Name* SymbolTable::intern(std::string_view symbol) {
 
 Name* SymbolTable::insert(std::string_view symbol, std::uint32_t hash, std::uint64_t tail, std::size_t slot) {
   if (symbol.size() > UINT32_MAX || count_ == UINT32_MAX - 1) throw Exception("too many or too long symbols");
-  if (count_ >> chunk_bits == chunks_.size()) chunks_.push_back(std::make_unique<Name[]>(std::size_t{1} << chunk_bits));
+  if (count_ >> chunk_bits == chunks_.size())
+    chunks_.push_back(std::make_unique<Name[]>(std::size_t{1} << chunk_bits));
   Name* const n = entry(count_);
   n->text = text_.copy(symbol);
   n->length = static_cast<std::uint32_t>(symbol.size());
@@ -146,6 +154,11 @@ void SymbolTable::reset() {
   global_ = false;
   macros_.clear();
   sorts_.clear();
+}
+
+void SymbolTable::forget_since(Mark mark) {
+  forget(scoped_, mark.scoped);
+  forget(unscoped_, mark.unscoped);
 }
 
 std::uint32_t SymbolTable::new_stamp() {

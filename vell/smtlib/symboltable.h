@@ -2,10 +2,10 @@
 
 // Symbols of a script and what they stand for now.
 //
-// A symbol is interned once; afterwards everything known about it - the reserved word, command or theory operator it
-// spells, its global meaning, the let variable or parameter that shadows it - is read from one entry without hashing
-// again. Local meanings nest, so they are restored from a stack; global ones do not, since a symbol may be declared
-// only once in a visible scope, so leaving a scope clears them.
+// A symbol is interned once; afterwards everything known about it - the reserved word, command or theory
+// operator it spells, its global meaning, the let variable or parameter that shadows it - is read from one
+// entry without hashing again. Local meanings nest, so they are restored from a stack; global ones do not,
+// since a symbol may be declared only once in a visible scope, so leaving a scope clears them.
 //
 // Tested by tests/smtlib/symboltable_test.cpp.
 
@@ -18,10 +18,15 @@
 #include "vell/terms/type.h"
 #include "vell/utils/arena.h"
 
+namespace vell::theory {
+struct Operator;  // vell/terms/theory.h
+}
+
 namespace vell::smtlib {
 
-struct Operator;  // operatortable.h
-struct Macro;     // macro.h
+using theory::Operator;
+
+struct Macro;  // macro.h
 
 // Words that a simple symbol cannot be.
 enum class Reserved : std::uint8_t {
@@ -57,12 +62,12 @@ struct Name {
   };
   SortDefinition const* sort;
   Operator const* theory;  // the operator or constant of the theories so called; null: none
-  Meaning meaning;  // global
+  Meaning meaning;         // global
   Reserved reserved;
   std::uint8_t command;      // CommandKind + 1 and further ones, see reader.cpp; 0: no command
   std::uint8_t theory_sort;  // nonzero: names a sort of the theories
   std::uint32_t length;
-  std::uint32_t stamp;       // of the let or parameter list that bound it last
+  std::uint32_t stamp;  // of the let or parameter list that bound it last
 
   std::string_view view() const { return {text, length}; }
 };
@@ -85,11 +90,27 @@ class SymbolTable {
   void push(std::uint64_t levels);
   // levels <= scopes()
   void pop(std::uint64_t levels);
-  // Leaves all scopes and forgets what was declared in and outside them, but for what was declared while `global` was
-  // set.
+  // Leaves all scopes and forgets what was declared in and outside them, but for what was declared while
+  // `global` was set.
   void reset_assertions();
   // Forgets everything declared.
   void reset();
+
+  // ---- a command that is dropped ----
+  // What has been declared so far; forgets what was declared since then, with no scope opened or closed in
+  // between.
+  struct Mark {
+    std::size_t scoped;
+    std::size_t unscoped;
+  };
+  Mark declared_mark() const { return {scoped_.size(), unscoped_.size()}; }
+  void forget_since(Mark mark);
+
+  // Calls f(name) for every entry, in the order in which they were made.
+  template <typename F>
+  void each(F f) const {
+    for (std::uint32_t i = 0; i < count_; ++i) f(static_cast<Name const&>(*entry(i)));
+  }
 
   // ---- local meanings ----
   std::size_t local_mark() const { return undo_.size(); }
@@ -138,9 +159,9 @@ class SymbolTable {
   std::vector<Slot> slots_;  // open addressing, linear probing, a power of two
 
   std::vector<Undo> undo_;
-  std::vector<std::size_t> scopes_;    // length of scoped_ where the scope was opened
+  std::vector<std::size_t> scopes_;  // length of scoped_ where the scope was opened
   std::vector<Declared> scoped_;
-  std::vector<Declared> unscoped_;     // declared while `global` was set
+  std::vector<Declared> unscoped_;  // declared while `global` was set
   std::vector<std::unique_ptr<Macro const>> macros_;
   std::vector<std::unique_ptr<SortDefinition const>> sorts_;
   std::uint32_t stamp_ = 0;

@@ -14,11 +14,13 @@ std::uint64_t read_numeral(Lexer const& lexer) {
 }
 
 void expect_close(Lexer& lexer, char const* where) {
-  if (lexer.next() != Token::close) lexer.fail(std::string("expected `)` ") + where + ", found " + lexer.describe());
+  if (lexer.next() != Token::close)
+    lexer.fail(std::string("expected `)` ") + where + ", found " + lexer.describe());
 }
 
 void expect_open(Lexer& lexer, char const* what) {
-  if (lexer.next() != Token::open) lexer.fail(std::string("expected ") + what + ", found " + lexer.describe());
+  if (lexer.next() != Token::open)
+    lexer.fail(std::string("expected ") + what + ", found " + lexer.describe());
 }
 
 Name* read_symbol(Lexer const& lexer, SymbolTable& symbols, char const* what) {
@@ -28,6 +30,13 @@ Name* read_symbol(Lexer const& lexer, SymbolTable& symbols, char const* what) {
     lexer.fail(std::string("expected ") + what + ", found the reserved word " + lexer.describe());
   }
   lexer.fail(std::string("expected ") + what + ", found " + lexer.describe());
+}
+
+void check_not_reserved(Lexer const& lexer, Name const* name, std::uint64_t offset) {
+  std::string_view const s = name->view();
+  if (s.empty() || (s[0] != '.' && s[0] != '@')) return;
+  lexer.fail(offset,
+             "symbol `" + std::string(s) + "` is reserved for solver use: it begins with `" + s[0] + "`");
 }
 
 void skip_attribute_value(Lexer& lexer, SymbolTable& symbols) {

@@ -17,6 +17,9 @@ void expect_close(Lexer& lexer, char const* where);
 void expect_open(Lexer& lexer, char const* what);
 // The symbol that is the current token. Throws Error when it is none; `what` completes "expected ".
 Name* read_symbol(Lexer const& lexer, SymbolTable& symbols, char const* what);
+// Throws Error when the symbol may not be declared by a script: names that begin with `.` or `@` are the
+// solver's own.
+void check_not_reserved(Lexer const& lexer, Name const* name, std::uint64_t offset);
 // Behind a keyword: passes over the attribute's value, if it has one. The current token is the one behind it.
 void skip_attribute_value(Lexer& lexer, SymbolTable& symbols);
 

@@ -1,10 +1,11 @@
-// One loop and one stack of open parentheses. A finished value goes to the frame on top: an application collects it, a
-// let binds it or passes it on, an annotation names it or passes it on. Nothing calls itself, so nesting costs 24 bytes
-// a level and no machine stack.
+// One loop and one stack of open parentheses. A finished value goes to the frame on top: an application
+// collects it, a let binds it or passes it on, an annotation names it or passes it on. Nothing calls itself,
+// so nesting costs 24 bytes a level and no machine stack.
 
 #include "vell/smtlib/termparser.h"
 
 #include "vell/smtlib/macro.h"
+#include "vell/smtlib/spelling.h"
 #include "vell/smtlib/syntax.h"
 
 namespace vell::smtlib {
@@ -15,9 +16,7 @@ std::string quoted(Name const* name) { return "`" + std::string(name->view()) + 
 
 Type const* type_of(Term_ const* t) { return t->symbol->get_output_type(); }
 
-unsigned digit_value(char c) {
-  return static_cast<unsigned>(c <= '9' ? c - '0' : (c | 32) - 'a' + 10);
-}
+unsigned digit_value(char c) { return static_cast<unsigned>(c <= '9' ? c - '0' : (c | 32) - 'a' + 10); }
 
 template <typename T>
 void shrink(std::vector<T>& v) {
@@ -65,6 +64,15 @@ Term_ const* TermParser::parse(std::vector<NamedTerm>& named) {
     symbols_.shrink_locals();
     return value;
   }
+}
+
+void TermParser::recover() {
+  frames_.clear();
+  values_.clear();
+  binders_.clear();
+  indices_.clear();
+  qualified_.clear();
+  parameters_.clear();
 }
 
 // Hands the value to the frames that wait for one; true when none is left and `value` is the whole term.
@@ -143,15 +151,16 @@ void TermParser::push_function(Name const* name, std::uint64_t offset) {
   switch (name->meaning) {
     case Name::Meaning::macro: push(Kind::macro, offset).macro = name->macro; return;
     case Name::Meaning::constant:
-    case Name::Meaning::definition: lexer_.fail(quoted(name) + " takes no arguments; write it without parentheses");
+    case Name::Meaning::definition:
+      lexer_.fail(quoted(name) + " takes no arguments; write it without parentheses");
     case Name::Meaning::none: break;
   }
   Operator const* const op = name->theory;
   if (op == nullptr) unknown(name, lexer_.offset());
   if (op->max_arguments == 0) lexer_.fail(quoted(name) + " takes no arguments; write it without parentheses");
   if (op->indices != 0)
-    lexer_.fail(quoted(name) + " is written with " + (op->indices == 1 ? "an index" : "two indices") + ", ((_ " +
-                op->name + (op->indices == 1 ? " 1" : " 1 0") + ") ...)");
+    lexer_.fail(quoted(name) + " is written with " + (op->indices == 1 ? "an index" : "two indices") +
+                ", ((_ " + op->name + (op->indices == 1 ? " 1" : " 1 0") + ") ...)");
   push(Kind::operation, offset).op = op;
 }
 
@@ -225,8 +234,9 @@ Term_ const* TermParser::close() {
                                 std::to_string(arguments.size()));
     for (std::size_t i = 0; i < arguments.size(); ++i)
       if (type_of(arguments[i]) != type_of(parameters[i]))
-        lexer_.fail(f.offset, "argument " + std::to_string(i + 1) + " has sort " + sort_text(type_of(arguments[i])) +
-                                  ", not " + sort_text(type_of(parameters[i])));
+        lexer_.fail(f.offset, "argument " + std::to_string(i + 1) + " has sort " +
+                                  sort_text(type_of(arguments[i])) + ", not " +
+                                  sort_text(type_of(parameters[i])));
     t = f.macro->instance(terms_, arguments);
   }
   values_.resize(f.base);
@@ -242,7 +252,8 @@ Term_ const* TermParser::close() {
 
 Term_ const* TermParser::plain_symbol() {
   Name const* const n = symbols_.intern(lexer_.text());
-  if (n->local != nullptr && (lexer_.kind() == Token::quoted || n->reserved == Reserved::none)) return n->local;
+  if (n->local != nullptr && (lexer_.kind() == Token::quoted || n->reserved == Reserved::none))
+    return n->local;
   if (lexer_.kind() == Token::symbol && n->reserved != Reserved::none)
     lexer_.fail("expected a term, found the reserved word " + lexer_.describe());
   return constant(n, lexer_.offset());
@@ -257,7 +268,8 @@ Term_ const* TermParser::constant(Name const* name, std::uint64_t offset) {
     case Name::Meaning::none: break;
   }
   if (name->theory == nullptr) unknown(name, offset);
-  if (name->theory->max_arguments != 0) lexer_.fail(offset, quoted(name) + " is a function and needs arguments");
+  if (name->theory->max_arguments != 0)
+    lexer_.fail(offset, quoted(name) + " is a function and needs arguments");
   return apply(terms_, *name->theory, {}, nullptr);
 }
 
@@ -289,11 +301,12 @@ Term_ const* TermParser::bit_vector_numeral() {
   std::uint64_t const width = read_numeral(lexer_);
   if (width == 0) lexer_.fail("the width of a bit-vector is at least 1");
   if (width > max_width)
-    lexer_.fail("the width of a bit-vector is at most " + std::to_string(max_width) + ", not " + std::to_string(width));
+    lexer_.fail("the width of a bit-vector is at most " + std::to_string(max_width) + ", not " +
+                std::to_string(width));
   expect_close(lexer_, "after the width of a numeral");
   if (small ? width < 64 && value >> width != 0 : large.sign() != 0 && large.size_in_base_2() > width)
-    lexer_.fail(offset, "bv" + shown + (length > shown.size() ? "..." : "") + " does not fit " + std::to_string(width) +
-                            (width == 1 ? " bit" : " bits"));
+    lexer_.fail(offset, "bv" + shown + (length > shown.size() ? "..." : "") + " does not fit " +
+                            std::to_string(width) + (width == 1 ? " bit" : " bits"));
   if (small && width <= 64) return number(value, width);
   if (small) large = QNumber::from_words(&value, 1);
   return terms_.mk_number(large, terms_.bv_type(width));
@@ -346,8 +359,9 @@ void TermParser::check_sort(Term_ const* term, Type const* sort, std::uint64_t o
 
 // ---- let and annotations ----
 
-// At the parenthesis in front of a let binding or at the one that ends their list. Reads up to the binding's value, or
-// puts the bindings in force, all at once: no value sees another variable of its list. False at an empty list.
+// At the parenthesis in front of a let binding or at the one that ends their list. Reads up to the binding's
+// value, or puts the bindings in force, all at once: no value sees another variable of its list. False at an
+// empty list.
 bool TermParser::next_binding(Frame& frame) {
   Token const t = lexer_.next();
   if (t == Token::open) {
@@ -382,7 +396,8 @@ bool TermParser::next_binding(Frame& frame) {
 void TermParser::read_attributes(Term_ const* term) {
   if (lexer_.next() != Token::keyword) lexer_.fail("expected an attribute, found " + lexer_.describe());
   while (lexer_.kind() != Token::close) {
-    if (lexer_.kind() != Token::keyword) lexer_.fail("expected an attribute or `)`, found " + lexer_.describe());
+    if (lexer_.kind() != Token::keyword)
+      lexer_.fail("expected an attribute or `)`, found " + lexer_.describe());
     if (lexer_.text() == ":named") {
       lexer_.next();
       name_term(term);
@@ -396,6 +411,7 @@ void TermParser::read_attributes(Term_ const* term) {
 
 void TermParser::name_term(Term_ const* term) {
   Name* const n = read_symbol(lexer_, symbols_, "the name of the term");
+  check_not_reserved(lexer_, n, lexer_.offset());
   if (n->theory != nullptr || n->meaning != Name::Meaning::none)
     lexer_.fail("symbol " + quoted(n) + " is already declared");
   if (occurs(parameters_, term))
@@ -410,15 +426,40 @@ void TermParser::name_term(Term_ const* term) {
 void TermParser::unknown(Name const* name, std::uint64_t offset) const {
   if (char const* why = refusal(name->view())) lexer_.fail(offset, quoted(name) + ": " + why);
   if (name->command != 0)
-    lexer_.fail(offset, "unknown symbol " + quoted(name) + "; a `)` may be missing before this command");
-  lexer_.fail(offset, "unknown symbol " + quoted(name));
+    lexer_.fail(offset, "unknown symbol " + quoted(name) + "; a `)` may be missing before this command" +
+                            lexer_.open_command());
+  Spelling spelling(name->view());
+  symbols_.each([&](Name const& n) {
+    if (n.theory != nullptr || n.meaning != Name::Meaning::none || n.local != nullptr ||
+        n.reserved == Reserved::let)
+      spelling.offer(n.view());
+  });
+  lexer_.fail(offset, "unknown symbol " + quoted(name) + spelling.hint());
+}
+
+// How the integer that is the current token is written as a bit-vector, as wide as the arguments in front of
+// it.
+std::string TermParser::bit_vector_hint() const {
+  std::string width = "WIDTH";
+  if (!frames_.empty() && frames_.back().kind == Kind::operation && frames_.back().op->indices == 0) {
+    for (std::size_t i = frames_.back().base; i < values_.size(); ++i) {
+      std::uint64_t bits = 0;
+      if (terms_.is_bv_type(type_of(values_[i]), &bits)) width = std::to_string(bits);
+    }
+  }
+  std::string const digits = lexer_.describe();
+  return "; a bit-vector is written (_ bv" + digits.substr(1, digits.size() - 2) + " " + width + ")";
 }
 
 void TermParser::not_a_term() const {
   switch (lexer_.kind()) {
-    case Token::numeral: lexer_.fail("integer " + lexer_.describe() + ": integers and reals are not supported");
-    case Token::decimal: lexer_.fail("real number " + lexer_.describe() + ": integers and reals are not supported");
-    case Token::string: lexer_.fail("string " + lexer_.describe() + ": strings and sequences are not supported");
+    case Token::numeral:
+      lexer_.fail("integer " + lexer_.describe() + ": integers and reals are not supported" +
+                  bit_vector_hint());
+    case Token::decimal:
+      lexer_.fail("real number " + lexer_.describe() + ": integers and reals are not supported");
+    case Token::string:
+      lexer_.fail("string " + lexer_.describe() + ": strings and sequences are not supported");
     default: lexer_.fail("expected a term, found " + lexer_.describe());
   }
 }

@@ -20,11 +20,14 @@ class TermParser {
  public:
   TermParser(TermManager& terms, Lexer& lexer, SymbolTable& symbols, SortParser& sorts);
 
-  // The term that begins with the current token; its last token is the current one afterwards. Terms named inside are
-  // bound in the symbol table and appended to `named`.
+  // The term that begins with the current token; its last token is the current one afterwards. Terms named
+  // inside are bound in the symbol table and appended to `named`.
   Term_ const* parse(std::vector<NamedTerm>& named);
   // The name given to the whole of the term parsed last; "" when it has none.
   std::string const& outer_name() const { return outer_name_; }
+
+  // Drops what a broken term left behind; local meanings in the symbol table are the caller's to drop.
+  void recover();
 
   // Variables that may not occur in a named term: the parameters of the definition that is being read.
   void set_parameters(std::vector<Term_ const*> parameters) { parameters_ = std::move(parameters); }
@@ -37,7 +40,7 @@ class TermParser {
       Operator const* op;
       Macro const* macro;
     };
-    std::uint64_t offset : 55;  // of the parenthesis
+    std::uint64_t offset : 55;    // of the parenthesis
     std::uint64_t qualified : 1;  // the result's sort is stated, on qualified_
     Kind kind;
     std::uint32_t base;  // of its values in values_
@@ -70,6 +73,7 @@ class TermParser {
   void name_term(Term_ const* term);
 
   [[noreturn]] void unknown(Name const* name, std::uint64_t offset) const;
+  std::string bit_vector_hint() const;
   [[noreturn]] void not_a_term() const;
 
   TermManager& terms_;

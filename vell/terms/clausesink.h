@@ -10,8 +10,9 @@ namespace vell::bv {
 
 // Implement the three operations over a SAT solver, a file or a container.
 //
-// A clause is the content of `lits` at the moment add_clause() is called, in buffer order. Literals 1 and -1 may occur
-// in clauses and mean the constants true and false; 0 never does. The sink owns the numbering of variables.
+// A clause is the content of `lits` at the moment add_clause() is called, in buffer order. Literals 1 and -1
+// may occur in clauses and mean the constants true and false; 0 never does. The sink owns the numbering of
+// variables.
 class VELL_API ClauseSink {
  public:
   virtual ~ClauseSink() = default;

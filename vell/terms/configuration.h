@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "vell/utils/export.h"
+
 namespace vell {
 
 // Options of the theories, nested as a solver groups them.

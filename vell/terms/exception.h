@@ -42,8 +42,8 @@ class VELL_API Exception : public std::exception {
   char const* what() const noexcept override;
 
  protected:
-  // Debugging aid: with VELL_ABORT_ON_EXCEPTION defined when the library is built, writes the message to stderr and
-  // aborts where the error is raised. Does nothing otherwise.
+  // Debugging aid: with VELL_ABORT_ON_EXCEPTION defined when the library is built, writes the message to
+  // stderr and aborts where the error is raised. Does nothing otherwise.
   void dump_msg_and_raise_assertion() const;
 
  private:

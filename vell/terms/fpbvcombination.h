@@ -15,10 +15,11 @@ class VELL_API FpBvCombination {
   // Makes the layer encode the term.
   virtual void encode_term(Term_ const* term) = 0;
 
-  // Whether the layer has encoded the term.
-  virtual bool is_encoded(Term_ const* term) const = 0;
+  // Whether the layer has encoded the term. For the layer's own use: the clausifier does not ask.
+  virtual bool is_encoded(Term_ const*) const { return false; }
 
-  // Fills `out` (empty on entry) with the bits of the term: fraction, biased exponent, sign; least significant first.
+  // Fills `out` (empty on entry) with the bits of the term: fraction, biased exponent, sign; least
+  // significant first.
   virtual void get_term_bits(Term_ const* term, bv::BvLitList* out) = 0;
 };
 

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "vell/utils/export.h"
+
 namespace vell::bv {
 
 // A propositional literal: 1 true, -1 false, 0 none; v >= 2 a variable, -v its negation.

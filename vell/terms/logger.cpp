@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <iostream>
+#include <sstream>
 
 namespace vell {
 
@@ -24,7 +25,16 @@ Logger& Logger::write(std::string_view text) {
   return *this;
 }
 
-Logger& Logger::operator<<(Term_ const* term) { return enabled(level_) ? write(term->to_shallow_str()) : *this; }
+Logger& Logger::operator<<(double n) {
+  if (!enabled(level_)) return *this;
+  std::ostringstream text;
+  text << n;
+  return write(text.str());
+}
+
+Logger& Logger::operator<<(Term_ const* term) {
+  return enabled(level_) ? write(term->to_shallow_str()) : *this;
+}
 
 Logger& Logger::operator<<(Type const* type) { return enabled(level_) ? write(type->to_str()) : *this; }
 

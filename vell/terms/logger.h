@@ -4,9 +4,9 @@
 //
 //   logger("BV") << loglevel(3) << "calling a hook for " << term << endlog;
 //
-// A piece is written only when the logger is not muted, the message's level is not negative and it is at most the
-// verbosity; each << tests that again, so a level may change in the middle of a line. Code on a hot path asks
-// enabled() first and leaves the pieces unrendered.
+// A piece is written only when the logger is not muted, the message's level is not negative and it is at most
+// the verbosity; each << tests that again, so a level may change in the middle of a line. Code on a hot path
+// asks enabled() first and leaves the pieces unrendered.
 //
 // Tested by tests/terms/logger_test.cpp.
 
@@ -14,6 +14,7 @@
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include "vell/terms/literal.h"
 #include "vell/terms/term.h"
@@ -70,6 +71,14 @@ class VELL_API Logger {
   }
   // The module selected last. Not owned.
   char const* module() const { return module_; }
+  // The level set last.
+  int level() const { return level_; }
+  // Begins a message: selects module and level, written or not. Whether it is written.
+  bool begin(char const* module, int level) {
+    module_ = module;
+    level_ = level;
+    return enabled(level);
+  }
 
   // Sets the level of what follows.
   Logger& operator<<(loglevel n) {
@@ -79,16 +88,21 @@ class VELL_API Logger {
   // Ends the line.
   Logger& operator<<(EndLog) { return write("\n"); }
 
-  // Text as it is, integers in decimal, truth values as 0 and 1.
+  // Text as it is, numbers in decimal, truth values as 0 and 1.
   Logger& operator<<(char const* text) { return write(text); }
   Logger& operator<<(std::string const& text) { return write(text); }
   Logger& operator<<(std::string_view text) { return write(text); }
   Logger& operator<<(bool b) { return write(b ? "1" : "0"); }
-  Logger& operator<<(unsigned n) { return number(n); }
-  Logger& operator<<(unsigned long n) { return number(n); }
-  Logger& operator<<(unsigned long long n) { return number(n); }
-  Logger& operator<<(long n) { return number(n); }
-  Logger& operator<<(long long n) { return number(n); }
+  // Every type of numbers but bool and BvLit; a character is the number of its code.
+  template <typename N>
+  requires(std::is_integral_v<N> && !std::is_same_v<N, bool> && !std::is_same_v<N, bv::BvLit>) Logger&
+  operator<<(N n) {
+    return enabled(level_) ? write(std::to_string(n)) : *this;
+  }
+  // As a stream writes it that nobody has set up: six digits.
+  Logger& operator<<(double n);
+  Logger& operator<<(float n) { return *this << static_cast<double>(n); }
+  Logger& operator<<(long double n) { return *this << static_cast<double>(n); }
   // The shallow form of the term.
   Logger& operator<<(Term_ const* term);
   // Type::to_str of the type.
@@ -99,10 +113,6 @@ class VELL_API Logger {
   Logger& operator<<(bv::BvLitList const& bits);
 
  private:
-  template <typename N>
-  Logger& number(N n) {
-    return enabled(level_) ? write(std::to_string(n)) : *this;
-  }
   Logger& write(std::string_view text);
   void update_threshold() { threshold_ = muted_ ? -1 : verbosity_; }
 

@@ -32,7 +32,8 @@ OperatorInfo const& info_of(SymbolTag::tag tag) {
 
 Type const* type_of(Term_ const* t) { return t->symbol->get_output_type(); }
 
-[[noreturn]] void mismatch(OperatorInfo const& info, char const* wants, std::span<Term_ const* const> children) {
+[[noreturn]] void mismatch(OperatorInfo const& info, char const* wants,
+                           std::span<Term_ const* const> children) {
   SortError e(std::string(info.name) + " takes " + wants);
   char const* separator = ", not ";
   for (Term_ const* c : children) {
@@ -58,8 +59,8 @@ std::string sort_text(Type const* type) {
     case Type::Kind::floating_point: {
       std::string const s = type->to_str();
       std::size_t const dot = s.find('.');
-      return "(_ FloatingPoint " + s.substr(2, dot - 2) + " " + std::to_string(std::stoull(s.substr(dot + 1)) + 1) +
-             ")";
+      return "(_ FloatingPoint " + s.substr(2, dot - 2) + " " +
+             std::to_string(std::stoull(s.substr(dot + 1)) + 1) + ")";
     }
     default: return type->to_str();
   }
@@ -77,7 +78,8 @@ Term_ const* TermManager::mk_app(SymbolTag::tag tag, std::span<Term_ const* cons
   auto word = [&](std::size_t i) { return is_bv_type(type_of(children[i]), &width); };
   auto all_words = [&] {
     for (std::size_t i = 0; i < children.size(); ++i)
-      if (!word(i) || type_of(children[i]) != type_of(children[0])) mismatch(info, "words of one width", children);
+      if (!word(i) || type_of(children[i]) != type_of(children[0]))
+        mismatch(info, "words of one width", children);
   };
 
   Type const* out = nullptr;
@@ -122,8 +124,8 @@ Term_ const* TermManager::mk_app(SymbolTag::tag tag, std::span<Term_ const* cons
     case Rule::extract:
       if (!word(0)) mismatch(info, "a word", children);
       if (parameter0 < parameter1 || parameter0 >= width)
-        throw SortError("extract takes msb >= lsb below the width, not " + std::to_string(parameter0) + " and " +
-                        std::to_string(parameter1) + " of width " + std::to_string(width));
+        throw SortError("extract takes msb >= lsb below the width, not " + std::to_string(parameter0) +
+                        " and " + std::to_string(parameter1) + " of width " + std::to_string(width));
       out = bv_type(parameter0 - parameter1 + 1);
       break;
     case Rule::rotate:

@@ -24,8 +24,8 @@ void load(QNumber const& q, mpz_t numerator, mpz_t denominator) {
   }
 }
 
-// Three-way comparison of a/b with c/d: both denominators are divided by their gcd, then cross-multiplied. Negative
-// denominators turn the sign.
+// Three-way comparison of a/b with c/d: both denominators are divided by their gcd, then cross-multiplied.
+// Negative denominators turn the sign.
 int compare(QNumber const& x, QNumber const& y) {
   if (!x.is_big() && !y.is_big() && x.small_denominator() == y.small_denominator()) {
     int const c = (x.small_numerator() > y.small_numerator()) - (x.small_numerator() < y.small_numerator());
@@ -34,7 +34,7 @@ int compare(QNumber const& x, QNumber const& y) {
   GmpPair a, b;
   load(x, a.numerator, a.denominator);
   load(y, b.numerator, b.denominator);
-  GmpPair& tmp = QNumber::gmp_tmp();
+  GmpPair& tmp = QNumber::gmp_tmp;
   mpz_gcd(tmp.numerator, a.denominator, b.denominator);
   mpz_divexact(tmp.denominator, b.denominator, tmp.numerator);
   mpz_mul(a.numerator, a.numerator, tmp.denominator);
@@ -64,10 +64,7 @@ void QNumber::swap(QNumber& other) noexcept {
 
 void QNumber::release() { delete big_; }
 
-GmpPair& QNumber::gmp_tmp() {
-  static thread_local GmpPair pair;
-  return pair;
-}
+thread_local GmpPair QNumber::gmp_tmp;
 
 QNumber QNumber::from_digits(std::string_view digits, int base, bool force_big) {
   GmpPair* g = new GmpPair;
@@ -178,7 +175,8 @@ std::string QNumber::to_str() const {
 
 std::uint64_t QNumber::hash() const {
   auto mix = [](std::uint64_t h, std::uint64_t w) { return (h ^ w) * 0x9e3779b97f4a7c15u ^ (h >> 29); };
-  if (!is_big()) return mix(mix(0, static_cast<std::uint64_t>(small_)), static_cast<std::uint64_t>(denominator_));
+  if (!is_big())
+    return mix(mix(0, static_cast<std::uint64_t>(small_)), static_cast<std::uint64_t>(denominator_));
   std::uint64_t h = mix(1, static_cast<std::uint64_t>(mpz_sgn(big_->numerator)));
   std::size_t const n = mpz_size(big_->numerator);
   for (std::size_t i = 0; i < n; ++i) h = mix(h, mpz_getlimbn(big_->numerator, static_cast<mp_size_t>(i)));

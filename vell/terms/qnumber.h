@@ -2,9 +2,9 @@
 
 // Exact rationals in two forms: a machine-word pair, or GMP integers behind a pointer.
 //
-// Nearly every constant of a bit-vector problem fits a word, so the small form needs no allocation; a denominator word
-// of 0 marks the big form. Which form a number has is visible (bits above 63 of a small negative number read 0, those
-// of a big one 1), so operations keep the form of their operand.
+// Nearly every constant of a bit-vector problem fits a word, so the small form needs no allocation; a
+// denominator word of 0 marks the big form. Which form a number has is visible (bits above 63 of a small
+// negative number read 0, those of a big one 1), so operations keep the form of their operand.
 //
 // Tested by tests/terms/qnumber_test.cpp.
 
@@ -43,12 +43,14 @@ class VELL_API QNumber {
   // Exchanges values and forms.
   void swap(QNumber& other) noexcept;
 
-  // The integer written in digits of base 2, 10 or 16 (either case), an optional '-' first. Small when it fits a signed
-  // 64-bit word, big otherwise; always big with force_big. Throws Exception for text that is no such integer.
+  // The integer written in digits of base 2, 10 or 16 (either case), an optional '-' first. Small when it
+  // fits a signed 64-bit word, big otherwise; always big with force_big. Throws Exception for text that is no
+  // such integer.
   static QNumber from_digits(std::string_view digits, int base, bool force_big = false);
   // 2^exponent - 1.
   static QNumber power_of_two_minus_one(std::uint64_t exponent);
-  // The unsigned integer held in `count` words, least significant first. Small when it fits a signed 64-bit word.
+  // The unsigned integer held in `count` words, least significant first. Small when it fits a signed 64-bit
+  // word.
   static QNumber from_words(std::uint64_t const* words, std::size_t count);
 
   // Whether the number is held as GMP integers.
@@ -72,22 +74,24 @@ class VELL_API QNumber {
   bool fits_int64() const;
   // The numerator as a signed 64-bit word; 0 when it does not fit.
   std::int64_t to_int64() const;
-  // Integer division of the numerator's value where the denominator divides it; the caller knows that it does.
+  // Integer division of the numerator's value where the denominator divides it; the caller knows that it
+  // does.
   QNumber exact_quotient() const;
 
   // Decimal text, "n" or "n/d".
   std::string to_str() const;
-  // Of numerator and form: equal numbers of the same form, in lowest terms, have the same. Cost: the number's length.
+  // Of numerator and form: equal numbers of the same form, in lowest terms, have the same. Cost: the number's
+  // length.
   std::uint64_t hash() const;
 
-  // Order and equality of the rational values, whichever forms they have. Small numbers of one denominator, so all small
-  // integers, cost a comparison; anything else goes through GMP.
+  // Order and equality of the rational values, whichever forms they have. Small numbers of one denominator,
+  // so all small integers, cost a comparison; anything else goes through GMP.
   friend VELL_API bool operator<(QNumber const& a, QNumber const& b);
   friend VELL_API bool operator==(QNumber const& a, QNumber const& b);
 
-  // Scratch pair of the comparisons, so that none of them allocates once it has grown. One per thread: two managers may
-  // be used by two threads.
-  static GmpPair& gmp_tmp();
+  // Scratch pair of the comparisons, so that none of them allocates once it has grown. One per thread: two
+  // managers may be used by two threads. A complete type with qnumber_gmp.h.
+  static thread_local GmpPair gmp_tmp;
 
   // The GMP integers of the big form; null for the small one.
   GmpPair const* gmp() const { return is_big() ? big_ : nullptr; }

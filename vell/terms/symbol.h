@@ -5,6 +5,7 @@
 #include "vell/terms/qnumber.h"
 #include "vell/terms/symboltag.h"
 #include "vell/terms/type.h"
+#include "vell/utils/export.h"
 
 namespace vell {
 
@@ -35,7 +36,8 @@ class Symbol {
   // What the constructing TermManager gave the symbol.
   Role role() const { return role_; }
   SymbolTag::tag tag() const { return tag_; }
-  // Parameters of an indexed operator, 0 where it has none: extract msb, lsb; rotations and extensions the amount.
+  // Parameters of an indexed operator, 0 where it has none: extract msb, lsb; rotations and extensions the
+  // amount.
   std::uint64_t parameter(unsigned i) const { return parameters_[i]; }
 
  private:

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "vell/utils/export.h"
+
 namespace vell {
 
 // Operator kinds. The clausifier's hook table is indexed by them.
@@ -57,19 +59,19 @@ enum tag : std::uint32_t {
 struct OperatorInfo {
   // Its arguments' sorts and the result's, w a word.
   enum class Typing : std::uint8_t {
-    none,         // not built by mk_app
-    constant,     // () -> Bool
-    booleans,     // Bool ... -> Bool
-    same_words,   // w ... -> w
-    word_order,   // w w -> Bool
-    equality,     // s s -> Bool
-    ite,          // Bool s s -> s
-    concat,       // v w -> v + w
-    extract,      // w -> msb - lsb + 1
-    rotate,       // w -> w, amount at most w
-    extend,       // w -> w + amount
-    fp_to_word,   // rm fp -> w (parameter 0)
-    fp_as_word    // fp -> e + s + 1
+    none,        // not built by mk_app
+    constant,    // () -> Bool
+    booleans,    // Bool ... -> Bool
+    same_words,  // w ... -> w
+    word_order,  // w w -> Bool
+    equality,    // s s -> Bool
+    ite,         // Bool s s -> s
+    concat,      // v w -> v + w
+    extract,     // w -> msb - lsb + 1
+    rotate,      // w -> w, amount at most w
+    extend,      // w -> w + amount
+    fp_to_word,  // rm fp -> w (parameter 0)
+    fp_as_word   // fp -> e + s + 1
   };
 
   SymbolTag::tag tag;   // its number

@@ -23,7 +23,8 @@ struct VELL_API Term_ {
 #pragma clang diagnostic pop
 #endif
 
-  // One level of the term as text: "x", "(bvadd x #17)"; a child with arguments of its own prints as # and its id.
+  // One level of the term as text: "x", "(bvadd x #17)"; a child with arguments of its own prints as # and
+  // its id.
   std::string to_shallow_str() const;
 };
 

@@ -4,8 +4,8 @@
 
 namespace vell {
 
-// Polled once for every term that is translated. A derived test stops the work by throwing; the exception reaches the
-// caller unchanged. The base test never stops anything.
+// Polled once for every term that is translated. A derived test stops the work by throwing; the exception
+// reaches the caller unchanged. The base test never stops anything.
 class VELL_API TerminationTest {
  public:
   virtual ~TerminationTest() = default;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cassert>
 #include <new>
 
 #include "vell/terms/exception.h"
@@ -11,8 +12,8 @@ namespace vell {
 
 namespace {
 
-// Term memory comes in chunks of 2^18 words of 8 bytes, two megabytes. A place is a word number: chunk number and offset
-// in one.
+// Term memory comes in chunks of 2^18 words of 8 bytes, two megabytes. A place is a word number: chunk number
+// and offset in one.
 constexpr unsigned chunk_bits = 18;
 constexpr std::uint64_t chunk_words = std::uint64_t{1} << chunk_bits;
 constexpr std::uint64_t max_places = UINT32_MAX;
@@ -29,8 +30,9 @@ std::uint32_t term_hash(Symbol const* symbol, Term_ const* const* children, std:
   return static_cast<std::uint32_t>(h >> 16);
 }
 
-// The slot that a term's youngest child points to. Ids reach two thirds of the number of slots, so this spreads them over
-// the whole table. A term without children is where its symbol's place among the symbols points to.
+// The slot that a term's youngest child points to. Ids reach two thirds of the number of slots, so this
+// spreads them over the whole table. A term without children is where its symbol's place among the symbols
+// points to.
 std::uint64_t near_slot(Symbol const* symbol, Term_ const* const* children, std::uint64_t n) {
   if (n == 0) return reinterpret_cast<std::uintptr_t>(symbol) / 32;
   std::uint64_t youngest = 0;
@@ -38,8 +40,8 @@ std::uint64_t near_slot(Symbol const* symbol, Term_ const* const* children, std:
   return youngest + youngest / 2;
 }
 
-// Slots tried near there, from one of as many on, before the hash alone decides: a child of very many terms must not
-// make a long row.
+// Slots tried near there, from one of as many on, before the hash alone decides: a child of very many terms
+// must not make a long row.
 constexpr std::uint64_t near_slots = 16;
 
 }  // namespace
@@ -69,8 +71,9 @@ Type const* TermManager::bv_type(std::uint64_t width) {
   Type const*& slot = bv_types_[width];
   if (slot == nullptr) {
     Type const* w = new_type(Type::Kind::width, width);
-    slot = new_type(Type::Kind::bit_vector, width);
+    Type const* t = new_type(Type::Kind::bit_vector, width);
     types_.back()->components = {bv_type_marker, w};
+    slot = t;
   }
   return slot;
 }
@@ -79,8 +82,9 @@ Type const* TermManager::fp_type(std::uint64_t exponent_width, std::uint64_t fra
   Type const*& slot = fp_types_[exponent_width][fraction_width];
   if (slot == nullptr) {
     Type const* format = new_type(Type::Kind::format, exponent_width, fraction_width);
-    slot = new_type(Type::Kind::floating_point, exponent_width, fraction_width);
+    Type const* t = new_type(Type::Kind::floating_point, exponent_width, fraction_width);
     types_.back()->components = {fp_type_marker, format};
+    slot = t;
   }
   return slot;
 }
@@ -132,7 +136,8 @@ bool TermManager::is_bv_rotate_left(Symbol const* symbol, std::uint64_t* amount,
   return true;
 }
 
-bool TermManager::is_bv_rotate_right(Symbol const* symbol, std::uint64_t* amount, std::uint64_t* width) const {
+bool TermManager::is_bv_rotate_right(Symbol const* symbol, std::uint64_t* amount,
+                                     std::uint64_t* width) const {
   if (symbol->role_ != Symbol::Role::rotate_right) return false;
   put(amount, symbol->parameters_[0]);
   if (width != nullptr) is_bv_type(symbol->output_type_, width);
@@ -232,14 +237,16 @@ void TermManager::resize_term_table(std::size_t slots) {
   for (Slot const& s : old) {
     if (s.place == 0) continue;
     Term_ const* t = at(s.place);
-    find_slot(s.hash, near_slot(t->symbol, t->children, t->symbol->arity), [](Term_ const*) { return false; }) = s;
+    find_slot(s.hash, near_slot(t->symbol, t->children, t->symbol->arity),
+              [](Term_ const*) { return false; }) = s;
   }
 }
 
 // Room for `words` words in one piece; the place is kept in next_place_.
 void TermManager::reserve_words(std::uint64_t words) {
   if (next_place_ + words <= chunk_end_place_) return;
-  std::uint64_t const spans = (words + chunk_words - 1) >> chunk_bits;  // above 1 only for terms of huge arity
+  std::uint64_t const spans =
+      (words + chunk_words - 1) >> chunk_bits;  // above 1 only for terms of huge arity
   std::uint64_t const start = chunks_.size() << chunk_bits;
   if (start + (spans << chunk_bits) >= max_places) throw Exception("too many terms");
   // A manager of few terms does with little memory; one of many is read in large pages.
@@ -248,8 +255,8 @@ void TermManager::reserve_words(std::uint64_t words) {
       chunks_.empty() ? static_cast<char*>(std::malloc(bytes)) : HugePageAllocator<char>().allocate(bytes);
   if (memory == nullptr) throw std::bad_alloc();
   chunks_.push_back(memory);
-  // A long chunk holds the one term it was made for: a term is found by its first word, and only the first span of
-  // the chunk is known by its place, so nothing may start in what is left of the last one.
+  // A long chunk holds the one term it was made for: a term is found by its first word, and only the first
+  // span of the chunk is known by its place, so nothing may start in what is left of the last one.
   for (std::uint64_t i = 1; i < spans; ++i) chunks_.push_back(nullptr);
   next_place_ = start;
   chunk_end_place_ = start + (spans > 1 ? words : chunk_words);
@@ -308,7 +315,8 @@ Term_ const* TermManager::mk_number(QNumber const& value, Type const* type) {
     old.swap(numerals_);
     for (Slot const& s : old) {
       if (s.place == 0) continue;
-      for (i = s.hash & (numerals_.size() - 1); numerals_[i].place != 0; i = (i + 1) & (numerals_.size() - 1)) {
+      for (i = s.hash & (numerals_.size() - 1); numerals_[i].place != 0;
+           i = (i + 1) & (numerals_.size() - 1)) {
       }
       numerals_[i] = s;
     }
@@ -317,6 +325,7 @@ Term_ const* TermManager::mk_number(QNumber const& value, Type const* type) {
 }
 
 Term_ const* TermManager::mk_bv(std::uint64_t value, std::uint64_t width) {
+  assert(width >= 64 || value >> width == 0);
   if (width < 64) value &= (std::uint64_t{1} << width) - 1;
   return mk_number(QNumber::from_words(&value, 1), bv_type(width));
 }

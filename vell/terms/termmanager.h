@@ -2,17 +2,18 @@
 
 // Factory and oracle of the term layer.
 //
-// Types, numerals, operator symbols and terms are interned: made once, compared by pointer, owned by the manager and
-// released with it. A term that exists costs one probe of the term table and no allocation. The table holds, per slot,
-// 32 bits of hash and the term's place in the arena: 8 bytes a slot, and a probe reads a term only when the hash
-// agrees. With two children a term takes 32 bytes in the arena and 12 to 24 in the table.
+// Types, numerals, operator symbols and terms are interned: made once, compared by pointer, owned by the
+// manager and released with it. A term that exists costs one probe of the term table and no allocation. The
+// table holds, per slot, 32 bits of hash and the term's place in the arena: 8 bytes a slot, and a probe reads
+// a term only when the hash agrees. With two children a term takes 32 bytes in the arena and 12 to 24 in the
+// table.
 //
-// A term is looked for first where its youngest child's number points, since terms are mostly made soon after their
-// children: a script's probes then walk through the table instead of hitting it at random, which would cost a miss of
-// every cache for each term.
+// A term is looked for first where its youngest child's number points, since terms are mostly made soon after
+// their children: a script's probes then walk through the table instead of hitting it at random, which would
+// cost a miss of every cache for each term.
 //
-// Every term stays until the manager dies; its ids count from 1 without a gap, children below their parents, so a pass
-// over a cone in id order sees children first without a stack.
+// Every term stays until the manager dies; its ids count from 1 without a gap, children below their parents,
+// so a pass over a cone in id order sees children first without a stack.
 //
 // Tested by tests/terms/termmanager_test.cpp.
 
@@ -37,19 +38,19 @@ namespace vell {
 
 // What a new symbol is made of; see TermManager::make_symbol.
 struct SymbolSpec {
-  std::string_view name;                         // copied
-  std::uint64_t arity = 0;                       // number of arguments
-  Type const* output_type = nullptr;             // type of the terms; of the same manager, must be set
-  SymbolTag::tag tag = SymbolTag::none;          // selects the clausifier's handler
-  Symbol::Role role = Symbol::Role::plain;       // what the queries answer
-  std::uint64_t parameter0 = 0;                  // as in Symbol::parameter
-  std::uint64_t parameter1 = 0;                  // as in Symbol::parameter
-  QNumber const* number = nullptr;               // copied; for Role::number
-  std::string_view label = {};                   // text of the symbol's terms; empty: made from name and children
+  std::string_view name;                    // copied
+  std::uint64_t arity = 0;                  // number of arguments
+  Type const* output_type = nullptr;        // type of the terms; of the same manager, must be set
+  SymbolTag::tag tag = SymbolTag::none;     // selects the clausifier's handler
+  Symbol::Role role = Symbol::Role::plain;  // what the queries answer
+  std::uint64_t parameter0 = 0;             // as in Symbol::parameter
+  std::uint64_t parameter1 = 0;             // as in Symbol::parameter
+  QNumber const* number = nullptr;          // copied; for Role::number
+  std::string_view label = {};              // text of the symbol's terms; empty: made from name and children
 };
 
-// Owns its types, symbols and terms. Several threads may read them as long as none makes any; two managers share
-// nothing.
+// Owns its types, symbols and terms. Several threads may read them as long as none makes any; two managers
+// share nothing.
 class VELL_API TermManager {
  public:
   TermManager();
@@ -58,18 +59,19 @@ class VELL_API TermManager {
   TermManager& operator=(TermManager const&) = delete;
 
   // ---- types ----
-  Type const* bool_type;       // of Boolean terms
-  Type const* bv_type_marker;  // component 0 of every bit-vector type
-  Type const* fp_type_marker;  // component 0 of every floating-point type
-  Type const* int_type;        // of integers, which have no bits
-  Type const* real_type;       // of reals, which have no bits
+  Type const* bool_type;           // of Boolean terms
+  Type const* bv_type_marker;      // component 0 of every bit-vector type
+  Type const* fp_type_marker;      // component 0 of every floating-point type
+  Type const* int_type;            // of integers, which have no bits
+  Type const* real_type;           // of reals, which have no bits
   Type const* rounding_mode_type;  // of rounding modes, two bits each
 
   // The type of words of `width` bits.
   Type const* bv_type(std::uint64_t width);
   // exponent_width, fraction_width in bits, the fraction without the hidden bit.
   Type const* fp_type(std::uint64_t exponent_width, std::uint64_t fraction_width);
-  // The type of functions from these argument types to the result. A walk over the function types made so far.
+  // The type of functions from these argument types to the result. A walk over the function types made so
+  // far.
   Type const* function_type(std::span<Type const* const> arguments, Type const* result);
 
   // ---- queries; a null out pointer asks only the question ----
@@ -114,7 +116,8 @@ class VELL_API TermManager {
   // Whether the symbol is an extraction; its bounds, 0 the least significant bit, and msb + 1 - lsb.
   bool is_bv_extract(Symbol const* symbol, std::uint64_t* msb = nullptr, std::uint64_t* lsb = nullptr,
                      std::uint64_t* selected_width = nullptr) const;
-  // Whether the symbol is a rotation in that direction; by how many bits, as written, and the width of the word.
+  // Whether the symbol is a rotation in that direction; by how many bits, as written, and the width of the
+  // word.
   bool is_bv_rotate_left(Symbol const* symbol, std::uint64_t* amount = nullptr,
                          std::uint64_t* width = nullptr) const;
   bool is_bv_rotate_right(Symbol const* symbol, std::uint64_t* amount = nullptr,
@@ -135,7 +138,8 @@ class VELL_API TermManager {
   // A new symbol, different from every other, however much they look alike.
   Symbol const* make_symbol(SymbolSpec const& spec);
   // The symbol of an operator, one for each combination of the arguments. The name is that of the tag.
-  // Parameters are those of Symbol::parameter; signed less-than keeps the width of its operands as parameter 0.
+  // Parameters are those of Symbol::parameter; signed less-than keeps the width of its operands as parameter
+  // 0.
   Symbol const* operator_symbol(SymbolTag::tag tag, std::uint64_t arity, Type const* output_type,
                                 std::uint64_t parameter0 = 0, std::uint64_t parameter1 = 0);
 
@@ -149,17 +153,19 @@ class VELL_API TermManager {
   Term_ const* mk_variable(std::string_view name, Type const* type);
   // The numeral of a value and a type; the value of a bit-vector numeral is its unsigned one.
   Term_ const* mk_number(QNumber const& value, Type const* type);
-  // The numeral of value modulo 2^width, as a word.
+  // The numeral of a value below 2^width, as a word. Debug builds assert that it is; release builds take it
+  // modulo 2^width.
   Term_ const* mk_bv(std::uint64_t value, std::uint64_t width);
   // The constant true or false.
   Term_ const* mk_bool(bool value);
-  // An application with its sorts checked and its type inferred; parameters as in Symbol::parameter. Throws SortError
-  // with one line that says what does not fit. See operators.h for the operators.
-  Term_ const* mk_app(SymbolTag::tag tag, std::span<Term_ const* const> children, std::uint64_t parameter0 = 0,
-                      std::uint64_t parameter1 = 0);
+  // An application with its sorts checked and its type inferred; parameters as in Symbol::parameter. Throws
+  // SortError with one line that says what does not fit. See operators.h for the operators.
+  Term_ const* mk_app(SymbolTag::tag tag, std::span<Term_ const* const> children,
+                      std::uint64_t parameter0 = 0, std::uint64_t parameter1 = 0);
   Term_ const* mk_app(SymbolTag::tag tag, std::initializer_list<Term_ const*> children,
                       std::uint64_t parameter0 = 0, std::uint64_t parameter1 = 0) {
-    return mk_app(tag, std::span<Term_ const* const>(children.begin(), children.size()), parameter0, parameter1);
+    return mk_app(tag, std::span<Term_ const* const>(children.begin(), children.size()), parameter0,
+                  parameter1);
   }
 
   // Makes room for about so many terms in the table. It takes no memory before they are made.
@@ -177,7 +183,8 @@ class VELL_API TermManager {
 
   Type const* new_type(Type::Kind kind, std::uint64_t a = 0, std::uint64_t b = 0);
   void resize_term_table(std::size_t slots);
-  // The slot where a term is, or where it would go. near: where to look first; same: whether a term is the one.
+  // The slot where a term is, or where it would go. near: where to look first; same: whether a term is the
+  // one.
   template <typename Same>
   Slot& find_slot(std::uint32_t hash, std::uint64_t near, Same same);
   void reserve_words(std::uint64_t words);
@@ -191,7 +198,7 @@ class VELL_API TermManager {
   Arena symbol_arena_;
   std::vector<QNumber*> numbers_;  // live in symbol_arena_, destroyed with the manager
   std::unordered_multimap<std::uint64_t, Symbol const*> operator_symbols_;
-  std::uint64_t operators_ = 0;  // bit t: a symbol of tag t is among them
+  std::uint64_t operators_ = 0;             // bit t: a symbol of tag t is among them
   Symbol const* recent_symbols_[256] = {};  // direct-mapped front of operator_symbols_
   std::vector<Slot> numerals_;  // by value and type; open addressing, linear probing, a power of two
   std::uint64_t numeral_count_ = 0;
@@ -200,8 +207,8 @@ class VELL_API TermManager {
 
   ZeroedArray<Slot> table_;  // open addressing, linear probing, a power of two
   std::uint64_t term_count_ = 0;
-  std::vector<char*> chunks_;         // term memory, addressed by place
-  std::uint64_t next_place_ = 0;      // in words of 8 bytes
+  std::vector<char*> chunks_;     // term memory, addressed by place
+  std::uint64_t next_place_ = 0;  // in words of 8 bytes
   std::uint64_t chunk_end_place_ = 0;
 };
 

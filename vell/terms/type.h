@@ -11,8 +11,9 @@ namespace vell {
 
 // A sort, interned by its TermManager and compared by pointer.
 //
-// A bit-vector type has two components: TermManager::bv_type_marker and a width type. A floating-point type has two:
-// TermManager::fp_type_marker and a format type. A function type has its argument types and its result type, last.
+// A bit-vector type has two components: TermManager::bv_type_marker and a width type. A floating-point type
+// has two: TermManager::fp_type_marker and a format type. A function type has its argument types and its
+// result type, last.
 class VELL_API Type {
  public:
   // What the type is; the first six and functions are sorts of terms, the others components of them.

@@ -2,8 +2,8 @@
 
 // Bump allocator: memory that is given back all at once.
 //
-// Terms, symbols and names live as long as their manager, so nothing tracks single objects; dropping a term DAG of any
-// depth is a walk over its chunks, not over its edges.
+// Terms, symbols and names live as long as their manager, so nothing tracks single objects; dropping a term
+// DAG of any depth is a walk over its chunks, not over its edges.
 //
 // Tested by tests/utils/arena_test.cpp.
 
@@ -14,6 +14,8 @@
 #include <new>
 #include <string_view>
 #include <vector>
+
+#include "vell/utils/export.h"
 
 namespace vell {
 

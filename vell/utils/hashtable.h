@@ -2,10 +2,10 @@
 
 // Chained hash table with prime bucket counts and pooled nodes.
 //
-// The table behind the bits cache. Chains rather than open addressing, because entries are removed in bursts by
-// backtracking and node addresses must survive growth; nodes of 24 bytes from a pool, so that neither insertion nor
-// removal reaches the system allocator. The load limit of 0.7 is tested before every insertion, also one that finds
-// its key, so that the bucket count is a function of the calls made and of nothing else.
+// The table behind the bits cache. Chains rather than open addressing, because entries are removed in bursts
+// by backtracking and node addresses must survive growth; nodes of 24 bytes from a pool, so that neither
+// insertion nor removal reaches the system allocator. The load limit of 0.7 is tested before every insertion,
+// also one that finds its key, so that the bucket count is a function of the calls made and of nothing else.
 //
 // Tested by tests/utils/hashtable_test.cpp.
 
@@ -16,6 +16,7 @@
 #include <utility>
 #include <vector>
 
+#include "vell/utils/export.h"
 #include "vell/utils/memorypool.h"
 #include "vell/utils/primes.h"
 
@@ -96,8 +97,9 @@ class Hashtable {
   MemoryPool<24, false> const& node_pool() const { return nodes_; }
 
  private:
-  // The hash modulo the number of buckets. Where both fit 32 bits the remainder comes from two multiplications by the
-  // reciprocal in 64 bits, exact there (Lemire, Kaser, Kurz, "Faster remainder by direct computation", 2019).
+  // The hash modulo the number of buckets. Where both fit 32 bits the remainder comes from two
+  // multiplications by the reciprocal in 64 bits, exact there (Lemire, Kaser, Kurz, "Faster remainder by
+  // direct computation", 2019).
   std::size_t index(Key key) const {
     std::uint64_t const hash = Hash{}(key);
     if (hash >> 32 != 0 || reciprocal_ == 0) return hash % buckets_.size();
@@ -109,8 +111,8 @@ class Hashtable {
     return static_cast<double>(static_cast<float>(size) / static_cast<float>(buckets)) > 0.7;
   }
 
-  // Sets what follows from the number of buckets: the reciprocal, and the largest size that is no overload. The table
-  // does not grow beyond the last of the primes.
+  // Sets what follows from the number of buckets: the reciprocal, and the largest size that is no overload.
+  // The table does not grow beyond the last of the primes.
   void buckets_changed() {
     std::size_t const n = buckets_.size();
     reciprocal_ = n >> 32 == 0 ? UINT64_MAX / n + 1 : 0;

@@ -2,9 +2,9 @@
 
 // Memory for large tables that are read at random.
 //
-// A probe of a table of many megabytes misses the processor's page cache as well as its data caches, and the walk for
-// the page takes longer than the fetch. Pages of two megabytes, where the system has them, make that walk rare, and
-// filling a table for the first time takes one fault for each of them instead of 512.
+// A probe of a table of many megabytes misses the processor's page cache as well as its data caches, and the
+// walk for the page takes longer than the fetch. Pages of two megabytes, where the system has them, make that
+// walk rare, and filling a table for the first time takes one fault for each of them instead of 512.
 //
 // Tested by tests/utils/hugepages_test.cpp.
 
@@ -18,6 +18,8 @@
 
 #ifdef __linux__
 #include <sys/mman.h>
+
+#include "vell/utils/export.h"
 #endif
 
 namespace vell {
@@ -25,8 +27,8 @@ namespace vell {
 // Size of a huge page in bytes.
 inline constexpr std::size_t huge_page_bytes = std::size_t{1} << 21;
 
-// For a container that keeps its elements in one piece. Arrays of two megabytes and more are aligned to as much and the
-// system is asked to back them by huge pages; it may not.
+// For a container that keeps its elements in one piece. Arrays of two megabytes and more are aligned to as
+// much and the system is asked to back them by huge pages; it may not.
 template <typename T>
 struct HugePageAllocator {
   // What is allocated.

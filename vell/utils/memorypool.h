@@ -2,10 +2,10 @@
 
 // Fixed-size elements carved out of malloc'ed chunks and recycled through an intrusive free list.
 //
-// A clausifier makes one small node and one list header per term, millions of them, and gives them back in bursts
-// when it backtracks. Chunks grow by a fixed rule so that small instances stay small; elements return to the front
-// of the free list, so the most recently touched memory is used again first. Chunks go back to the system only when
-// the pool dies.
+// A clausifier makes one small node and one list header per term, millions of them, and gives them back in
+// bursts when it backtracks. Chunks grow by a fixed rule so that small instances stay small; elements return
+// to the front of the free list, so the most recently touched memory is used again first. Chunks go back to
+// the system only when the pool dies.
 //
 // Tested by tests/utils/memorypool_test.cpp.
 
@@ -13,6 +13,8 @@
 #include <cstdint>
 #include <cstdlib>
 #include <new>
+
+#include "vell/utils/export.h"
 
 namespace vell {
 
@@ -25,7 +27,8 @@ class MemoryPool {
 
  public:
   // first_chunk: elements in the first chunk. growth: factor applied to the chunk size after each chunk.
-  // max_chunk: upper bound of the chunk size in elements, 0 for none. No memory is taken before the first alloc().
+  // max_chunk: upper bound of the chunk size in elements, 0 for none. No memory is taken before the first
+  // alloc().
   MemoryPool(std::uint64_t first_chunk, float growth, std::uint64_t max_chunk)
       : chunk_size_(first_chunk), growth_(growth), max_chunk_(max_chunk) {}
   MemoryPool(MemoryPool const&) = delete;

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <new>
 
+#include "vell/utils/export.h"
 #include "vell/utils/memorypool.h"
 
 namespace vell {

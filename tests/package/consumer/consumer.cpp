@@ -1,13 +1,14 @@
-// What crosses the border of a library and may break there: exceptions both ways, casts to and from interfaces, the
-// libraries below it. Global names of its own collide with nothing.
+// What crosses the border of a library and may break there: exceptions both ways, casts to and from
+// interfaces, the libraries below it. Global names of its own collide with nothing.
 
 #include <iostream>
 #include <memory>
 
 #include "other.h"
-#include "vell/bv/wordclausifier.h"
+#include "vell/bv/standardclausifier.h"
 #include "vell/sinks/ipasirsink.h"
 #include "vell/terms/operators.h"
+#include "vell/utils/version.h"
 
 struct Term_ {
   int unrelated = 1;
@@ -23,6 +24,7 @@ struct StopTest : TerminationTest {
 };
 
 int main() {
+  std::cout << "version: " << VELL_VERSION << "\n";
   TermManager terms;
   vell::Term_ const* x = terms.mk_variable("x", terms.bv_type(8));
   vell::Term_ const* y = terms.mk_variable("y", terms.bv_type(4));
@@ -33,7 +35,7 @@ int main() {
   }
 
   std::unique_ptr<bv::ClauseSink> sink = make_sink();
-  std::unique_ptr<bv::WordClausifierInterface> clausifier = std::make_unique<bv::WordClausifier>(&terms, nullptr);
+  std::unique_ptr<bv::WordClausifierInterface> clausifier = std::make_unique<bv::StandardClausifier>(&terms);
   try {
     clausifier->bit_blast(terms.mk_variable("n", terms.int_type), sink.get());
   } catch (Exception const& e) {

@@ -1,4 +1,5 @@
-// CryptoMiniSat as an IPASIR shared object. It is told to stop from another thread, so a thread polls the test.
+// CryptoMiniSat as an IPASIR shared object. It is told to stop from another thread, so a thread polls the
+// test.
 
 #include <atomic>
 #include <chrono>
@@ -57,7 +58,8 @@ int ipasir_solve(void* s) {
   std::thread watch;
   if (solver.test != nullptr)
     watch = std::thread([&] {
-      while (!done && solver.test(solver.data) == 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      while (!done && solver.test(solver.data) == 0)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
       while (!done) {
         solver.solver.interrupt_asap();
         std::this_thread::sleep_for(std::chrono::milliseconds(1));

@@ -1,0 +1,147 @@
+#include "vell/words/simplifier.h"
+
+#include <gtest/gtest.h>
+
+#include "vell/words/numeral.h"
+
+namespace vell::words {
+namespace {
+
+using Tag = SymbolTag::tag;
+
+// Every variable is zero.
+class Zeros : public values::Assignment {
+ public:
+  void read(Term_ const*, std::uint64_t, std::uint64_t*) const override {}
+};
+
+class SimplifierTest : public ::testing::Test {
+ protected:
+  Term_ const* word(char const* name, std::uint64_t width) { return tm.mk_variable(name, tm.bv_type(width)); }
+  Term_ const* number(unsigned n, std::uint64_t width) { return make_numeral(tm, n, width); }
+  Term_ const* app(Tag tag, std::initializer_list<Term_ const*> operands) { return tm.mk_app(tag, operands); }
+
+  // a * a + x = 5: x occurs once, so the product goes.
+  Term_ const* with_unconstrained_x() {
+    Term_ const* product = app(Tag::bv_mul, {a, a});
+    return app(Tag::equal, {app(Tag::bv_add, {product, x}), number(5, 8)});
+  }
+  static std::size_t place(std::string_view name) {
+    for (std::size_t i = 0; i < passes().size(); ++i)
+      if (passes()[i].name == name) return i;
+    ADD_FAILURE() << name;
+    return 0;
+  }
+
+  TermManager tm;
+  run::Limits limits;
+  run::Tunables tunables;
+  Term_ const* x = word("x", 8);
+  Term_ const* a = word("a", 8);
+
+  SimplifierTest() { tunables.unconstrained_saving = 0; }
+};
+
+TEST_F(SimplifierTest, EliminatesAndCompletes) {
+  Simplifier simplifier(tm, false, Passes::all, limits, tunables);
+  Formulas batch;
+  batch.first = batch.may_define = true;
+  batch.lasting.push_back({with_unconstrained_x(), 3});
+  simplifier.simplify(batch);
+  ASSERT_EQ(1u, batch.lasting.size());
+  EXPECT_EQ(3u, batch.lasting[0].origin);
+  EXPECT_EQ(0u, batch.lasting[0].term->symbol->arity);  // the equation is a free Boolean
+  simplifier.complete(Zeros());
+  ASSERT_NE(nullptr, simplifier.completed(x));
+  EXPECT_NE(5u, (*simplifier.completed(x))[0]);  // a * a is zero, and the free Boolean is false
+  EXPECT_EQ(1u, simplifier.counts()[place("unconstrained")].formulas);
+  EXPECT_GT(simplifier.counts()[place("unconstrained")].replaced, 0u);
+}
+
+TEST_F(SimplifierTest, OnlyEquivalenceKeepsTheVariables) {
+  Simplifier simplifier(tm, false, Passes::all, limits, tunables);
+  Formulas batch;
+  batch.first = true;
+  Term_ const* formula = with_unconstrained_x();
+  batch.lasting.push_back({formula, 0});
+  simplifier.simplify(batch);
+  EXPECT_EQ(formula, batch.lasting[0].term);
+  EXPECT_EQ(0u, simplifier.counts()[place("unconstrained")].formulas);
+}
+
+TEST_F(SimplifierTest, SwitchedOffAPassIsNotRun) {
+  for (char const* text : {"none", "-unconstrained"}) {
+    Simplifier simplifier(tm, false, parse_passes(text), limits, tunables);
+    Formulas batch;
+    batch.first = batch.may_define = true;
+    Term_ const* formula = with_unconstrained_x();
+    batch.lasting.push_back({formula, 0});
+    simplifier.simplify(batch);
+    EXPECT_EQ(formula, batch.lasting[0].term) << text;
+  }
+}
+
+TEST_F(SimplifierTest, FreeDivisionKeepsTheVariables) {
+  Simplifier simplifier(tm, true, Passes::all, limits, tunables);
+  Formulas batch;
+  batch.first = batch.may_define = true;
+  Term_ const* formula = with_unconstrained_x();
+  batch.lasting.push_back({formula, 0});
+  simplifier.simplify(batch);
+  EXPECT_EQ(formula, batch.lasting[0].term);
+}
+
+TEST_F(SimplifierTest, ALaterFormulaBringsTheFormulasBack) {
+  for (bool assumed : {false, true}) {
+    Simplifier simplifier(tm, false, Passes::all, limits, tunables);
+    Formulas batch;
+    batch.first = batch.may_define = true;
+    Term_ const* formula = with_unconstrained_x();
+    batch.lasting.push_back({formula, 0});
+    simplifier.simplify(batch);
+
+    Formulas unrelated;
+    unrelated.may_define = true;
+    unrelated.retractable.push_back({app(Tag::equal, {word("c", 8), number(1, 8)}), 1});
+    simplifier.simplify(unrelated);
+    EXPECT_TRUE(unrelated.lasting.empty());
+    simplifier.complete(Zeros());
+    EXPECT_NE(nullptr, simplifier.completed(x));
+
+    Formulas about_x;
+    about_x.may_define = true;
+    (assumed ? about_x.assumed : about_x.retractable).push_back({app(Tag::equal, {x, number(1, 8)}), 2});
+    simplifier.simplify(about_x);
+    ASSERT_EQ(1u, about_x.lasting.size());
+    EXPECT_EQ(formula, about_x.lasting[0].term);
+    EXPECT_EQ(0u, about_x.lasting[0].origin);
+    simplifier.complete(Zeros());
+    EXPECT_EQ(nullptr, simplifier.completed(x));
+  }
+}
+
+TEST_F(SimplifierTest, OriginsSurviveALinearSystem) {
+  auto const row = [&](unsigned a, unsigned b, unsigned c, unsigned right) {
+    Term_ const* sum = app(Tag::bv_add, {app(Tag::bv_mul, {number(a, 8), word("u", 8)}),
+                                         app(Tag::bv_add, {app(Tag::bv_mul, {number(b, 8), word("v", 8)}),
+                                                           app(Tag::bv_mul, {number(c, 8), word("w", 8)})})});
+    return app(Tag::equal, {sum, number(right, 8)});
+  };
+  Term_ const* p = tm.mk_variable("p", tm.bool_type);
+  Simplifier simplifier(tm, false, Passes::all, limits, tunables);
+  Formulas batch;
+  batch.first = true;
+  batch.lasting = {{p, 10}, {row(3, 5, 7, 11), 11}, {row(5, 3, 11, 13), 12}, {row(7, 11, 13, 17), 13}};
+  simplifier.simplify(batch);
+  ASSERT_GT(simplifier.counts()[place("equations")].replaced, 0u);
+  EXPECT_EQ(p, batch.lasting[0].term);
+  EXPECT_EQ(10u, batch.lasting[0].origin);
+  for (std::size_t i = 1; i < batch.lasting.size(); ++i) EXPECT_EQ(11u, batch.lasting[i].origin);
+}
+
+TEST_F(SimplifierTest, EveryPassHasANameOfItsOwn) {
+  for (std::size_t i = 0; i < passes().size(); ++i) EXPECT_EQ(i, place(passes()[i].name));
+}
+
+}  // namespace
+}  // namespace vell::words

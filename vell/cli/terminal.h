@@ -1,0 +1,27 @@
+#pragma once
+
+// A dialogue at a terminal: a prompt, line editing, history and completion.
+//
+// Tested by tests/cli/terminal_test.cpp.
+
+#include <memory>
+
+#include "vell/io/source.h"
+#include "vell/script/engine.h"
+
+namespace vell::cli {
+
+class Watchdog;
+
+class Terminal {
+ public:
+  // Whether standard input and output are a terminal, so that there is somebody to talk to.
+  static bool available();
+  // The lines that the user types. Reading throws script::LineDropped after Ctrl-C and script::DialogueEnded
+  // after Ctrl-D. The engine, which is to run on it, completes words and tells whether a command is open; it
+  // and the watchdog must outlive the source.
+  static std::unique_ptr<io::Source> open(script::ScriptEngine& engine, Watchdog& watchdog,
+                                          script::Console& console);
+};
+
+}  // namespace vell::cli

@@ -1,0 +1,49 @@
+#pragma once
+
+// The comment of a CNF file that says where the bits of a constant, or of a term with a name, went
+// (docs/cnf.md):
+//
+//   c map x (_ BitVec 4) 1 2 -3 T
+//
+// Element 0, the least significant bit, comes first. A bit is a DIMACS literal, T or F where it is constant,
+// or ? where no clause depends on it, so that any value will do. In a quoted symbol a line break is written
+// \n, a carriage return \r (a backslash cannot occur there). A floating-point constant has its fraction,
+// exponent and sign in this order, a rounding mode two bits: 0 to even, 1 toward zero, 2 toward positive, 3
+// toward negative.
+//
+// Tested by tests/cnf/mapline_test.cpp.
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "vell/sinks/dimacssink.h"
+#include "vell/terms/literal.h"
+#include "vell/terms/termmanager.h"
+
+namespace vell::cnf {
+
+struct MapLine {
+  std::string symbol;  // as it must be printed
+  std::string sort;    // as SMT-LIB writes it
+  std::vector<std::string> bits;
+};
+
+// In front of the lines of terms that the script gave a name, without "c ": they are no constants of a model.
+inline constexpr char names_heading[] = "names";
+
+// `width` bits, a blank in front of each. bits: as the clausifier holds them, null where it has none; they
+// become DIMACS variables as the form says.
+std::string bits_text(bv::BvLitList const* bits, std::uint64_t width, sinks::DimacsSink::Form form);
+
+// The line of a term of that width, without "c " and newline. symbol: as a script must write it. bits: see
+// bits_text().
+std::string map_line(std::string const& symbol, Term_ const* term, bv::BvLitList const* bits,
+                     std::uint64_t width, sinks::DimacsSink::Form form);
+
+// The parts of a comment line (with its "c "); nothing when it is no map line. Throws Exception for a map
+// line that is broken.
+std::optional<MapLine> parse_map_line(std::string_view line);
+
+}  // namespace vell::cnf

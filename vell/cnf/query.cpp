@@ -1,0 +1,127 @@
+#include "vell/cnf/query.h"
+
+#include <fnmatch.h>
+
+#include "vell/io/watchedsource.h"
+#include "vell/script/options.h"
+#include "vell/script/state.h"
+#include "vell/terms/exception.h"
+#include "vell/words/simplifier.h"
+
+namespace vell::cnf {
+
+namespace {
+
+using smtlib::Command;
+using smtlib::CommandKind;
+
+// What the script sets for its checks.
+class PassesOfScript {
+ public:
+  explicit PassesOfScript(words::Passes initial) : initial_(initial), now_(initial) {}
+
+  words::Passes now() const { return now_; }
+  void apply(Command const& command) {
+    switch (command.kind) {
+      case CommandKind::check_sat:
+      case CommandKind::check_sat_assuming: checked_ = true; break;
+      case CommandKind::reset:
+        now_ = initial_;
+        checked_ = false;
+        break;
+      case CommandKind::reset_assertions: checked_ = false; break;
+      case CommandKind::set_option:
+        if (command.text != ":words") break;
+        if (checked_) throw Exception(":words must be set before the first check-sat");
+        now_ = script::words_option(command.value);
+        break;
+      default: break;
+    }
+  }
+
+ private:
+  words::Passes initial_;
+  words::Passes now_;
+  bool checked_ = false;
+};
+
+// As the embedded solver does before a first check, so that it is given the clauses of the file. The first
+// `lasting` formulas are those of the first level, the next `retractable` ones those of the levels above;
+// assumptions follow.
+void simplify(CnfOptions const& options, TermManager& tm, std::size_t lasting, std::size_t retractable,
+              run::Limits const& limits, Query& query) {
+  words::Formulas formulas;
+  formulas.first = true;
+  for (std::size_t i = 0; i < query.formulas.size(); ++i) {
+    bool const above = i >= lasting;
+    std::vector<words::Formula>& part = !above                      ? formulas.lasting
+                                        : i < lasting + retractable ? formulas.retractable
+                                                                    : formulas.assumed;
+    part.push_back({query.formulas[i], i});
+  }
+  words::Simplifier simplifier(tm, options.free_division, query.passes, limits, options.tunables);
+  simplifier.simplify(formulas);
+  std::vector<io::Position> const positions = std::move(query.positions);
+  query.formulas.clear();
+  query.positions.clear();
+  formulas.each([&](words::Formula const& f) {
+    query.formulas.push_back(f.term);
+    query.positions.push_back(positions[f.origin]);
+  });
+}
+
+}  // namespace
+
+Query read_query(CnfOptions const& options, TermManager& tm, run::Limits const& limits,
+                 run::Statistics& statistics) {
+  statistics.enter(run::Phase::reading);
+  smtlib::Reader reader(
+      tm, std::make_unique<io::WatchedSource>(io::Source::open(options.input), limits, statistics));
+  script::ScriptState state;
+  PassesOfScript passes(options.passes);
+  Command command;
+  std::uint64_t checks = 0;
+  std::uint64_t const wanted = options.query == 0 ? 1 : options.query;
+  bool found = false;
+  while (!found && reader.next(command)) {
+    limits.check();
+    statistics.terms = tm.term_count();
+    if (command.kind == CommandKind::set_logic && !script::logic_supported(command.text))
+      reader.fail(command.argument_offset, script::logic_refusal(command.text));
+    state.apply(command);
+    try {
+      passes.apply(command);
+    } catch (Exception const& e) {
+      throw io::Error(reader.file(), command.position, e.what());
+    }
+    if (command.kind != CommandKind::check_sat && command.kind != CommandKind::check_sat_assuming) continue;
+    found = ++checks == wanted;
+  }
+  if (!found && (options.query != 0 || checks != 0))
+    throw Exception(reader.file() + ": query " + std::to_string(wanted) + " of " + std::to_string(checks));
+  Query query;
+  query.passes = passes.now();
+  for (script::Assertion const& a : state.assertions()) {
+    query.formulas.push_back(a.term);
+    query.positions.push_back(a.position);
+  }
+  if (found)
+    for (Term_ const* t : command.terms) {
+      query.formulas.push_back(t);
+      query.positions.push_back(command.position);
+    }
+  std::size_t const lasting = state.levels() == 0 ? state.assertions().size() : state.level_start(1);
+  simplify(options, tm, lasting, state.assertions().size() - lasting, limits, query);
+  auto const asked_for = [&](char const* name) { return fnmatch(options.symbols.c_str(), name, 0) == 0; };
+  for (Term_ const* c : state.declared())
+    if (asked_for(c->symbol->name)) query.constants.push_back(c);
+  for (std::vector<smtlib::NamedTerm> const* list : {&state.defined(), &state.named()})
+    for (smtlib::NamedTerm const& n : *list) {
+      bool const quoted = n.name.starts_with('|');
+      std::string const bare = quoted ? n.name.substr(1, n.name.size() - 2) : n.name;
+      if (asked_for(bare.c_str())) query.names.push_back(n);
+    }
+  return query;
+}
+
+}  // namespace vell::cnf

@@ -1,0 +1,140 @@
+// Clausify, count; clausify again, write.
+//
+// The header names the number of clauses and the map lines name literals, and both come first in the file. A
+// second run of the clausifier yields the same clauses, since nothing in it depends on more than the calls
+// made; so the text goes straight to its place, be it a pipe or a compressor, and no copy of it is ever held.
+// Both runs follow one schedule, and neither keeps bits that it will not read again.
+
+#include "vell/cnf/writer.h"
+
+#include <optional>
+#include <vector>
+
+#include "vell/bv/inspector.h"
+#include "vell/bv/schedule.h"
+#include "vell/cnf/annotation.h"
+#include "vell/cnf/mapline.h"
+#include "vell/cnf/query.h"
+#include "vell/io/digest.h"
+#include "vell/io/outputfile.h"
+#include "vell/io/samefile.h"
+#include "vell/run/limittest.h"
+#include "vell/sat/clausifier.h"
+#include "vell/script/engine.h"
+#include "vell/sinks/countingsink.h"
+#include "vell/sinks/dimacssink.h"
+#include "vell/values/evaluator.h"
+
+namespace vell::cnf {
+
+namespace {
+
+// Each formula's clauses and the unit clause of its literal. translate: from a formula's number to its
+// literal.
+template <typename Translate>
+void clausify(CnfOptions const& options, Query const& query, bv::ClauseSink& sink, Translate translate) {
+  for (std::size_t i = 0; i < query.formulas.size(); ++i) {
+    bv::BvLit holds = bv::l_undef;
+    try {
+      holds = translate(i);
+    } catch (run::Stopped const&) {
+      throw;
+    } catch (io::OutputError const&) {
+      throw;
+    } catch (Exception const& e) {
+      throw io::Error(options.input == "-" ? "<stdin>" : options.input, query.positions[i], e.what());
+    }
+    sink.lits.assign(1, holds);
+    sink.add_clause();
+  }
+}
+
+std::string base_name(std::string const& path) {
+  if (path == "-") return "<stdin>";
+  return path.substr(path.find_last_of('/') + 1);
+}
+
+}  // namespace
+
+void write_cnf(CnfOptions const& options, run::Limits const& limits, run::Statistics& statistics) {
+  io::refuse_same_file(options.output, options.input);
+  std::string const digest = io::input_digest(options.input);
+  TermManager tm;
+  Query const query = read_query(options, tm, limits, statistics);
+
+  Configuration::Theory::Bv config{options.free_division ? 1 : 0};
+  auto const form = options.raw ? sinks::DimacsSink::Form::raw : sinks::DimacsSink::Form::clean;
+  statistics.enter(run::Phase::clausifying);
+  sinks::CountingSink count;
+  std::vector<std::string> map_lines;
+  std::optional<bv::Schedule> schedule;
+  {
+    sat::ScriptClausifier clausifier(&tm, &config);
+    std::vector<Term_ const*> kept = query.constants;
+    for (smtlib::NamedTerm const& n : query.names) kept.push_back(n.term);
+    schedule.emplace(bv::WordClausifierInspector(clausifier).hooks(), tm.term_count(), query.formulas, kept);
+    auto const report = [&] {
+      statistics.fresh_literals = count.fresh_literals();
+      statistics.clauses = count.clauses();
+      statistics.literals = count.literals();
+    };
+    run::LimitTest const test(limits, statistics, report);
+    clausifier.set_termination_test(&test);
+    if (options.logger != nullptr) {
+      // The trace tells of the traversal, which the schedule leaves out.
+      clausifier.set_logger(options.logger);
+      clausify(options, query, count,
+               [&](std::size_t i) { return clausifier.bit_blast(query.formulas[i], &count); });
+    } else {
+      clausify(options, query, count,
+               [&](std::size_t i) { return schedule->translate(i, clausifier, &count); });
+    }
+    report();
+    auto const line = [&](std::string const& symbol, Term_ const* t) {
+      map_lines.push_back(map_line(symbol, t, clausifier.lookup(t),
+                                   values::value_width(tm, t->symbol->get_output_type()), form));
+    };
+    for (Term_ const* c : query.constants) line(smtlib::quote_symbol(c->symbol->name), c);
+    if (!query.names.empty()) map_lines.emplace_back(names_heading);
+    for (smtlib::NamedTerm const& n : query.names) line(n.name, n.term);
+  }
+
+  statistics.enter(run::Phase::writing);
+  io::OutputFile file(options.output);
+  run::Statistics unused;
+  run::LimitTest const test(limits, unused, [] {});
+  auto const write = [&](sinks::DimacsSink& sink, sat::ScriptClausifier& clausifier, auto translate) {
+    sink.comment(std::string("vell-bv ") + script::version);
+    sink.comment("input " + one_line(base_name(options.input)));
+    sink.comment("sha256 " + digest);
+    sink.comment("words " + words::passes_text(query.passes));
+    for (std::string const& line : map_lines) sink.comment(line);
+    std::uint64_t const clauses =
+        options.raw ? count.clauses() + 1 : count.clauses() - count.satisfied_clauses();
+    sink.header(sinks::DimacsSink::variables(count.fresh_literals(), form), clauses);
+
+    clausifier.set_termination_test(&test);
+    clausify(options, query, sink, translate);
+    sink.flush();
+    if (sink.written_clauses() != clauses)
+      throw Exception("internal error: the second run gave other clauses");
+  };
+  if (options.annotate) {
+    AnnotatingSink sink(file, form);
+    AnnotatingClausifier clausifier(&tm, &config, sink);
+    write(sink, clausifier, [&](std::size_t i) {
+      clausifier.set_line(query.positions[i].line);
+      bv::BvLit const literal = schedule->translate(i, clausifier, &sink);
+      clausifier.announce_root(query.formulas[i], literal);
+      return literal;
+    });
+  } else {
+    sinks::DimacsSink sink(file, form);
+    sat::ScriptClausifier clausifier(&tm, &config);
+    write(sink, clausifier, [&](std::size_t i) { return schedule->translate(i, clausifier, &sink); });
+  }
+  limits.check();
+  file.commit();
+}
+
+}  // namespace vell::cnf

@@ -1,0 +1,61 @@
+// GMP is C. An exception passes through its functions as through any code with unwind tables, and skips what
+// they would have freed. One thing needs care: some functions free a result's limbs, then allocate more, and
+// set the pointer last (mpz_mul). Thrown in between, the result would point to freed memory, which its
+// destructor frees again. So the block freed last is kept until the next one is freed, and forgotten when an
+// allocation fails: either the result still owns it, or it is lost.
+
+#include "vell/run/shortage.h"
+
+#include <gmp.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+#include "vell/terms/qnumber.h"
+
+namespace vell::run {
+
+namespace {
+
+std::atomic<void*> reserve{nullptr};
+// Little enough to lie in the heap, where many small pieces can take its place. A mapping of its own would go
+// back to the system, which hands out memory in larger steps than what is left.
+constexpr std::size_t reserve_bytes = 120'000;
+
+[[noreturn]] void fail() {
+  std::free(reserve.exchange(nullptr));
+  std::set_new_handler(nullptr);
+  throw std::bad_alloc();
+}
+
+// The C library ends the process where it has no memory to note that an object is to be destroyed with its
+// thread. The scratch numbers of this comparison are such an object: they are made before main(), with the
+// rest of what a program cannot do without.
+[[maybe_unused]] bool const early = QNumber(1) < QNumber::power_of_two_minus_one(70);
+
+thread_local void* freed_last = nullptr;
+
+void* checked(void* memory) {
+  if (memory != nullptr) return memory;
+  freed_last = nullptr;
+  if (reserve.load() != nullptr) fail();
+  throw std::bad_alloc();
+}
+
+void* allocate(std::size_t bytes) { return checked(std::malloc(bytes)); }
+void* reallocate(void* old, std::size_t, std::size_t bytes) { return checked(std::realloc(old, bytes)); }
+void release(void* memory, std::size_t) {
+  std::free(freed_last);
+  freed_last = memory;
+}
+
+}  // namespace
+
+void prepare_for_shortage() {
+  reserve = std::malloc(reserve_bytes);
+  std::set_new_handler(fail);
+  mp_set_memory_functions(allocate, reallocate, release);
+}
+
+}  // namespace vell::run

@@ -1,0 +1,78 @@
+#pragma once
+
+// Figures of a run. One thread writes them, any thread reads them: a progress line, a report at an interrupt.
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+namespace vell::run {
+
+enum class Phase : std::uint8_t { reading, clausifying, solving, checking, writing };
+inline constexpr std::size_t phase_count = 5;
+char const* phase_name(Phase phase);
+
+// A counter that its one writer changes without a locked instruction.
+class Counter {
+ public:
+  operator std::uint64_t() const { return value_.load(std::memory_order_relaxed); }
+  Counter& operator=(std::uint64_t n) {
+    value_.store(n, std::memory_order_relaxed);
+    return *this;
+  }
+  void operator+=(std::uint64_t n) { *this = *this + n; }
+  void operator++() { *this += 1; }
+
+ private:
+  std::atomic<std::uint64_t> value_{0};
+};
+
+struct Statistics {
+  Counter input_bytes;       // of the script, as far as known
+  Counter terms;             // made
+  Counter clausified_terms;  // translated
+  Counter fresh_literals;
+  Counter clauses;
+  Counter literals;
+  Counter conflicts;
+  Counter checks;
+  Counter sat;
+  Counter unsat;
+  Counter unknown;
+  Counter evaluations;  // terms computed to check models
+
+  // Whether the work waits for input.
+  std::atomic<bool> waiting{false};
+
+  // Everything from here on is spent in this phase.
+  void enter(Phase phase);
+  Phase phase() const { return phase_.load(std::memory_order_relaxed); }
+  double seconds(Phase phase) const;
+  double total_seconds() const;
+
+  // One "name value" per line.
+  std::string text() const;
+  // One JSON object on one line.
+  std::string json() const;
+  // As get-info :all-statistics answers.
+  std::string smtlib() const;
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  static std::uint64_t now() { return static_cast<std::uint64_t>(Clock::now().time_since_epoch().count()); }
+
+  template <typename F>
+  void each(F f) const;
+
+  std::uint64_t const started_ = now();
+  std::atomic<std::uint64_t> entered_{started_};
+  std::atomic<Phase> phase_{Phase::reading};
+  Counter spent_[phase_count];  // in ticks of the clock, without the running phase
+};
+
+// Largest resident set so far and the present one, in bytes; 0 where the system does not tell.
+std::uint64_t peak_memory();
+std::uint64_t present_memory();
+
+}  // namespace vell::run

@@ -1,0 +1,293 @@
+// Any SAT solver that reads a DIMACS file, one run for each check.
+//
+// The clauses are kept as text; a check writes them with the assumptions as unit clauses, runs the command
+// through the shell in a process group of its own, and reads what it prints until it ends or the limits say
+// stop, when the group is killed. The program may well be the front of a distributed one.
+//
+// Nor may the group outlive a program that is killed itself. Asking the system to kill a child with its
+// parent (PR_SET_PDEATHSIG) reaches the shell alone, not what it started. So a guard, one more process of the
+// group, waits at a pipe that nobody writes to; when this program's end of it closes, for whatever reason, it
+// kills the group.
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "vell/io/outputfile.h"
+#include "vell/io/solution.h"
+#include "vell/run/cleanup.h"
+#include "vell/sat/satsolver.h"
+#include "vell/sinks/dimacssink.h"
+#include "vell/terms/exception.h"
+
+extern char** environ;
+
+namespace vell::sat {
+
+namespace {
+
+constexpr auto form = sinks::DimacsSink::Form::clean;
+
+// A directory of its own for the solver's input, removed with everything in it.
+class SolverFiles {
+ public:
+  SolverFiles() {
+    char const* base = std::getenv("TMPDIR");
+    if (!run::cleanup::make_folder(base != nullptr && *base != '\0' ? base : "/tmp", "vell-bv", directory_))
+      throw Exception(directory_ + ": " + std::strerror(errno));
+  }
+  ~SolverFiles() { run::cleanup::remove_folder(directory_); }
+  SolverFiles(SolverFiles const&) = delete;
+  SolverFiles& operator=(SolverFiles const&) = delete;
+  std::string cnf() const { return directory_ + "/query.cnf"; }
+
+ private:
+  std::string directory_;
+};
+
+std::string shell_quoted(std::string const& text) {
+  std::string out = "'";
+  for (char c : text) out += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return out + "'";
+}
+
+// A pipe. Neither end reaches a child unless it is handed over.
+class Pipe {
+ public:
+  Pipe() {
+    if (pipe2(ends_, O_CLOEXEC) != 0) throw Exception(std::string("--solver: ") + std::strerror(errno));
+  }
+  ~Pipe() {
+    close_end(0);
+    close_end(1);
+  }
+  Pipe(Pipe const&) = delete;
+  Pipe& operator=(Pipe const&) = delete;
+  int reading() const { return ends_[0]; }
+  int writing() const { return ends_[1]; }
+  void close_end(int i) {
+    if (ends_[i] >= 0) close(ends_[i]);
+    ends_[i] = -1;
+  }
+
+ private:
+  int ends_[2] = {-1, -1};
+};
+
+// The descriptor at which the guard waits, the last one that every shell knows by number.
+constexpr int guarded = 9;
+// In front of the command. A process of a subshell that has ended: the command's `wait` does not wait for it.
+constexpr char guard[] = "( { read -r end <&9; kill -KILL 0; } >/dev/null 2>&1 & )\nexec 9<&-\n";
+
+// The command under the shell, killed with everything it started when this goes.
+class Child {
+ public:
+  Child(std::string const& command, Pipe& out, Pipe& life) {
+    std::string shell = "sh";
+    std::string option = "-c";
+    std::string text = guard + command;
+    char* const arguments[] = {shell.data(), option.data(), text.data(), nullptr};
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    // What this program ignores its children need not.
+    sigset_t ignored;
+    sigemptyset(&ignored);
+    sigaddset(&ignored, SIGXFSZ);
+    // The guard loses its parent at once: it is this program that buries it, and whatever else the command
+    // leaves.
+    prctl(PR_SET_CHILD_SUBREAPER, 1);
+    int error = posix_spawn_file_actions_adddup2(&actions, out.writing(), STDOUT_FILENO);
+    if (error == 0) error = posix_spawn_file_actions_adddup2(&actions, life.reading(), guarded);
+    if (error == 0)
+      error = posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    if (error == 0)
+      error = posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGDEF);
+    if (error == 0) error = posix_spawnattr_setsigdefault(&attributes, &ignored);
+    try {
+      if (error == 0)
+        process_ = run::cleanup::start_group([&] {
+          pid_t started = 0;
+          error = posix_spawn(&started, "/bin/sh", &actions, &attributes, arguments, environ);
+          return error == 0 ? started : 0;
+        });
+    } catch (std::bad_alloc const&) {
+      error = ENOMEM;
+    }
+    posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attributes);
+    out.close_end(1);
+    life.close_end(0);
+    if (error == ENOMEM) throw std::bad_alloc();
+    if (error != 0) throw Exception(std::string("--solver: ") + std::strerror(error));
+  }
+  ~Child() {
+    if (process_ > 0) end(true);
+  }
+  Child(Child const&) = delete;
+  Child& operator=(Child const&) = delete;
+
+  // Waits for the command, which is killed first where that is asked for; its exit status as waitpid() tells
+  // it. What it has left in its group is killed: the guard at least, so that the group's number is not
+  // another's yet.
+  int end(bool killed) {
+    if (killed) kill(-process_, SIGKILL);
+    int status = 0;
+    while (waitpid(process_, &status, 0) < 0 && errno == EINTR) {
+    }
+    kill(-process_, SIGKILL);
+    int ignored = 0;
+    while (waitpid(-process_, &ignored, 0) > 0 || errno == EINTR) {
+    }
+    run::cleanup::forget_group(process_);
+    process_ = 0;
+    return status;
+  }
+
+ private:
+  pid_t process_ = 0;
+};
+
+// Text in pieces, none of which has to move when there is more.
+struct Text : ByteOutput {
+  void write(char const* data, std::size_t size) override {
+    if (pieces.empty() || pieces.back().size() + size > most) pieces.emplace_back();
+    pieces.back().append(data, size);
+  }
+  static constexpr std::size_t most = std::size_t{1} << 18;  // bytes of a piece, unless it came as one
+  std::vector<std::string> pieces;
+};
+
+class ClauseText : public sinks::DimacsSink {
+ public:
+  explicit ClauseText(ByteOutput& out) : DimacsSink(out, form) {}
+  bv::BvLit new_lit() override {
+    ++fresh;
+    return DimacsSink::new_lit();
+  }
+  void add_clause() override {
+    literals += lits.size();
+    DimacsSink::add_clause();
+  }
+  std::uint64_t fresh = 0;
+  std::uint64_t literals = 0;
+};
+
+class ExternalSolver : public SatSolver {
+ public:
+  ExternalSolver(run::Limits const& limits, std::string const& command)
+      : limits_(limits), command_(command), sink_(clauses_) {}
+
+  bv::ClauseSink& sink() override { return sink_; }
+
+  Answer solve(std::vector<bv::BvLit> const& assumptions, WhenLong const&) override {
+    solution_ = io::Solution(static_cast<std::int64_t>(sinks::DimacsSink::variables(sink_.fresh, form)));
+    if (std::find(assumptions.begin(), assumptions.end(), bv::l_false) != assumptions.end())
+      return Answer::unsat;
+    SolverFiles const place;
+    write_cnf(place.cnf(), assumptions);
+    std::string command = command_;
+    for (std::size_t i = command.find("{cnf}"); i != std::string::npos; i = command.find("{cnf}", i)) {
+      std::string const path = shell_quoted(place.cnf());
+      command.replace(i, 5, path);
+      i += path.size();
+    }
+    run(command);
+    if (limits_.stopped()) return Answer::unknown;
+    switch (solution_.status()) {
+      case io::Solution::Status::sat:
+        if (!solution_.complete()) throw Exception("--solver: the values are not ended by 0");
+        return Answer::sat;
+      case io::Solution::Status::unsat: return Answer::unsat;
+      case io::Solution::Status::unknown: return Answer::unknown;
+      case io::Solution::Status::none: break;
+    }
+    throw Exception("--solver: the command printed no answer (s line)");
+  }
+
+  bool value(bv::BvLit literal) override {
+    if (bv::is_constant(literal)) return literal == bv::l_true;
+    bv::BvLit const variable = sinks::DimacsSink::variable(std::abs(literal), form);
+    return solution_.value(variable) == (literal > 0);
+  }
+  bool failed(bv::BvLit assumption) override { return assumption != bv::l_true; }
+  void report(run::Statistics& s) const override {
+    s.fresh_literals = sink_.fresh;
+    s.clauses = sink_.written_clauses();
+    s.literals = sink_.literals;
+  }
+
+ private:
+  void write_cnf(std::string const& path, std::vector<bv::BvLit> const& assumptions) {
+    sink_.flush();
+    auto const units =
+        std::count_if(assumptions.begin(), assumptions.end(), [](bv::BvLit l) { return l != bv::l_true; });
+    io::OutputFile file(path);
+    sinks::DimacsSink out(file, form);
+    out.header(sink_.fresh, sink_.written_clauses() + static_cast<std::uint64_t>(units));
+    for (std::string const& piece : clauses_.pieces) {
+      limits_.check();
+      out.text(piece);
+    }
+    for (bv::BvLit l : assumptions) {
+      out.lits.assign(1, l);
+      out.add_clause();
+    }
+    out.flush();
+    file.commit();
+  }
+
+  void run(std::string const& command) {
+    Pipe out;
+    Pipe life;
+    Child child(command, out, life);
+    std::string problem;
+    bool open = true;
+    while (open && !limits_.stopped() && problem.empty()) {
+      pollfd waiting{out.reading(), POLLIN, 0};
+      if (poll(&waiting, 1, 20) <= 0) continue;
+      char bytes[65536];
+      ssize_t const n = read(out.reading(), bytes, sizeof bytes);
+      if (n < 0 && errno == EINTR) continue;
+      if (n < 0) problem = std::strerror(errno);
+      open = n != 0;
+      try {
+        if (n > 0) solution_.feed(std::string_view(bytes, static_cast<std::size_t>(n)));
+      } catch (Exception const& e) {
+        problem = e.what();
+      }
+    }
+    int const status = child.end(open);
+    if (problem.empty() && !open) solution_.finish();
+    if (!problem.empty()) throw Exception("--solver: " + problem);
+    if (!open && WIFEXITED(status) && (WEXITSTATUS(status) == 126 || WEXITSTATUS(status) == 127))
+      throw Exception("--solver: the command cannot be run: " + command_);
+  }
+
+  run::Limits const& limits_;
+  std::string command_;
+  Text clauses_;
+  ClauseText sink_;
+  io::Solution solution_;
+};
+
+}  // namespace
+
+std::unique_ptr<SatSolver> make_external_solver(run::Limits const& limits, std::string const& command) {
+  return std::make_unique<ExternalSolver>(limits, command);
+}
+
+}  // namespace vell::sat

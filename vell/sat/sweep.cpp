@@ -1,0 +1,238 @@
+// Signals are told apart by their values under random assignments, the signature. A signal whose signature
+// was seen before, from the inputs up, is a candidate; clauses for what was proved make the proofs above
+// short.
+
+#include "vell/sat/sweep.h"
+
+#include <algorithm>
+#include <array>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "vell/sat/clausifier.h"
+#include "vell/sinks/cadicalsink.h"
+#include "vell/terms/cone.h"
+#include "vell/values/evaluator.h"
+#include "vell/words/unconstrained.h"
+#include "vell/words/wordpolynomials.h"
+
+namespace vell::sat {
+
+namespace {
+
+constexpr unsigned rounds = 192;
+using Signature = std::array<std::uint64_t, rounds / 64>;
+
+struct SignatureHash {
+  std::size_t operator()(Signature const& s) const {
+    std::uint64_t h = 0;
+    for (std::uint64_t w : s) h = (h ^ w) * 0x9e3779b97f4a7c15u;
+    return h ^ (h >> 29);
+  }
+};
+
+// Random words: evenly mixed, mostly zeros and mostly ones in turn, since signals that are seldom true look
+// alike under even ones.
+class RandomAssignment : public values::Assignment {
+ public:
+  explicit RandomAssignment(unsigned round) : round_(round) {}
+  void read(Term_ const* t, std::uint64_t width, std::uint64_t* words) const override {
+    // SplitMix64 (Steele, Lea and Flood, 2014): for a word or two per variable and round a generator must
+    // start fast.
+    std::uint64_t state = (t->id * rounds + round_) * 0xd1342543de82ef95u;
+    auto const random = [&state] {
+      std::uint64_t z = state += 0x9e3779b97f4a7c15u;
+      z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9u;
+      z = (z ^ (z >> 27)) * 0x94d049bb133111ebu;
+      return z ^ (z >> 31);
+    };
+    for (std::uint64_t i = 0; i < (width + 63) / 64; ++i) {
+      words[i] = random();
+      if (round_ % 4 == 2) words[i] &= random() & random();
+      if (round_ % 4 == 3) words[i] |= random() | random();
+    }
+    if (width % 64 != 0) words[width / 64] &= (std::uint64_t{1} << (width % 64)) - 1;
+  }
+
+ private:
+  unsigned round_;
+};
+
+class Sweeper {
+ public:
+  Sweeper(TermManager& tm, std::span<Term_ const* const> formulas, run::Limits const& limits,
+          run::Tunables const& tunables)
+      : tm_(tm),
+        limits_(limits),
+        tunables_(tunables),
+        polynomials_(tm, false, limits, tunables),
+        clausifier_(&tm, &config_) {
+    Cone cone(limits);
+    cone.add(formulas);
+    for (Term_ const* t : cone.sorted())
+      if (!tm.is_number(t->symbol) && values::value_width(tm, t->symbol->get_output_type()) != 0)
+        terms_.push_back(t);
+    sink_.search(sinks::CadicalSink::Search::plain);
+    sink_.set_terminate([this] { return limits_.stopped(); });
+  }
+
+  Sweep run() {
+    if (!simulate()) return {};
+    try {
+      for (std::size_t i = 0; i < terms_.size() && !exhausted(); ++i) visit(i);
+    } catch (run::Stopped const&) {
+      // What was found is true all the same.
+    }
+    found_.signals = known_.size();
+    return std::move(found_);
+  }
+
+ private:
+  struct Seen {
+    Signal signal;
+    bv::BvLit literal;
+  };
+
+  bool exhausted() const {
+    return limits_.stopped() || sink_.conflicts() > tunables_.sweep_conflicts ||
+           sink_.clauses() > tunables_.sweep_clauses ||
+           work_ > std::min(tunables_.sweep_work,
+                            tunables_.sweep_work_first + found_.gain() * tunables_.sweep_work_per_signal);
+  }
+  std::uint64_t width(std::size_t i) const {
+    return values::value_width(tm_, terms_[i]->symbol->get_output_type());
+  }
+
+  // Fills in the signatures; false when there are too many.
+  bool simulate() {
+    std::size_t signals = 0;
+    for (std::size_t i = 0; i < terms_.size(); ++i) {
+      first_.push_back(signals);
+      signals += width(i);
+      if (signals > tunables_.sweep_signals) return false;
+    }
+    signatures_.resize(signals);
+    values::Evaluator evaluator(tm_);
+    for (unsigned round = 0; round < rounds && !limits_.stopped(); ++round) {
+      RandomAssignment const assignment(round);
+      evaluator.set_assignment(assignment);
+      for (std::size_t i = 0; i < terms_.size(); ++i) {
+        limits_.check();
+        std::uint64_t const* words = evaluator.value(terms_[i]);
+        std::uint64_t const bits = width(i);
+        for (std::uint64_t b = 0; b < bits; ++b)
+          signatures_[first_[i] + b][round / 64] |= ((words[b / 64] >> (b % 64)) & 1) << (round % 64);
+      }
+    }
+    return true;
+  }
+
+  void visit(std::size_t i) {
+    Term_ const* t = terms_[i];
+    clausifier_.bit_blast(t, &sink_);
+    bv::BvLitList const* bits = clausifier_.lookup(t);
+    if (bits == nullptr) return;
+    if (tm_.get_tag(t->symbol) == SymbolTag::bv_mul) meet_products(i, *bits);
+    for (std::uint64_t b = 0; b < width(i) && !exhausted(); ++b) {
+      bv::BvLit literal = (*bits)[b];
+      if (bv::is_constant(literal) || !known_.insert(std::abs(literal)).second) continue;
+      Signature signature = signatures_[first_[i] + b];
+      // A signal and its negation are one: it starts with a zero.
+      bool const negated = (signature[0] & 1) != 0;
+      if (negated) {
+        for (std::uint64_t& w : signature) w = ~w;
+        literal = -literal;
+      }
+      if (signature == Signature{}) continue;
+      std::vector<Seen>& rivals = seen_[signature];
+      Seen const now{{t, b}, literal};
+      bool proved = false;
+      for (std::size_t k = 0; k < rivals.size() && !proved; ++k)
+        if (equal(literal, rivals[k].literal)) {
+          meet(now, rivals[k]);
+          proved = true;
+        }
+      if (!proved && rivals.size() < tunables_.sweep_rivals) rivals.push_back(now);
+    }
+  }
+
+  // Whether the literals are the same in every model of the clauses; false as well where that is not found
+  // out.
+  bool equal(bv::BvLit a, bv::BvLit b) {
+    bool const proved = !satisfiable(a, -b) && !satisfiable(-a, b);
+    if (!proved) ++found_.in_vain;
+    return proved;
+  }
+  bool satisfiable(bv::BvLit a, bv::BvLit b) {
+    work_ += sink_.fresh_literals();
+    sink_.limit_conflicts(static_cast<int>(tunables_.sweep_proof_conflicts));
+    sink_.limit_decisions(static_cast<int>(tunables_.sweep_proof_decisions));
+    return sink_.solve({a, b}) != sinks::CadicalSink::Answer::unsat;
+  }
+
+  void meet(Seen const& now, Seen const& before) {
+    sink_.add_clause({-now.literal, before.literal});
+    sink_.add_clause({now.literal, -before.literal});
+    bool const opposite =
+        (now.literal == literal_of(now.signal)) != (before.literal == literal_of(before.signal));
+    found_.equal.push_back({now.signal, before.signal, opposite});
+  }
+  bv::BvLit literal_of(Signal const& s) const { return (*clausifier_.lookup(s.term))[s.bit]; }
+
+  // Products of the same factors in another order, or otherwise multiplied out, are beyond a SAT solver.
+  void meet_products(std::size_t i, bv::BvLitList const& bits) {
+    Term_ const* t = terms_[i];
+    std::uint64_t const w = width(i);
+    Signature word{};
+    for (std::uint64_t b = 0; b < w; ++b)
+      for (std::size_t k = 0; k < word.size(); ++k) word[k] = word[k] * 3 + signatures_[first_[i] + b][k];
+    for (Term_ const* before : products_[word]) {
+      if (before->symbol->get_output_type() != t->symbol->get_output_type()) continue;
+      words::Polynomial difference = polynomials_.value(t).p;
+      difference.add(polynomials_.value(before).p, -1);
+      difference.reduce(w);
+      if (!difference.is_zero()) continue;
+      for (std::uint64_t b = 0; b < w; ++b) {
+        bv::BvLit const other = literal_of({before, b});
+        if (bits[b] == other) continue;
+        sink_.add_clause({-bits[b], other});
+        sink_.add_clause({bits[b], -other});
+        found_.equal.push_back({{t, b}, {before, b}, false});
+        known_.insert(std::abs(bits[b]));
+      }
+      return;
+    }
+    products_[word].push_back(t);
+  }
+
+  TermManager& tm_;
+  run::Limits const& limits_;
+  run::Tunables const tunables_;
+  words::WordPolynomials polynomials_;
+  Configuration::Theory::Bv config_;
+  sinks::CadicalSink sink_;
+  ScriptClausifier clausifier_;
+  std::vector<Term_ const*> terms_;  // operands first
+  std::vector<std::size_t> first_;   // by place in terms_: the signature of bit 0
+  std::vector<Signature> signatures_;
+  std::unordered_set<bv::BvLit> known_;  // variables that were looked at
+  std::unordered_map<Signature, std::vector<Seen>, SignatureHash> seen_;
+  std::unordered_map<Signature, std::vector<Term_ const*>, SignatureHash> products_;
+  Sweep found_;
+  std::uint64_t work_ = 0;
+};
+
+}  // namespace
+
+Sweep sweep(TermManager& tm, std::span<Term_ const* const> formulas, run::Limits const& limits,
+            run::Tunables const& tunables) {
+  // A solver's callback may be what calls: no exception goes through it.
+  try {
+    if (words::circuit_cost(tm, formulas, limits) > tunables.sweep_circuits) return {};
+    return Sweeper(tm, formulas, limits, tunables).run();
+  } catch (run::Stopped const&) {
+    return {};
+  }
+}
+
+}  // namespace vell::sat

@@ -1,0 +1,119 @@
+#pragma once
+
+// Decides the assertions of a script, incrementally.
+//
+// Tested by tests/script/incrementalsolver_test.cpp and tests/script/engine_test.cpp.
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "vell/run/limits.h"
+#include "vell/run/limittest.h"
+#include "vell/run/statistics.h"
+#include "vell/run/tunables.h"
+#include "vell/sat/clausifier.h"
+#include "vell/sat/satsolver.h"
+#include "vell/sat/sweep.h"
+#include "vell/script/state.h"
+#include "vell/values/evaluator.h"
+#include "vell/words/simplifier.h"
+
+namespace vell::script {
+
+struct IncrementalSolverOptions {
+  bool free_division = false;  // a zero divisor leaves the result open
+  int seed = 0;
+  unsigned threads = 1;  // 2: a second search joins the embedded solver's where that takes long
+  // File of a DRAT proof, "" for none. Then there is one check, and its assertions and assumptions are
+  // clauses that hold for good, as in a CNF file of the query: cores and failed assumptions are all there
+  // were.
+  std::string proof;
+  std::string solver_command;  // external solver, "" for the embedded one
+  words::Passes passes = words::Passes::all;
+  unsigned verbosity = 0;                // above 0: a line on the diagnostic channel after each check
+  std::uint64_t conflict_limit = 0;      // of each check; 0: none
+  std::uint64_t check_milliseconds = 0;  // of each check; 0: any
+  values::WordFormat word_format = values::WordFormat::binary;
+  Logger* logger = nullptr;  // of the clausifier; null for none
+  run::Tunables tunables = {};
+  // For tests: one more pass, behind the others; not run where none of them is.
+  std::function<void(TermManager&, words::Formulas&)> last_pass = {};
+};
+
+class IncrementalSolver : private values::Assignment {
+ public:
+  enum class Answer : std::uint8_t { sat, unsat, unknown };
+
+  // tm and the references must outlive the checker.
+  IncrementalSolver(TermManager& tm, IncrementalSolverOptions const& options, run::Limits const& limits,
+                    run::Statistics& statistics);
+  ~IncrementalSolver() override;
+
+  // Decides the state's assertions together with the assumptions (Boolean terms). named_selectors: named
+  // assertions can be told apart in a core. Between two calls the state changes by push, pop and assert only,
+  // and every pop is told by popped(). Throws Exception for a term that nothing translates.
+  Answer check(ScriptState const& state, std::vector<Term_ const*> const& assumptions, bool named_selectors);
+  // Conflicts that each check may take, 0 for any number; the answer is then the same on every machine. False
+  // where the solver does not count them.
+  bool limit_conflicts(std::uint64_t conflicts);
+  // Gives up what the levels above the state's held.
+  void popped(ScriptState const& state);
+
+  // After unknown: why; a word as get-info :reason-unknown answers.
+  std::string const& reason_unknown() const { return reason_; }
+  // Whether memory ran out in a check. Every later one answers unknown.
+  bool out_of_memory() const { return broken_; }
+  // Whether a model was found that does not satisfy the assertions: a defect of this program.
+  bool model_failed() const { return model_failed_; }
+
+  // Whether the work was stopped while formulas became clauses. Part of them hold now, so another object has
+  // to take over.
+  bool stale() const { return stale_ && !broken_; }
+
+  // After sat, until the next call of check or popped.
+  values::Evaluator& model() { return evaluator_; }
+  // After unsat: indices of the named assertions in a core, and of the assumptions in one.
+  std::vector<std::size_t> core() const;
+  std::vector<std::size_t> failed_assumptions() const;
+
+ private:
+  void read(Term_ const* t, std::uint64_t width, std::uint64_t* words) const override;
+  bv::BvLit encode_formula(Term_ const* formula);
+  void encode(ScriptState const& state, std::vector<Term_ const*> const& assumptions, bool named_selectors);
+  words::Formulas fresh_formulas(ScriptState const& state, std::vector<Term_ const*> const& assumptions,
+                                 bool named_selectors) const;
+  std::vector<sat::EqualSignals> sweep_formulas();
+  void add_equality(sat::EqualSignals const& signals);
+  bool model_holds(ScriptState const& state, std::vector<Term_ const*> const& assumptions);
+  Answer give_up(std::string reason);
+
+  TermManager& tm_;
+  run::Limits const& limits_;
+  run::Statistics& statistics_;
+  Configuration::Theory::Bv config_;
+  std::unique_ptr<sat::SatSolver> solver_;
+  sat::ScriptClausifier clausifier_;
+  words::Simplifier simplifier_;
+  run::LimitTest limit_test_;
+  values::Evaluator evaluator_;
+  bool const embedded_;
+  bool const proof_;
+  std::function<void(TermManager&, words::Formulas&)> const last_pass_;
+  std::vector<std::size_t> named_assertions_;  // of the last check, where a proof is written
+  run::Tunables const tunables_;
+  std::vector<Term_ const*> encoded_;   // every formula that was translated
+  std::size_t swept_ = 0;               // how many of them had been when they were swept
+  std::vector<bv::BvLit> selectors_;    // of the encoded assertions; l_undef where it has none of its own
+  std::vector<bv::BvLit> activations_;  // of levels 1, 2, ...; l_undef where no clause needed it yet
+  std::vector<bv::BvLit> assumed_;      // the last check's assumptions
+  std::string reason_;
+  bool model_failed_ = false;
+  bool stale_ = false;  // the work was stopped while formulas became clauses
+  std::uint64_t conflict_limit_ = 0;
+  bool broken_ = false;  // memory ran out inside the solver or the clausifier: neither can be used again
+};
+
+}  // namespace vell::script

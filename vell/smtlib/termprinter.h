@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "vell/terms/termmanager.h"
+
+namespace vell::smtlib {
+
+// The term as SMT-LIB text. A subterm with operands that occurs more than once is named by a let, so the text
+// is linear in the size of the DAG. prefix: the names are prefix and a number; no symbol of the script may
+// look so. Tested by tests/smtlib/termprinter_test.cpp.
+std::string term_text(TermManager const& tm, Term_ const* t, std::string_view prefix = "_t");
+
+// One level of the term: an argument with arguments of its own is # and its id.
+std::string shallow_text(TermManager const& tm, Term_ const* t);
+
+}  // namespace vell::smtlib

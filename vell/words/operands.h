@@ -1,0 +1,42 @@
+#pragma once
+
+// What each pass over the terms does at a term whose operands it has been at: take them as they are now.
+//
+// Tested by those of the passes: sharedproducts_test.cpp, unconstrained_test.cpp and wordidentities_test.cpp.
+
+#include <vector>
+
+#include "vell/terms/termmanager.h"
+
+namespace vell::words {
+
+// Whether the operands may leave the value of t open, so that each such term has a value of its own in a
+// model: a conversion of a floating-point value that its result cannot hold, and with free_division a
+// quotient or remainder by zero. What stands for such a term in a formula must be the term itself, with the
+// operands that it has.
+inline bool open_valued(TermManager const& tm, Term_ const* t, bool free_division) {
+  switch (tm.get_tag(t->symbol)) {
+    case SymbolTag::fp_to_sbv:
+    case SymbolTag::fp_to_ubv: return true;
+    case SymbolTag::bv_udiv:
+    case SymbolTag::bv_sdiv:
+    case SymbolTag::bv_urem:
+    case SymbolTag::bv_srem: return free_division;
+    default: return false;
+  }
+}
+
+// Fills `operands` with now(o) for each operand o of t, in their order; whether one of them is another than
+// o.
+template <typename Now>
+bool map_operands(Term_ const* t, std::vector<Term_ const*>& operands, Now now) {
+  operands.clear();
+  bool changed = false;
+  for (Term_ const* const* o = t->children; o != t->children + t->symbol->arity; ++o) {
+    operands.push_back(now(*o));
+    changed |= operands.back() != *o;
+  }
+  return changed;
+}
+
+}  // namespace vell::words

@@ -1,0 +1,70 @@
+#pragma once
+
+// All that happens to formulas before they become bits: which passes run, in which order, and how a model of
+// what is left becomes a model of what was given.
+//
+// Tested by tests/words/simplifier_test.cpp.
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <unordered_map>
+#include <vector>
+
+#include "vell/run/limits.h"
+#include "vell/run/tunables.h"
+#include "vell/terms/cone.h"
+#include "vell/terms/termmanager.h"
+#include "vell/values/evaluator.h"
+#include "vell/words/formulas.h"
+#include "vell/words/pass.h"
+#include "vell/words/passes.h"
+
+namespace vell::words {
+
+// Every pass, in the order in which they run.
+std::span<PassRow const> passes();
+
+struct PassCounts {
+  std::uint64_t formulas = 0;  // that the pass was given
+  std::uint64_t replaced = 0;
+  double seconds = 0;
+};
+
+class Simplifier {
+ public:
+  // The references must outlive the simplifier. free_division: see PassContext.
+  Simplifier(TermManager& tm, bool free_division, Passes selected, run::Limits const& limits,
+             run::Tunables const& tunables);
+  ~Simplifier();
+
+  // Simplifies a batch, in place. Where a formula mentions a variable that was eliminated from an earlier
+  // batch, that batch's formulas are appended to `lasting`: they are to be asserted again, and the variables
+  // are no longer defined.
+  void simplify(Formulas& formulas);
+
+  // Computes the values of the eliminated variables from those of the others, until the next call.
+  void complete(values::Assignment const& model);
+  // The value that complete() found, as Assignment::read writes it; null for a variable that was not
+  // eliminated.
+  std::vector<std::uint64_t> const* completed(Term_ const* variable) const;
+
+  // By place in passes().
+  std::vector<PassCounts> const& counts() const { return counts_; }
+
+ private:
+  bool mentions_eliminated(Term_ const* formula);
+  void restore(Formulas& formulas);
+
+  TermManager& tm_;
+  bool const free_division_;
+  run::Tunables const tunables_;
+  std::vector<std::unique_ptr<Pass>> passes_;  // null where switched off
+  std::vector<PassCounts> counts_;
+  Definitions definitions_;               // of the variables that were eliminated
+  std::vector<Formula> eliminated_from_;  // the formulas that held them
+  Cone known_free_of_them_;               // terms that hold none of those variables
+  std::unordered_map<Term_ const*, std::vector<std::uint64_t>> completed_;
+};
+
+}  // namespace vell::words
