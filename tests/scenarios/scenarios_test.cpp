@@ -1,11 +1,16 @@
 // Replays every script of this folder and compares what it prints, byte for byte, with the .expected file
 // beside it.
+//
+// Most of them came with other names: origins.tsv lists these. Where the folder that they came from lies
+// beside the sources, both copies have to be equal.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -17,10 +22,11 @@ namespace {
 namespace fs = std::filesystem;
 
 fs::path const folder = fs::path(VELL_SOURCE_DIR) / "tests/scenarios";
+fs::path const origin_folder = fs::path(VELL_SOURCE_DIR) / ".." / "shared" / "scenarios";
 
-std::vector<std::string> script_names() {
+std::vector<std::string> script_names(fs::path const& where = folder) {
   std::vector<std::string> names;
-  for (auto const& entry : fs::directory_iterator(folder))
+  for (auto const& entry : fs::directory_iterator(where))
     if (entry.path().extension() == ".script") names.push_back(entry.path().stem().string());
   std::sort(names.begin(), names.end());
   return names;
@@ -30,6 +36,19 @@ std::string content(fs::path const& path) {
   std::ifstream in(path, std::ios::binary);
   EXPECT_TRUE(in.good()) << path;
   return {std::istreambuf_iterator<char>(in), {}};
+}
+
+// The rows of origins.tsv: the name here, and the name there or "-".
+std::map<std::string, std::string> origins() {
+  std::map<std::string, std::string> rows;
+  std::istringstream in(content(folder / "origins.tsv"));
+  for (std::string line; std::getline(in, line);) {
+    if (line.starts_with('#')) continue;
+    std::size_t const tab = line.find('\t');
+    EXPECT_NE(tab, std::string::npos) << line;
+    if (tab != std::string::npos) rows[line.substr(0, tab)] = line.substr(tab + 1);
+  }
+  return rows;
 }
 
 // The first line in which the two differ, with its number: a whole diff of a scenario would be thousands of
@@ -65,5 +84,28 @@ INSTANTIATE_TEST_SUITE_P(, Scenario, testing::ValuesIn(script_names()), [](auto 
   std::replace(name.begin(), name.end(), '-', '_');
   return name;
 });
+
+TEST(ScenarioOrigins, EachScenarioHasARow) {
+  std::vector<std::string> listed;
+  for (auto const& [name, origin] : origins()) listed.push_back(name);
+  EXPECT_EQ(listed, script_names());
+}
+
+TEST(ScenarioOrigins, TheCopiesAreEqual) {
+  if (!fs::is_directory(origin_folder)) {
+    std::printf("%s does not exist: nothing is compared\n", origin_folder.string().c_str());
+    return;
+  }
+  std::vector<std::string> copied;
+  for (auto const& [name, origin] : origins()) {
+    if (origin == "-") continue;
+    copied.push_back(origin);
+    for (char const* const suffix : {".script", ".expected"})
+      EXPECT_TRUE(content(folder / (name + suffix)) == content(origin_folder / (origin + suffix)))
+          << name << suffix << " differs from " << origin << suffix;
+  }
+  std::sort(copied.begin(), copied.end());
+  EXPECT_EQ(copied, script_names(origin_folder));
+}
 
 }  // namespace
