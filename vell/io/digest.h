@@ -1,5 +1,7 @@
 #pragma once
 
+// Tested by tests/io/digest_test.cpp.
+
 #include <string>
 
 namespace vell::io {

@@ -7,6 +7,8 @@
 //
 // A check can be stopped for itself: by stop_check(), or by its deadline, which the watching thread looks at.
 // What stops one check does not stop the next.
+//
+// Tested by tests/run/limits_test.cpp.
 
 #include <atomic>
 #include <chrono>

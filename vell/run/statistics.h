@@ -1,6 +1,8 @@
 #pragma once
 
 // Figures of a run. One thread writes them, any thread reads them: a progress line, a report at an interrupt.
+//
+// Tested by tests/run/statistics_test.cpp.
 
 #include <atomic>
 #include <chrono>

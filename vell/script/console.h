@@ -5,6 +5,8 @@
 // Answers go to the regular channel (stdout), whole and at once, so that a program that talks to the tool
 // through a pipe never waits for half of one. The progress line stands on stderr and is taken away before
 // anything else is written. After shut() nothing more is written, whatever the other threads do.
+//
+// Tested by tests/script/console_test.cpp.
 
 #include <cstdio>
 #include <initializer_list>

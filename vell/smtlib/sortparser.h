@@ -2,7 +2,7 @@
 
 // Sorts of a script.
 //
-// Tested by tests/smtlib/sorts_test.cpp.
+// Tested by tests/smtlib/terms_test.cpp.
 
 #include <unordered_map>
 #include <vector>

@@ -4,6 +4,8 @@
 //
 // n is the number of limbs of a word of `width` bits. Results may stand in the place of an operand where it
 // says so.
+//
+// Tested by tests/values/wideword_test.cpp.
 
 #include <gmp.h>
 
