@@ -70,7 +70,7 @@ TEST_F(DivisionArrayTest, EightGatesPerCell) {
     divide(random_word(random, n, 0), random_word(random, n, 0));
     std::vector<std::string> lines;
     for (std::string const& e : events)
-      if (e.starts_with("log ")) lines.push_back(e.substr(5, e.size() - 6));
+      if (e.starts_with(log_event(""))) lines.push_back(e.substr(log_event("").size()));
     events.clear();
     ASSERT_FALSE(lines.empty());
     EXPECT_EQ(lines[0], "word_sdiv ");
@@ -126,7 +126,7 @@ TEST_F(DivisionArrayTest, ShowsTheExtendedDividend) {
   logger.set_verbosity(4);
   divide({2, 3, 4}, {5, 6, 7});
   ASSERT_GE(events.size(), 2u);
-  EXPECT_EQ(events[1], "log \"[ F, F, 2, 1, 0 ] /s [ 5, 4, 3 ]\"");
+  EXPECT_EQ(events[1], log_event("[ F, F, 2, 1, 0 ] /s [ 5, 4, 3 ]"));
 }
 
 // The row result written over the low dividend bits hides them from the later rows: quotient and remainder

@@ -199,7 +199,7 @@ std::map<std::string, ClauseBlock> const& clause_blocks() {
         0,
         2,
         [](Lab& l) {
-          l.sink.atom = 3;
+          l.sink.every_atom = 3;
           Term_ const* x = l.tm.mk_variable("x", l.tm.bv_type(1));
           l.c.set_bits(x, &l.sink, {2});
           l.blast(l.make(SymbolTag::equal, {l.tm.mk_bv(1, 1), x}));

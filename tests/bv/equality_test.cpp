@@ -377,7 +377,7 @@ TEST_F(EqualityTest, ASecondTermCachedByTheFirstIsStillHandedOn) {
   EXPECT_TRUE(c.bit_blast_theory_eq(50, n, x, &sink));
   EXPECT_EQ(trail(), "(bvneg x) x x");
   std::size_t considered = 0;
-  for (std::string const& e : events) considered += e == "log \"considering x s:1\"";
+  for (std::string const& e : events) considered += e == log_event("considering x s:1");
   EXPECT_EQ(considered, 1u);
 }
 

@@ -192,7 +192,7 @@ TEST_F(InterfaceTest, NoneOfThemTraces) {
   c.make_bits(x, out, &sink);
   c.notify_interface_term(x, &sink);
   c.is_terminal(x);
-  for (std::string const& e : events) EXPECT_FALSE(e.starts_with("log") || e.starts_with("trace")) << e;
+  for (std::string const& e : events) EXPECT_FALSE(e.starts_with("trace")) << e;
 }
 
 // ---- notify_interface_term ----

@@ -91,7 +91,7 @@ class Conversion {
   FpFormat format_;
   TermManager tm_;
   QuietClausifier c_{&tm_, nullptr};
-  CnfSink sink_;
+  RecordingSink sink_;
   bv::BvLitList input_;
   bv::BvLitList mode_bits_;
   bv::BvLitList output_;

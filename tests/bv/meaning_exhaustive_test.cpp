@@ -200,7 +200,7 @@ TEST(MeaningCheck, NoticesAWrongValueAndAnOpenOne) {
 
 // Propagation alone finds nothing here; only search does.
 TEST(MeaningCheck, SearchesWherePropagationStops) {
-  CnfSink sink;
+  RecordingSink sink;
   bv::BvLit const a = sink.new_lit();
   bv::BvLit const b = sink.new_lit();
   for (bv::BvLit const x : {a, -a})

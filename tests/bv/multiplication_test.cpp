@@ -86,7 +86,7 @@ TEST_F(MultiplicationTest, OneAdderForEverySetBitBeyondBitZero) {
   for (Case const& k : std::vector<Case>{
            {0, 0}, {1, 0}, {2, 1}, {3, 1}, {6, 2}, {7, 2}, {13, 2}, {15, 3}, {16, 1}, {0x71, 3}}) {
     times(QNumber(k.value), {2, 3, 4, 5});
-    EXPECT_EQ(count("log \"word_add \""), k.adders) << k.value;
+    EXPECT_EQ(count(log_event("word_add ")), k.adders) << k.value;
     events.clear();
   }
 }
@@ -306,7 +306,7 @@ TEST_F(MultiplicationTest, AFirstOperandOfConstantBitsIsNoNumeral) {
   Term_ const* t = product(bv_var("x", BvLitList{F, T}), bv_var("y", BvLitList{2, 3}));
   logger.set_verbosity(3);
   c.word_mul(&sink, t);
-  EXPECT_EQ(count("log \"word mul generic product\""), 1u);
+  EXPECT_EQ(count(log_event("word mul generic product")), 1u);
   EXPECT_EQ(bits(t), (BvLitList{F, 2}));
 }
 

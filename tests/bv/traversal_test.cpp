@@ -24,10 +24,9 @@ class TraversalTest : public ClausifierTest {
   // The events that say which terms were translated, in order, as "name name".
   std::string translated() {
     std::string s;
-    std::string const prefix = "log \"calling a hook for ";
+    std::string const prefix = log_event("calling a hook for ");
     for (std::string const& e : events)
-      if (e.starts_with(prefix))
-        s += (s.empty() ? "" : " ") + e.substr(prefix.size(), e.size() - prefix.size() - 1);
+      if (e.starts_with(prefix)) s += (s.empty() ? "" : " ") + e.substr(prefix.size());
     return s;
   }
 };
@@ -107,8 +106,8 @@ TEST_F(TraversalTest, AChildThatOccursTwiceIsPushedTwice) {
   c.bit_blast(tm.mk_app(SymbolTag::bv_sub, {x, x}), &sink);
   Events considered;
   for (std::string const& e : events)
-    if (e.starts_with("log \"considering")) considered.push_back(e);
-  EXPECT_TRUE(match_lines(considered, R"-(
+    if (e.starts_with(log_event("considering"))) considered.push_back(e);
+  EXPECT_TRUE(match_events(considered, R"-(
     log "considering (bvsub x x) s:0"
     log "considering x s:0"
     log "considering x s:1"
@@ -170,18 +169,13 @@ TEST_F(TraversalTest, AnOverriddenIsCachedDecidesWhatIsTranslated) {
 }
 
 TEST_F(TraversalTest, DeepTermsNeedNoCallStack) {
-  struct NullSink : ClauseSink {
-    BvLit next = 2;
-    BvLit new_lit() override { return next++; }
-    bool atom_lit(Term_ const*, BvLit&) override { return false; }
-    void add_clause() override {}
-  } null_sink;
+  RecordingSink silent;
   // The stack of a thread is 8 MiB at most here; 400,000 levels of recursion would need more.
   BvLit literal = 0;
   std::thread([&] {
     Term_ const* t = bool_var("p");
     for (int i = 0; i < 400'000; ++i) t = raw_term(SymbolTag::bool_not, tm.bool_type, {t});
-    literal = c.bit_blast(t, &null_sink);
+    literal = c.bit_blast(t, &silent);
     c.retract_upto(t);
   }).join();
   EXPECT_EQ(literal, 2);

@@ -160,7 +160,7 @@ void MeaningCheck::decide(Counts& counts) {
   if (free_) ++counts.free_scripts;
 
   // Variables without gaps, in the order of appearance.
-  test::CnfSink sink;
+  test::RecordingSink sink;
   std::unordered_map<BvLit, BvLit> numbers;
   auto const renumber = [&](BvLitList& list) {
     for (BvLit& l : list) {
@@ -177,7 +177,7 @@ void MeaningCheck::decide(Counts& counts) {
   sink.clauses = clauses_;
   for (BvLitList& clause : sink.clauses) renumber(clause);
   test::Propagator p(sink);
-  std::vector<bool> is_input(static_cast<std::size_t>(sink.next_literal()), false);
+  std::vector<bool> is_input(static_cast<std::size_t>(sink.next), false);
   for (std::int64_t v : inputs_)
     if (auto const number = numbers.find(static_cast<BvLit>(v)); number != numbers.end())
       is_input[static_cast<std::size_t>(number->second)] = true;

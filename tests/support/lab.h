@@ -3,51 +3,20 @@
 // A clausifier over free inputs and a sink that counts, to measure encodings.
 
 #include <cstdint>
-#include <ostream>
 #include <vector>
 
+#include "tests/support/recordingsink.h"
 #include "vell/bv/wordclausifier.h"
 #include "vell/terms/termmanager.h"
 
 namespace vell::test {
 
-struct Cost {
-  std::int64_t clauses = 0;
-  std::int64_t fresh = 0;
-  std::int64_t literals = 0;
-  friend bool operator==(Cost const&, Cost const&) = default;
-};
-
-inline std::ostream& operator<<(std::ostream& out, Cost const& c) {
-  return out << c.clauses << " clauses, " << c.fresh << " fresh literals, " << c.literals << " literals";
-}
-
-class CountingSink : public bv::ClauseSink {
- public:
-  bv::BvLit new_lit() override {
-    ++cost.fresh;
-    return next++;
-  }
-  bool atom_lit(Term_ const*, bv::BvLit& out) override {
-    if (atom != 0) out = atom;
-    return atom != 0;
-  }
-  void add_clause() override {
-    ++cost.clauses;
-    cost.literals += static_cast<std::int64_t>(lits.size());
-    if (keep) clauses.push_back(lits);
-  }
-
-  Cost cost;
-  bv::BvLit next = 2;
-  bv::BvLit atom = 0;  // the literal of every atom; 0 for none
-  bool keep = false;
-  std::vector<bv::BvLitList> clauses;
-};
-
 // A clausifier over free inputs. What a measurement does before start() is not counted.
 struct Lab {
-  Lab() { c.set_logger(&logger); }
+  Lab() {
+    c.set_logger(&logger);
+    sink.keep = false;
+  }
 
   void start() { sink.cost = {}; }
   bv::BvLit free() { return sink.next++; }
@@ -100,7 +69,7 @@ struct Lab {
   TermManager tm;
   Configuration::Theory::Bv config;
   bv::WordClausifier c{&tm, &config};
-  CountingSink sink;
+  RecordingSink sink;
 };
 
 }  // namespace vell::test

@@ -61,7 +61,7 @@ class Meaning {
   TermManager tm;
   Configuration::Theory::Bv config;
   QuietClausifier c{&tm, &config};
-  CnfSink sink;
+  RecordingSink sink;
 
  private:
   Term_ const* make_operand(Operand const& o, std::vector<Term_ const*> const& earlier);

@@ -148,7 +148,7 @@ void add_operators(Measurements& m, std::vector<std::int64_t> const& all) {
   auto binary = [&](std::string const& name, SymbolTag::tag tag, bool atom = false) {
     add(name, [tag, atom](Lab& l, std::int64_t n) {
       Term_ const* t = l.make(tag, {l.variable(n), l.variable(n)});
-      if (atom) l.sink.atom = l.free();
+      if (atom) l.sink.every_atom = l.free();
       l.blast(t);
     });
   };

@@ -8,8 +8,8 @@ namespace vell::test {
 using bv::BvLit;
 using bv::BvLitList;
 
-Propagator::Propagator(CnfSink const& sink) {
-  auto const variables = static_cast<std::size_t>(sink.next_literal());
+Propagator::Propagator(RecordingSink const& sink) {
+  auto const variables = static_cast<std::size_t>(sink.next);
   values_.assign(variables, 0);
   watches_.resize(variables * 2);
   enqueue(bv::l_true);

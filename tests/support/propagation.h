@@ -8,29 +8,14 @@
 #include <span>
 #include <vector>
 
-#include "vell/terms/clausesink.h"
+#include "tests/support/recordingsink.h"
 
 namespace vell::test {
-
-// Collects clauses; variables are numbered from 2 upwards.
-class CnfSink : public bv::ClauseSink {
- public:
-  bv::BvLit new_lit() override { return next_++; }
-  bool atom_lit(Term_ const*, bv::BvLit&) override { return false; }
-  void add_clause() override { clauses.push_back(lits); }
-
-  bv::BvLit next_literal() const { return next_; }
-
-  std::vector<bv::BvLitList> clauses;
-
- private:
-  bv::BvLit next_ = 2;
-};
 
 class Propagator {
  public:
   // The clauses are copied; the literals 1 and -1 are true and false.
-  explicit Propagator(CnfSink const& sink);
+  explicit Propagator(RecordingSink const& sink);
 
   // Makes the literals true from now on, on top of what was assumed before, and propagates. False on a
   // conflict: the clauses forbid the assumptions.

@@ -4,20 +4,14 @@
 
 #include <type_traits>
 
+#include "tests/support/recordingsink.h"
 #include "tests/support/slots.h"
 
 namespace vell::bv {
 namespace {
 
-class EmptySink : public ClauseSink {
- public:
-  BvLit new_lit() override { return 2; }
-  bool atom_lit(Term_ const*, BvLit&) override { return false; }
-  void add_clause() override {}
-};
-
 TEST(ClauseSinkTest, PushAppendsInArgumentOrder) {
-  EmptySink sink;
+  test::RecordingSink sink;
   EXPECT_TRUE(sink.lits.empty());
   sink.push(2, -3);
   EXPECT_EQ(sink.lits, (BvLitList{2, -3}));
@@ -28,7 +22,7 @@ TEST(ClauseSinkTest, PushAppendsInArgumentOrder) {
 }
 
 TEST(ClauseSinkTest, PushReservesNothingInAdvance) {
-  EmptySink sink;
+  test::RecordingSink sink;
   BvLitList plain;
   for (BvLit l : {2, 3, 4}) plain.push_back(l);
   sink.push(2, 3, 4);
