@@ -263,6 +263,14 @@ TEST_F(GatesTest, ModuleOfTheTraceIsBv) {
   EXPECT_STREQ(logger.module(), "BV");
 }
 
+TEST_F(GatesTest, ATraceThatIsOffLeavesTheLoggerAsItWas) {
+  logger("other") << loglevel(1);
+  logger.set_verbosity(2);
+  c.bit_not(2);
+  EXPECT_STREQ(logger.module(), "other");
+  EXPECT_EQ(logger.level(), 1);
+}
+
 TEST_F(GatesTest, GatesAreNotVirtual) {
   EXPECT_EQ(virtual_slot(&WordClausifier::bit_not), -1);
   EXPECT_EQ(virtual_slot(&WordClausifier::bit_and), -1);

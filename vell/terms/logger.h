@@ -73,12 +73,6 @@ class VELL_API Logger {
   char const* module() const { return module_; }
   // The level set last.
   int level() const { return level_; }
-  // Begins a message: selects module and level, written or not. Whether it is written.
-  bool begin(char const* module, int level) {
-    module_ = module;
-    level_ = level;
-    return enabled(level);
-  }
 
   // Sets the level of what follows.
   Logger& operator<<(loglevel n) {
