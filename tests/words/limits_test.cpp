@@ -24,7 +24,7 @@ void run_pass(PassRow const& row, TermManager& tm, Terms const& terms, run::Limi
   tunables.unconstrained_saving = 0;
   Formulas formulas;
   formulas.first = formulas.may_define = true;
-  for (std::size_t i = 0; i < terms.size(); ++i) formulas.lasting.push_back({terms[i], i});
+  for (std::size_t i = 0; i < terms.size(); ++i) formulas.permanent.push_back({terms[i], i});
   row.make({tm, false, limits, tunables})->apply(formulas);
 }
 

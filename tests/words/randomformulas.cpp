@@ -47,7 +47,7 @@ class Generator {
       // Something made after the first check's terms, too.
       sparing_ = false;
       for (std::int64_t i = r_.between(0, 3); i > 0; --i) step();
-      if (r_.percent(50)) c.lasting.push_back(r_.percent(40) ? definition() : assertion());
+      if (r_.percent(50)) c.permanent.push_back(r_.percent(40) ? definition() : assertion());
       if (r_.percent(60)) c.passing.push_back(assertion());
     }
     return c;
@@ -425,7 +425,7 @@ class Generator {
 Case random_case(TermManager& tm, std::uint64_t seed) { return Generator(tm, seed).make(); }
 
 std::vector<std::vector<T> Case::*> const& parts_of_a_case() {
-  static std::vector<std::vector<T> Case::*> const parts{&Case::formulas, &Case::kept, &Case::lasting,
+  static std::vector<std::vector<T> Case::*> const parts{&Case::formulas, &Case::kept, &Case::permanent,
                                                          &Case::passing};
   return parts;
 }
@@ -456,8 +456,8 @@ std::string script_of(TermManager const& tm, Case const& c) {
   };
   assert_all(c.formulas);
   check(c.kept);
-  if (c.lasting.empty() && c.passing.empty()) return out;
-  assert_all(c.lasting);
+  if (c.permanent.empty() && c.passing.empty()) return out;
+  assert_all(c.permanent);
   check(c.passing);
   return out;
 }

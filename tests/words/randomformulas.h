@@ -17,7 +17,7 @@ struct Case {
   std::vector<Term_ const*> variables;  // of at most 14 bits together
   std::vector<Term_ const*> formulas;   // asserted on the first level before the first check
   std::vector<Term_ const*> kept;       // asserted above it, or assumed, by the first check
-  std::vector<Term_ const*> lasting;    // asserted on the first level after the first check
+  std::vector<Term_ const*> permanent;  // asserted on the first level after the first check
   std::vector<Term_ const*> passing;    // asserted above it, or assumed, by a later check
   bool free_division = false;
   std::uint64_t salt = 0;  // of the values of quotients by zero, with free_division

@@ -92,12 +92,12 @@ std::string Checked::pass(Pass const& pass) {
   words::Formulas formulas;
   formulas.first = !pass.retractable;
   formulas.may_define = pass.may_define;
-  (pass.retractable ? formulas.retractable : formulas.lasting) = with_origins(case_.formulas);
+  (pass.retractable ? formulas.retractable : formulas.permanent) = with_origins(case_.formulas);
   (pass.retractable ? formulas.assumed : formulas.retractable) = with_origins(case_.kept);
   pass.row->make({tm_, case_.free_division, limits_, eager()})->apply(formulas);
   Work const work{tm_,
                   case_.free_division,
-                  words::terms_of(pass.retractable ? formulas.retractable : formulas.lasting),
+                  words::terms_of(pass.retractable ? formulas.retractable : formulas.permanent),
                   words::terms_of(pass.retractable ? formulas.assumed : formulas.retractable),
                   formulas.definitions,
                   limits_};
@@ -210,12 +210,12 @@ std::string Checked::solver() {
   words::Simplifier simplifier(tm_, case_.free_division, words::Passes::all, limits_, eager());
   words::Formulas first_batch;
   first_batch.first = first_batch.may_define = true;
-  first_batch.lasting = with_origins(case_.formulas);
+  first_batch.permanent = with_origins(case_.formulas);
   first_batch.retractable = with_origins(case_.kept);
   simplifier.simplify(first_batch);
   Work const work{tm_,
                   case_.free_division,
-                  words::terms_of(first_batch.lasting),
+                  words::terms_of(first_batch.permanent),
                   words::terms_of(first_batch.retractable),
                   first_batch.definitions,
                   limits_};
@@ -232,26 +232,26 @@ std::string Checked::solver() {
 
   words::Formulas batch;
   batch.may_define = true;
-  batch.lasting = with_origins(case_.lasting);
+  batch.permanent = with_origins(case_.permanent);
   batch.retractable = with_origins(case_.passing);
   simplifier.simplify(batch);
   Terms now = work.formulas;
-  Terms lasting = words::terms_of(batch.lasting);
-  if (lasting.size() < case_.lasting.size()) return "a later formula that holds for good is lost";
-  if (lasting.size() > case_.lasting.size()) {
+  Terms permanent = words::terms_of(batch.permanent);
+  if (permanent.size() < case_.permanent.size()) return "a later formula that holds for good is lost";
+  if (permanent.size() > case_.permanent.size()) {
     // One mentions a variable that was eliminated: the formulas come back as they were.
     if (!completed) return "formulas come back that were not replaced";
     now.clear();
     completed.reset();
   }
-  now.insert(now.end(), lasting.begin(), lasting.end());
+  now.insert(now.end(), permanent.begin(), permanent.end());
   Terms const passing = words::terms_of(batch.retractable);
   TruthTable& table = completed ? *completed : table_;
   // New variables may remain in high bits that a slice leaves out: nothing depends on their values.
   for (Terms const* terms : {&std::as_const(work.formulas), &std::as_const(now), &passing})
     for (T v : variables_below_all(tm_, *terms)) assign_any(table, v);
   Terms before = case_.formulas;
-  before.insert(before.end(), case_.lasting.begin(), case_.lasting.end());
+  before.insert(before.end(), case_.permanent.begin(), case_.permanent.end());
   // Where the formulas were completed, the first ones are equal only where those that are left hold.
   Column const first = table.conjunction(work.formulas);
   Column const holds = table.conjunction(now);
@@ -269,10 +269,10 @@ std::string Checked::writer() {
   words::Simplifier simplifier(tm_, case_.free_division, words::Passes::all, limits_, eager());
   words::Formulas formulas;
   formulas.first = true;
-  formulas.lasting = with_origins(case_.formulas);
+  formulas.permanent = with_origins(case_.formulas);
   formulas.retractable = with_origins(case_.kept);
   simplifier.simplify(formulas);
-  return outcome({tm_, case_.free_division, words::terms_of(formulas.lasting),
+  return outcome({tm_, case_.free_division, words::terms_of(formulas.permanent),
                   words::terms_of(formulas.retractable), formulas.definitions, limits_},
                  Guarantee::together);
 }

@@ -46,11 +46,11 @@ TEST_F(SimplifierTest, EliminatesAndCompletes) {
   Simplifier simplifier(tm, false, Passes::all, limits, tunables);
   Formulas batch;
   batch.first = batch.may_define = true;
-  batch.lasting.push_back({with_unconstrained_x(), 3});
+  batch.permanent.push_back({with_unconstrained_x(), 3});
   simplifier.simplify(batch);
-  ASSERT_EQ(1u, batch.lasting.size());
-  EXPECT_EQ(3u, batch.lasting[0].origin);
-  EXPECT_EQ(0u, batch.lasting[0].term->symbol->arity);  // the equation is a free Boolean
+  ASSERT_EQ(1u, batch.permanent.size());
+  EXPECT_EQ(3u, batch.permanent[0].origin);
+  EXPECT_EQ(0u, batch.permanent[0].term->symbol->arity);  // the equation is a free Boolean
   simplifier.complete(Zeros());
   ASSERT_NE(nullptr, simplifier.completed(x));
   EXPECT_NE(5u, (*simplifier.completed(x))[0]);  // a * a is zero, and the free Boolean is false
@@ -63,9 +63,9 @@ TEST_F(SimplifierTest, OnlyEquivalenceKeepsTheVariables) {
   Formulas batch;
   batch.first = true;
   Term_ const* formula = with_unconstrained_x();
-  batch.lasting.push_back({formula, 0});
+  batch.permanent.push_back({formula, 0});
   simplifier.simplify(batch);
-  EXPECT_EQ(formula, batch.lasting[0].term);
+  EXPECT_EQ(formula, batch.permanent[0].term);
   EXPECT_EQ(0u, simplifier.counts()[place("unconstrained")].formulas);
 }
 
@@ -75,9 +75,9 @@ TEST_F(SimplifierTest, SwitchedOffAPassIsNotRun) {
     Formulas batch;
     batch.first = batch.may_define = true;
     Term_ const* formula = with_unconstrained_x();
-    batch.lasting.push_back({formula, 0});
+    batch.permanent.push_back({formula, 0});
     simplifier.simplify(batch);
-    EXPECT_EQ(formula, batch.lasting[0].term) << text;
+    EXPECT_EQ(formula, batch.permanent[0].term) << text;
   }
 }
 
@@ -86,9 +86,9 @@ TEST_F(SimplifierTest, FreeDivisionKeepsTheVariables) {
   Formulas batch;
   batch.first = batch.may_define = true;
   Term_ const* formula = with_unconstrained_x();
-  batch.lasting.push_back({formula, 0});
+  batch.permanent.push_back({formula, 0});
   simplifier.simplify(batch);
-  EXPECT_EQ(formula, batch.lasting[0].term);
+  EXPECT_EQ(formula, batch.permanent[0].term);
 }
 
 TEST_F(SimplifierTest, ALaterFormulaBringsTheFormulasBack) {
@@ -97,14 +97,14 @@ TEST_F(SimplifierTest, ALaterFormulaBringsTheFormulasBack) {
     Formulas batch;
     batch.first = batch.may_define = true;
     Term_ const* formula = with_unconstrained_x();
-    batch.lasting.push_back({formula, 0});
+    batch.permanent.push_back({formula, 0});
     simplifier.simplify(batch);
 
     Formulas unrelated;
     unrelated.may_define = true;
     unrelated.retractable.push_back({app(Tag::equal, {word("c", 8), number(1, 8)}), 1});
     simplifier.simplify(unrelated);
-    EXPECT_TRUE(unrelated.lasting.empty());
+    EXPECT_TRUE(unrelated.permanent.empty());
     simplifier.complete(Zeros());
     EXPECT_NE(nullptr, simplifier.completed(x));
 
@@ -112,9 +112,9 @@ TEST_F(SimplifierTest, ALaterFormulaBringsTheFormulasBack) {
     about_x.may_define = true;
     (assumed ? about_x.assumed : about_x.retractable).push_back({app(Tag::equal, {x, number(1, 8)}), 2});
     simplifier.simplify(about_x);
-    ASSERT_EQ(1u, about_x.lasting.size());
-    EXPECT_EQ(formula, about_x.lasting[0].term);
-    EXPECT_EQ(0u, about_x.lasting[0].origin);
+    ASSERT_EQ(1u, about_x.permanent.size());
+    EXPECT_EQ(formula, about_x.permanent[0].term);
+    EXPECT_EQ(0u, about_x.permanent[0].origin);
     simplifier.complete(Zeros());
     EXPECT_EQ(nullptr, simplifier.completed(x));
   }
@@ -131,12 +131,12 @@ TEST_F(SimplifierTest, OriginsSurviveALinearSystem) {
   Simplifier simplifier(tm, false, Passes::all, limits, tunables);
   Formulas batch;
   batch.first = true;
-  batch.lasting = {{p, 10}, {row(3, 5, 7, 11), 11}, {row(5, 3, 11, 13), 12}, {row(7, 11, 13, 17), 13}};
+  batch.permanent = {{p, 10}, {row(3, 5, 7, 11), 11}, {row(5, 3, 11, 13), 12}, {row(7, 11, 13, 17), 13}};
   simplifier.simplify(batch);
   ASSERT_GT(simplifier.counts()[place("equations")].replaced, 0u);
-  EXPECT_EQ(p, batch.lasting[0].term);
-  EXPECT_EQ(10u, batch.lasting[0].origin);
-  for (std::size_t i = 1; i < batch.lasting.size(); ++i) EXPECT_EQ(11u, batch.lasting[i].origin);
+  EXPECT_EQ(p, batch.permanent[0].term);
+  EXPECT_EQ(10u, batch.permanent[0].origin);
+  for (std::size_t i = 1; i < batch.permanent.size(); ++i) EXPECT_EQ(11u, batch.permanent[i].origin);
 }
 
 TEST_F(SimplifierTest, EveryPassHasANameOfItsOwn) {

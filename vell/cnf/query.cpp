@@ -46,17 +46,17 @@ class PassesOfScript {
 };
 
 // As the embedded solver does before a first check, so that it is given the clauses of the file. The first
-// `lasting` formulas are those of the first level, the next `retractable` ones those of the levels above;
+// `permanent` formulas are those of the first level, the next `retractable` ones those of the levels above;
 // assumptions follow.
-void simplify(CnfOptions const& options, TermManager& tm, std::size_t lasting, std::size_t retractable,
+void simplify(CnfOptions const& options, TermManager& tm, std::size_t permanent, std::size_t retractable,
               run::Limits const& limits, Query& query) {
   words::Formulas formulas;
   formulas.first = true;
   for (std::size_t i = 0; i < query.formulas.size(); ++i) {
-    bool const above = i >= lasting;
-    std::vector<words::Formula>& part = !above                      ? formulas.lasting
-                                        : i < lasting + retractable ? formulas.retractable
-                                                                    : formulas.assumed;
+    bool const above = i >= permanent;
+    std::vector<words::Formula>& part = !above                        ? formulas.permanent
+                                        : i < permanent + retractable ? formulas.retractable
+                                                                      : formulas.assumed;
     part.push_back({query.formulas[i], i});
   }
   words::Simplifier simplifier(tm, options.free_division, query.passes, limits, options.tunables);
@@ -110,8 +110,8 @@ Query read_query(CnfOptions const& options, TermManager& tm, run::Limits const& 
       query.formulas.push_back(t);
       query.positions.push_back(command.position);
     }
-  std::size_t const lasting = state.levels() == 0 ? state.assertions().size() : state.level_start(1);
-  simplify(options, tm, lasting, state.assertions().size() - lasting, limits, query);
+  std::size_t const permanent = state.levels() == 0 ? state.assertions().size() : state.level_start(1);
+  simplify(options, tm, permanent, state.assertions().size() - permanent, limits, query);
   auto const asked_for = [&](char const* name) { return fnmatch(options.symbols.c_str(), name, 0) == 0; };
   for (Term_ const* c : state.declared())
     if (asked_for(c->symbol->name)) query.constants.push_back(c);

@@ -21,7 +21,7 @@ int make_file(std::string& name);
 // errno set where it cannot be made. Folders of that prefix whose processes were killed are removed first.
 // Throws std::bad_alloc.
 bool make_folder(std::string const& base, std::string const& prefix, std::string& name);
-// Gives a file that make_file() made its lasting name; false with errno set when that fails.
+// Gives a file that make_file() made its final name; false with errno set when that fails.
 bool keep_file(std::string const& name, std::string const& as);
 // Remove and forget it, a folder with everything in it.
 void remove_file(std::string const& name);

@@ -59,8 +59,8 @@ words::Formulas IncrementalSolver::fresh_formulas(ScriptState const& state,
   fresh.first = !named_selectors && selectors_.empty();
   fresh.may_define = !proof_;
   for (std::size_t i = selectors_.size(); i < assertions.size(); ++i) {
-    bool const lasting = i < first_level && !named_selectors;
-    (lasting ? fresh.lasting : fresh.retractable).push_back({assertions[i].term, i});
+    bool const permanent = i < first_level && !named_selectors;
+    (permanent ? fresh.permanent : fresh.retractable).push_back({assertions[i].term, i});
   }
   for (std::size_t i = 0; i < assumptions.size(); ++i) fresh.assumed.push_back({assumptions[i], i});
   return fresh;
@@ -71,11 +71,11 @@ void IncrementalSolver::encode(ScriptState const& state, std::vector<Term_ const
   std::vector<Assertion> const& assertions = state.assertions();
   activations_.resize(state.levels(), bv::l_undef);
   words::Formulas fresh = fresh_formulas(state, assumptions, named_selectors);
-  std::size_t const lasting_end = selectors_.size() + fresh.lasting.size();
+  std::size_t const permanent_end = selectors_.size() + fresh.permanent.size();
   simplifier_.simplify(fresh);
   if (last_pass_) last_pass_(tm_, fresh);
-  for (words::Formula const& f : fresh.lasting) solver_->add_clause({encode_formula(f.term)});
-  selectors_.resize(lasting_end, bv::l_undef);
+  for (words::Formula const& f : fresh.permanent) solver_->add_clause({encode_formula(f.term)});
+  selectors_.resize(permanent_end, bv::l_undef);
   std::uint64_t level = 0;
   for (words::Formula const& f : fresh.retractable) {
     std::size_t const i = f.origin;

@@ -19,12 +19,12 @@ struct Formula {
 
 // One batch: what was asserted or assumed since the batch before.
 struct Formulas {
-  std::vector<Formula> lasting;      // hold for good; a pass may add, drop and combine them
+  std::vector<Formula> permanent;    // hold for good; a pass may add, drop and combine them
   std::vector<Formula> retractable;  // hold until a level is popped; replaced one by one, in their order
   std::vector<Formula> assumed;      // hold for one check; replaced one by one, in their order
   // No formula of an earlier batch still stands. Only then may a pass drop what later formulas could need.
   bool first = false;
-  // Whether variables may be eliminated; if not, every pass keeps `lasting` equivalent.
+  // Whether variables may be eliminated; if not, every pass keeps `permanent` equivalent.
   bool may_define = false;
   // Of the variables that were eliminated from this batch.
   Definitions definitions;
@@ -32,7 +32,7 @@ struct Formulas {
   // Calls f with every formula: those that hold for good first.
   template <typename F>
   void each(F f) {
-    for (std::vector<Formula>* part : {&lasting, &retractable, &assumed})
+    for (std::vector<Formula>* part : {&permanent, &retractable, &assumed})
       for (Formula& formula : *part) f(formula);
   }
 };

@@ -255,9 +255,9 @@ class LinearEquations : public Pass {
   explicit LinearEquations(PassContext const& context) : context_(context) {}
 
   std::uint64_t apply(Formulas& formulas) override {
-    std::vector<Term_ const*> terms = terms_of(formulas.lasting);
+    std::vector<Term_ const*> terms = terms_of(formulas.permanent);
     std::vector<std::size_t> origins;
-    for (Formula const& f : formulas.lasting) origins.push_back(f.origin);
+    for (Formula const& f : formulas.permanent) origins.push_back(f.origin);
     std::vector<Term_ const*> kept = terms_of(formulas.retractable);
     for (Formula const& f : formulas.assumed) kept.push_back(f.term);
     std::size_t const before = terms.size();
@@ -265,8 +265,8 @@ class LinearEquations : public Pass {
                                 formulas.may_define ? &formulas.definitions : nullptr, context_.limits,
                                 &origins, context_.tunables))
       return 0;
-    formulas.lasting.clear();
-    for (std::size_t i = 0; i < terms.size(); ++i) formulas.lasting.push_back({terms[i], origins[i]});
+    formulas.permanent.clear();
+    for (std::size_t i = 0; i < terms.size(); ++i) formulas.permanent.push_back({terms[i], origins[i]});
     return before;
   }
 

@@ -13,13 +13,12 @@
 namespace vell::words {
 
 enum class Guarantee : std::uint8_t {
-  // Each formula is replaced by one that is equivalent under the lasting formulas, or the lasting formulas by
-  // others
-  // with the same models. With Formulas::may_define the pass may also move a lasting formula to the
-  // definitions.
+  // Each formula is replaced by one that is equivalent under the permanent formulas, or the permanent
+  // formulas by others with the same models. With Formulas::may_define the pass may also move a permanent
+  // formula to the definitions.
   equivalent,
-  // The lasting formulas stay satisfiable or not; a model, completed by the definitions, is a model of those
-  // before.
+  // The permanent formulas stay satisfiable or not; a model, completed by the definitions, is a model of
+  // those before.
   equisatisfiable
 };
 

@@ -233,7 +233,7 @@ class SharedProductsPass : public Pass {
 
   std::uint64_t apply(Formulas& formulas) override {
     std::uint64_t const before = products_.shared();
-    for (std::vector<Formula>* part : {&formulas.lasting, &formulas.retractable, &formulas.assumed}) {
+    for (std::vector<Formula>* part : {&formulas.permanent, &formulas.retractable, &formulas.assumed}) {
       std::vector<Term_ const*> terms = terms_of(*part);
       products_.share(terms);
       for (std::size_t i = 0; i < terms.size(); ++i) (*part)[i].term = terms[i];

@@ -58,13 +58,13 @@ void Simplifier::simplify(Formulas& formulas) {
         (formulas.may_define || rows[i].guarantee == Guarantee::equivalent)) {
       Clock::time_point const start = Clock::now();
       PassCounts& counts = counts_[i];
-      counts.formulas += formulas.lasting.size() + formulas.retractable.size() + formulas.assumed.size();
+      counts.formulas += formulas.permanent.size() + formulas.retractable.size() + formulas.assumed.size();
       counts.replaced += passes_[i]->apply(formulas);
       counts.seconds += std::chrono::duration<double>(Clock::now() - start).count();
     }
     // What identities decide may no longer mention a variable; what comes after them may be undone.
     if (i != identities) continue;
-    given = formulas.lasting;
+    given = formulas.permanent;
     if (!formulas.first) restore(formulas);
   }
   if (formulas.definitions.empty()) return;
@@ -89,7 +89,7 @@ void Simplifier::restore(Formulas& formulas) {
   if (!mentioned) return;
   definitions_.clear();
   completed_.clear();
-  formulas.lasting.insert(formulas.lasting.begin(), eliminated_from_.begin(), eliminated_from_.end());
+  formulas.permanent.insert(formulas.permanent.begin(), eliminated_from_.begin(), eliminated_from_.end());
   eliminated_from_.clear();
 }
 

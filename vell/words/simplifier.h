@@ -39,8 +39,8 @@ class Simplifier {
   ~Simplifier();
 
   // Simplifies a batch, in place. Where a formula mentions a variable that was eliminated from an earlier
-  // batch, that batch's formulas are appended to `lasting`: they are to be asserted again, and the variables
-  // are no longer defined.
+  // batch, that batch's formulas are appended to `permanent`: they are to be asserted again, and the
+  // variables are no longer defined.
   void simplify(Formulas& formulas);
 
   // Computes the values of the eliminated variables from those of the others, until the next call.

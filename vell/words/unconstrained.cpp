@@ -278,14 +278,14 @@ class Unconstrained : public Pass {
   explicit Unconstrained(PassContext const& context) : context_(context) {}
 
   std::uint64_t apply(Formulas& formulas) override {
-    std::vector<Term_ const*> terms = terms_of(formulas.lasting);
+    std::vector<Term_ const*> terms = terms_of(formulas.permanent);
     std::vector<Term_ const*> kept = terms_of(formulas.retractable);
     for (Formula const& f : formulas.assumed) kept.push_back(f.term);
     std::size_t const before = formulas.definitions.size();
     if (!eliminate_unconstrained(context_.tm, terms, kept, context_.tunables.unconstrained_saving,
                                  formulas.definitions, context_.limits))
       return 0;
-    for (std::size_t i = 0; i < terms.size(); ++i) formulas.lasting[i].term = terms[i];
+    for (std::size_t i = 0; i < terms.size(); ++i) formulas.permanent[i].term = terms[i];
     return formulas.definitions.size() - before;
   }
 

@@ -253,7 +253,7 @@ class IdentitiesPass : public Pass {
 
   std::uint64_t apply(Formulas& formulas) override {
     std::uint64_t const before = identities_.decided();
-    for (Formula const& f : formulas.lasting) identities_.assume(f.term);
+    for (Formula const& f : formulas.permanent) identities_.assume(f.term);
     formulas.each([this](Formula& f) { f.term = identities_.decide(f.term); });
     return identities_.decided() - before;
   }
