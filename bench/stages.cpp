@@ -32,7 +32,8 @@
 #include <cadical.hpp>
 
 #include "vell/io/source.h"
-#include "vell/sinks/cadicalsink.h"
+#include "vell/sat/cadicalsolver.h"
+#include "vell/sinks/solversink.h"
 #include "vell/smtlib/reader.h"
 #endif
 
@@ -174,7 +175,7 @@ class SolverLiterals : public bv::ClauseSink {
   bv::BvLit new_lit() override { return next_++; }
   bool atom_lit(Term_ const*, bv::BvLit&) override { return false; }
   void add_clause() override {
-    for (bv::BvLit l : lits) literals.push_back(l > 0 ? l - 1 : l + 1);
+    for (bv::BvLit l : lits) literals.push_back(sinks::solver_literal(l));
     literals.push_back(0);
     ++clauses;
   }
@@ -208,7 +209,7 @@ void solving() {
                        for (int l : prepared.literals) solver.add(l);
                      }));
     }
-    sinks::CadicalSink sink;
+    sinks::SolverSink sink(std::make_unique<sat::CadicalSolver>());
     return timed([&] { clausify(sink); });
   });
   print("gates into the embedded solver", "clause", all, count);

@@ -11,8 +11,8 @@ install(TARGETS vell EXPORT vell
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
-# Headers. The sources include some that no caller needs; the CaDiCaL sink belongs to the command line.
-set(VELL_INTERNAL_HEADERS terms/theorybuilders.h bv/emit.h bv/gates.h bv/poollist.h bv/trace.h sinks/cadicalsink.h)
+# Headers. The sources include some that no caller needs.
+set(VELL_INTERNAL_HEADERS terms/theorybuilders.h bv/emit.h bv/gates.h bv/poollist.h bv/trace.h)
 foreach(layer utils terms bv sinks)
   file(GLOB headers CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/vell ${PROJECT_SOURCE_DIR}/vell/${layer}/*.h)
   list(REMOVE_ITEM headers ${VELL_INTERNAL_HEADERS})

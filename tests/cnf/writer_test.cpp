@@ -9,7 +9,8 @@
 #include "tests/support/markdown.h"
 #include "tests/support/scratch.h"
 #include "vell/io/error.h"
-#include "vell/sinks/cadicalsink.h"
+#include "vell/sat/cadicalsolver.h"
+#include "vell/sinks/solversink.h"
 #include "vell/terms/exception.h"
 
 namespace vell::cnf {
@@ -58,13 +59,13 @@ Cnf written(CnfOptions options, std::string const& text = script) {
 }
 
 bool satisfiable(Cnf const& cnf) {
-  sinks::CadicalSink sink;
+  sinks::SolverSink sink(std::make_unique<sat::CadicalSolver>());
   for (auto const& c : cnf.list) {
     sink.lits.clear();
     for (int n : c) sink.lits.push_back(n > 0 ? n + 1 : n - 1);
     sink.add_clause();
   }
-  return sink.solve() == sinks::CadicalSink::Answer::sat;
+  return sink.solve() == sinks::Answer::sat;
 }
 
 TEST(CnfWriter, HeaderCountsAndMapLines) {

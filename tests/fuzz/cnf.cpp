@@ -6,7 +6,8 @@
 #include "tests/fuzz/fuzz.h"
 #include "vell/cnf/decoder.h"
 #include "vell/cnf/writer.h"
-#include "vell/sinks/cadicalsink.h"
+#include "vell/sat/cadicalsolver.h"
+#include "vell/sinks/solversink.h"
 #include "vell/terms/exception.h"
 
 namespace vell::fuzz {
@@ -14,7 +15,7 @@ namespace {
 
 // The solver's lines for the file.
 std::string solve(std::string const& cnf) {
-  sinks::CadicalSink sink;
+  sinks::SolverSink sink(std::make_unique<sat::CadicalSolver>());
   long variables = 0;
   std::istringstream in(cnf);
   for (std::string line; std::getline(in, line);) {
@@ -33,9 +34,9 @@ std::string solve(std::string const& cnf) {
   sink.set_terminate(
       [start] { return std::chrono::steady_clock::now() - start > std::chrono::milliseconds(500); });
   switch (sink.solve({})) {
-    case sinks::CadicalSink::Answer::unsat: return "s UNSATISFIABLE\n";
-    case sinks::CadicalSink::Answer::unknown: return "s UNKNOWN\n";
-    case sinks::CadicalSink::Answer::sat: break;
+    case sinks::Answer::unsat: return "s UNSATISFIABLE\n";
+    case sinks::Answer::unknown: return "s UNKNOWN\n";
+    case sinks::Answer::sat: break;
   }
   std::string out = "s SATISFIABLE\nv";
   for (long v = 1; v <= variables; ++v)

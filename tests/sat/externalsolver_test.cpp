@@ -10,21 +10,22 @@
 #include <string>
 
 #include "tests/support/scratch.h"
-#include "vell/sat/satsolver.h"
+#include "vell/sat/solvers.h"
+#include "vell/sinks/solversink.h"
 
 namespace vell::sat {
 namespace {
 
-using Answer = SatSolver::Answer;
 using bv::BvLit;
+using sinks::Answer;
 
 class ExternalSolverTest : public testing::Test {
  protected:
   ExternalSolverTest() { setenv("TMPDIR", temporary.file("").c_str(), 1); }
   ~ExternalSolverTest() override { unsetenv("TMPDIR"); }
 
-  std::unique_ptr<SatSolver> solver(std::string const& command) {
-    return make_external_solver(limits, command);
+  std::unique_ptr<sinks::SolverSink> solver(std::string const& command) {
+    return std::make_unique<sinks::SolverSink>(make_external_solver(limits, command));
   }
   // Keeps what it is given, and prints the text.
   std::string keep_and_say(std::string const& text) {
@@ -44,7 +45,7 @@ TEST_F(ExternalSolverTest, EveryClauseOnceAndInOrder) {
   BvLit last = 0;
   auto const add = [&](int n) {
     for (int i = 0; i < n; ++i) {
-      BvLit const l = s->sink().new_lit();
+      BvLit const l = s->new_lit();
       BvLit const other = last == 0 ? l : last;
       s->add_clause(i % 3 == 0 ? std::initializer_list<BvLit>{-l} : std::initializer_list<BvLit>{l, -other});
       // The first literal, 2, is variable 1.
@@ -66,9 +67,9 @@ TEST_F(ExternalSolverTest, EveryClauseOnceAndInOrder) {
 
 TEST_F(ExternalSolverTest, TheModelIsTheProgramsOwn) {
   auto s = solver(keep_and_say("s SATISFIABLE\\nv 1 -2\\nv 3 0\\n"));
-  BvLit const a = s->sink().new_lit();
-  BvLit const b = s->sink().new_lit();
-  BvLit const c = s->sink().new_lit();
+  BvLit const a = s->new_lit();
+  BvLit const b = s->new_lit();
+  BvLit const c = s->new_lit();
   s->add_clause({a, b, c});
   ASSERT_EQ(Answer::sat, s->solve({}));
   EXPECT_TRUE(s->value(a));
@@ -79,11 +80,21 @@ TEST_F(ExternalSolverTest, TheModelIsTheProgramsOwn) {
 
 TEST_F(ExternalSolverTest, StoppedItWritesNoFile) {
   auto s = solver(keep_and_say("s UNSATISFIABLE\\n"));
-  s->add_clause({s->sink().new_lit()});
+  s->add_clause({s->new_lit()});
   limits.stop(run::StopReason::interrupted);
   EXPECT_THROW(s->solve({}), run::Stopped);
   EXPECT_EQ(0u, temporary.files());
   EXPECT_EQ(0u, kept.files());
+}
+
+TEST_F(ExternalSolverTest, TheTerminationTestEndsTheProgram) {
+  auto s = solver("sleep 100; cat {cnf}");
+  int asked = 0;
+  s->set_terminate([&asked] { return ++asked >= 3; });
+  s->add_clause({s->new_lit()});
+  EXPECT_FALSE(s->counts_conflicts());
+  EXPECT_EQ(Answer::unknown, s->solve());
+  EXPECT_GE(asked, 3);
 }
 
 }  // namespace

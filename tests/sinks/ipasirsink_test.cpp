@@ -19,7 +19,6 @@
 namespace vell::sinks {
 namespace {
 
-using Answer = IpasirSink::Answer;
 using bv::BvLit;
 using bv::BvLitList;
 

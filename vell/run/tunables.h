@@ -24,10 +24,16 @@ namespace vell::run {
       "definitions that identities unfold; checking for cycles is costly")                                  \
   row(identity_unfolded, 2'000, 0, 1'000'000'000,                                                           \
       "terms visited in one check for a cycle of definitions")                                              \
+  row(long_search, 30'000, 0, 1'000'000'000'000,                                                            \
+      "conflicts after which a search is swept for equal signals, and a second one joins it")               \
   row(polynomial_terms, 600, 1, 1'000'000,                                                                  \
       "monomials of a polynomial; a larger one is an atom")                                                 \
   row(polynomial_degree, 24, 1, 1'000,                                                                      \
       "degree of a polynomial; a higher one is an atom")                                                    \
+  row(portfolio_conflicts, 50'000, 1, 1'000'000'000,                                                        \
+      "conflicts of each attempt of a second search; twice as many in each later round")                    \
+  row(portfolio_literals, 16'000'000, 0, 1'000'000'000'000,                                                 \
+      "literals of the clauses; a larger formula, which takes a gigabyte, is not searched twice")           \
   row(product_group, 64, 1, 1'000'000,                                                                      \
       "products of the same roots that are compared with each other")                                       \
   row(sweep_circuits, 1'000'000, 0, 1'000'000'000'000,                                                      \

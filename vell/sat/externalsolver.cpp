@@ -19,16 +19,19 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <new>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "vell/io/outputfile.h"
 #include "vell/io/solution.h"
 #include "vell/run/cleanup.h"
-#include "vell/sat/satsolver.h"
+#include "vell/sat/solvers.h"
 #include "vell/sinks/dimacssink.h"
 #include "vell/terms/exception.h"
 
@@ -37,8 +40,6 @@ extern char** environ;
 namespace vell::sat {
 
 namespace {
-
-constexpr auto form = sinks::DimacsSink::Form::clean;
 
 // A directory of its own for the solver's input, removed with everything in it.
 class SolverFiles {
@@ -171,32 +172,17 @@ struct Text : ByteOutput {
   std::vector<std::string> pieces;
 };
 
-class ClauseText : public sinks::DimacsSink {
- public:
-  explicit ClauseText(ByteOutput& out) : DimacsSink(out, form) {}
-  bv::BvLit new_lit() override {
-    ++fresh;
-    return DimacsSink::new_lit();
-  }
-  void add_clause() override {
-    literals += lits.size();
-    DimacsSink::add_clause();
-  }
-  std::uint64_t fresh = 0;
-  std::uint64_t literals = 0;
-};
-
-class ExternalSolver : public SatSolver {
+class ExternalSolver : public sinks::SatSolver {
  public:
   ExternalSolver(run::Limits const& limits, std::string const& command)
-      : limits_(limits), command_(command), sink_(clauses_) {}
+      : limits_(limits), command_(command), writer_(clauses_, sinks::Form::raw) {}
 
-  bv::ClauseSink& sink() override { return sink_; }
+  void add(std::span<std::int32_t const> clause) override { write(writer_, clause); }
+  void set_variables(std::int32_t last) override { variables_ = last; }
+  void set_terminate(std::function<bool()> terminate) override { terminate_ = std::move(terminate); }
 
-  Answer solve(std::vector<bv::BvLit> const& assumptions, WhenLong const&) override {
-    solution_ = io::Solution(static_cast<std::int64_t>(sinks::DimacsSink::variables(sink_.fresh, form)));
-    if (std::find(assumptions.begin(), assumptions.end(), bv::l_false) != assumptions.end())
-      return Answer::unsat;
+  sinks::Answer solve(std::span<std::int32_t const> assumptions, sinks::Effort const&) override {
+    solution_ = io::Solution(variables_);
     SolverFiles const place;
     write_cnf(place.cnf(), assumptions);
     std::string command = command_;
@@ -206,46 +192,42 @@ class ExternalSolver : public SatSolver {
       i += path.size();
     }
     run(command);
-    if (limits_.stopped()) return Answer::unknown;
+    if (ended()) return sinks::Answer::unknown;
     switch (solution_.status()) {
       case io::Solution::Status::sat:
         if (!solution_.complete()) throw Exception("--solver: the values are not ended by 0");
-        return Answer::sat;
-      case io::Solution::Status::unsat: return Answer::unsat;
-      case io::Solution::Status::unknown: return Answer::unknown;
+        return sinks::Answer::sat;
+      case io::Solution::Status::unsat: return sinks::Answer::unsat;
+      case io::Solution::Status::unknown: return sinks::Answer::unknown;
       case io::Solution::Status::none: break;
     }
     throw Exception("--solver: the command printed no answer (s line)");
   }
 
-  bool value(bv::BvLit literal) override {
-    if (bv::is_constant(literal)) return literal == bv::l_true;
-    bv::BvLit const variable = sinks::DimacsSink::variable(std::abs(literal), form);
-    return solution_.value(variable) == (literal > 0);
-  }
-  bool failed(bv::BvLit assumption) override { return assumption != bv::l_true; }
-  void report(run::Statistics& s) const override {
-    s.fresh_literals = sink_.fresh;
-    s.clauses = sink_.written_clauses();
-    s.literals = sink_.literals;
-  }
+  bool value(std::int32_t variable) override { return solution_.value(variable); }
+  // The program does not tell.
+  bool failed(std::int32_t) override { return true; }
 
  private:
-  void write_cnf(std::string const& path, std::vector<bv::BvLit> const& assumptions) {
-    sink_.flush();
-    auto const units =
-        std::count_if(assumptions.begin(), assumptions.end(), [](bv::BvLit l) { return l != bv::l_true; });
+  bool ended() const { return limits_.stopped() || (terminate_ && terminate_()); }
+
+  // Literals of a solver are those of a raw file.
+  static void write(sinks::DimacsSink& out, std::span<std::int32_t const> clause) {
+    out.lits.assign(clause.begin(), clause.end());
+    out.add_clause();
+  }
+
+  void write_cnf(std::string const& path, std::span<std::int32_t const> assumptions) {
+    writer_.flush();
     io::OutputFile file(path);
-    sinks::DimacsSink out(file, form);
-    out.header(sink_.fresh, sink_.written_clauses() + static_cast<std::uint64_t>(units));
+    sinks::DimacsSink out(file, sinks::Form::raw);
+    out.text("p cnf " + std::to_string(variables_) + " " +
+             std::to_string(writer_.written_clauses() + assumptions.size()) + "\n");
     for (std::string const& piece : clauses_.pieces) {
       limits_.check();
       out.text(piece);
     }
-    for (bv::BvLit l : assumptions) {
-      out.lits.assign(1, l);
-      out.add_clause();
-    }
+    for (std::int32_t const& a : assumptions) write(out, {&a, 1});
     out.flush();
     file.commit();
   }
@@ -256,7 +238,7 @@ class ExternalSolver : public SatSolver {
     Child child(command, out, life);
     std::string problem;
     bool open = true;
-    while (open && !limits_.stopped() && problem.empty()) {
+    while (open && !ended() && problem.empty()) {
       pollfd waiting{out.reading(), POLLIN, 0};
       if (poll(&waiting, 1, 20) <= 0) continue;
       char bytes[65536];
@@ -279,14 +261,17 @@ class ExternalSolver : public SatSolver {
 
   run::Limits const& limits_;
   std::string command_;
+  std::function<bool()> terminate_;
+  std::int32_t variables_ = 0;
   Text clauses_;
-  ClauseText sink_;
+  sinks::DimacsSink writer_;
   io::Solution solution_;
 };
 
 }  // namespace
 
-std::unique_ptr<SatSolver> make_external_solver(run::Limits const& limits, std::string const& command) {
+std::unique_ptr<sinks::SatSolver> make_external_solver(run::Limits const& limits,
+                                                       std::string const& command) {
   return std::make_unique<ExternalSolver>(limits, command);
 }
 

@@ -1,51 +1,99 @@
 #pragma once
 
-// A second search over the clauses of a solver that has been at it for a while.
+// A solver that is helped, when its search takes long, by a second search over the same clauses.
 //
 // Tested by tests/sat/portfolio_test.cpp.
 
 #include <atomic>
+#include <cstdint>
+#include <functional>
 #include <memory>
+#include <span>
 #include <thread>
 #include <vector>
 
 #include "vell/run/limits.h"
-#include "vell/sat/satsolver.h"
-#include "vell/sinks/cadicalsink.h"
+#include "vell/run/tunables.h"
+#include "vell/sat/cadicalsolver.h"
+#include "vell/sinks/satsolver.h"
 
 namespace vell::sat {
 
-class Portfolio {
+// A search by CaDiCaL on a thread of its own.
+class SecondSearch {
  public:
-  // Starts searching on a thread of its own. clauses: literals as the clausifier makes them, 0 after each
-  // clause; it and limits must outlive this.
-  Portfolio(std::vector<bv::BvLit> const& clauses, std::vector<bv::BvLit> assumptions, int seed,
-            run::Limits const& limits);
+  // Starts searching. clauses: 0 after each clause; conflicts: of each attempt of the first round. clauses
+  // and limits must outlive this. Throws std::system_error where no thread can be had.
+  SecondSearch(std::vector<std::int32_t> const& clauses, std::vector<std::int32_t> assumptions, int seed,
+               std::uint64_t conflicts, run::Limits const& limits);
   // Ends the search.
-  ~Portfolio();
-  Portfolio(Portfolio const&) = delete;
-  Portfolio& operator=(Portfolio const&) = delete;
+  ~SecondSearch();
+  SecondSearch(SecondSearch const&) = delete;
+  SecondSearch& operator=(SecondSearch const&) = delete;
 
   // Whether there is an answer.
   bool done() const { return done_.load(std::memory_order_acquire); }
   // Once it is done: sat or unsat, with the values or failed assumptions in result().
-  SatSolver::Answer answer() const { return answer_; }
-  sinks::CadicalSink& result() { return *solver_; }
+  sinks::Answer answer() const { return answer_; }
+  CadicalSolver& result() { return *solver_; }
 
  private:
   void run();
-  bool attempt(sinks::CadicalSink::Search how, int seed, int conflicts);
+  bool attempt(CadicalSolver::Search how, int seed, std::uint64_t conflicts);
   bool stopped() const { return stop_.load(std::memory_order_relaxed) || limits_.stopped(); }
 
-  std::vector<bv::BvLit> const& clauses_;
-  std::vector<bv::BvLit> const assumptions_;
+  std::vector<std::int32_t> const& clauses_;
+  std::vector<std::int32_t> const assumptions_;
   int const seed_;
+  std::uint64_t const conflicts_;
   run::Limits const& limits_;
   std::atomic<bool> stop_{false};
   std::atomic<bool> done_{false};
-  SatSolver::Answer answer_ = SatSolver::Answer::unknown;
-  std::unique_ptr<sinks::CadicalSink> solver_;
+  sinks::Answer answer_ = sinks::Answer::unknown;
+  std::unique_ptr<CadicalSolver> solver_;
   std::thread thread_;
+};
+
+// Passes everything on to the first solver. When that has met Tunables::long_search conflicts since the last
+// answer of sat or unsat, a second search joins it, and the one that answers first ends the other. No second
+// search joins a solve() with a limit of conflicts, which is to end in the same state on every machine, one
+// of more than Tunables::portfolio_literals literals, or one for which there is no memory or no thread.
+class Portfolio : public sinks::SatSolver {
+ public:
+  // first counts its conflicts. seed: that of the second search is another. limits and tunables must outlive
+  // this.
+  Portfolio(std::unique_ptr<sinks::SatSolver> first, int seed, run::Limits const& limits,
+            run::Tunables const& tunables);
+  ~Portfolio() override;
+
+  void add(std::span<std::int32_t const> clause) override;
+  sinks::Answer solve(std::span<std::int32_t const> assumptions, sinks::Effort const& effort) override;
+  bool value(std::int32_t variable) override { return answering().value(variable); }
+  bool failed(std::int32_t assumption) override { return answering().failed(assumption); }
+  void set_terminate(std::function<bool()> terminate) override { terminate_ = std::move(terminate); }
+  void set_variables(std::int32_t last) override { first_->set_variables(last); }
+  bool counts_conflicts() const override { return true; }
+  std::uint64_t conflicts() const override { return first_->conflicts(); }
+
+ private:
+  void keep(std::span<std::int32_t const> clause);
+  bool ended();
+  bool takes_long() const;
+  void join();
+  // The solver that the last answer is from.
+  sinks::SatSolver& answering();
+
+  std::unique_ptr<sinks::SatSolver> first_;
+  int const seed_;
+  run::Limits const& limits_;
+  run::Tunables const& tunables_;
+  std::function<bool()> terminate_;
+  bool keeps_ = true;                      // whether clauses_ is every clause
+  std::vector<std::int32_t> clauses_;      // 0 after each
+  std::vector<std::int32_t> assumptions_;  // of this solve()
+  bool may_join_ = false;                  // in this solve()
+  std::uint64_t answered_ = 0;             // conflicts up to the last answer
+  std::unique_ptr<SecondSearch> second_;   // while it runs, and for as long as its answer stands
 };
 
 }  // namespace vell::sat

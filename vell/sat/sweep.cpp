@@ -9,8 +9,9 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "vell/sat/cadicalsolver.h"
 #include "vell/sat/clausifier.h"
-#include "vell/sinks/cadicalsink.h"
+#include "vell/sinks/solversink.h"
 #include "vell/terms/cone.h"
 #include "vell/values/evaluator.h"
 #include "vell/words/unconstrained.h"
@@ -66,13 +67,13 @@ class Sweeper {
         limits_(limits),
         tunables_(tunables),
         polynomials_(tm, false, limits, tunables),
+        sink_(std::make_unique<CadicalSolver>(0, CadicalSolver::Search::plain)),
         clausifier_(&tm, &config_) {
     Cone cone(limits);
     cone.add(formulas);
     for (Term_ const* t : cone.sorted())
       if (!tm.is_number(t->symbol) && values::value_width(tm, t->symbol->get_output_type()) != 0)
         terms_.push_back(t);
-    sink_.search(sinks::CadicalSink::Search::plain);
     sink_.set_terminate([this] { return limits_.stopped(); });
   }
 
@@ -132,7 +133,7 @@ class Sweeper {
     clausifier_.bit_blast(t, &sink_);
     bv::BvLitList const* bits = clausifier_.lookup(t);
     if (bits == nullptr) return;
-    if (tm_.get_tag(t->symbol) == SymbolTag::bv_mul) meet_products(i, *bits);
+    if (tm_.get_tag(t->symbol) == SymbolTag::bv_mul) merge_products(i, *bits);
     for (std::uint64_t b = 0; b < width(i) && !exhausted(); ++b) {
       bv::BvLit literal = (*bits)[b];
       if (bv::is_constant(literal) || !known_.insert(std::abs(literal)).second) continue;
@@ -149,7 +150,7 @@ class Sweeper {
       bool proved = false;
       for (std::size_t k = 0; k < rivals.size() && !proved; ++k)
         if (equal(literal, rivals[k].literal)) {
-          meet(now, rivals[k]);
+          merge(now, rivals[k]);
           proved = true;
         }
       if (!proved && rivals.size() < tunables_.sweep_rivals) rivals.push_back(now);
@@ -160,17 +161,16 @@ class Sweeper {
   // out.
   bool equal(bv::BvLit a, bv::BvLit b) {
     bool const proved = !satisfiable(a, -b) && !satisfiable(-a, b);
-    if (!proved) ++found_.in_vain;
+    if (!proved) ++found_.unproved;
     return proved;
   }
   bool satisfiable(bv::BvLit a, bv::BvLit b) {
     work_ += sink_.fresh_literals();
-    sink_.limit_conflicts(static_cast<int>(tunables_.sweep_proof_conflicts));
-    sink_.limit_decisions(static_cast<int>(tunables_.sweep_proof_decisions));
-    return sink_.solve({a, b}) != sinks::CadicalSink::Answer::unsat;
+    sinks::Effort const effort{tunables_.sweep_proof_conflicts, tunables_.sweep_proof_decisions};
+    return sink_.solve({a, b}, effort) != sinks::Answer::unsat;
   }
 
-  void meet(Seen const& now, Seen const& before) {
+  void merge(Seen const& now, Seen const& before) {
     sink_.add_clause({-now.literal, before.literal});
     sink_.add_clause({now.literal, -before.literal});
     bool const opposite =
@@ -180,7 +180,7 @@ class Sweeper {
   bv::BvLit literal_of(Signal const& s) const { return (*clausifier_.lookup(s.term))[s.bit]; }
 
   // Products of the same factors in another order, or otherwise multiplied out, are beyond a SAT solver.
-  void meet_products(std::size_t i, bv::BvLitList const& bits) {
+  void merge_products(std::size_t i, bv::BvLitList const& bits) {
     Term_ const* t = terms_[i];
     std::uint64_t const w = width(i);
     Signature word{};
@@ -210,7 +210,7 @@ class Sweeper {
   run::Tunables const tunables_;
   words::WordPolynomials polynomials_;
   Configuration::Theory::Bv config_;
-  sinks::CadicalSink sink_;
+  sinks::SolverSink sink_;
   ScriptClausifier clausifier_;
   std::vector<Term_ const*> terms_;  // operands first
   std::vector<std::size_t> first_;   // by place in terms_: the signature of bit 0

@@ -34,10 +34,10 @@ struct EqualSignals {
 
 struct Sweep {
   std::vector<EqualSignals> equal;
-  std::size_t signals = 0;  // how many were looked at, among them one of each pair
-  std::size_t in_vain = 0;  // comparisons of two that agree on the random values, but were not proved equal
-  // The pairs, less what was compared in vain; not below zero.
-  std::size_t gain() const { return equal.size() - std::min(equal.size(), in_vain); }
+  std::size_t signals = 0;   // how many were looked at, among them one of each pair
+  std::size_t unproved = 0;  // comparisons of two that agree on the random values but were not proved equal
+  // The number of pairs less that of the comparisons without a proof, at least zero.
+  std::size_t gain() const { return equal.size() - std::min(equal.size(), unproved); }
 };
 
 // Finds such pairs below the formulas, among the signals that agree on random values. Each is proved: by a

@@ -1,7 +1,7 @@
 // One command after the other.
 //
 // The reader has changed the scopes of symbols by the time a command arrives here; the state follows it, and
-// the checker follows the state. An error ends the script (:error-behavior immediate-exit): what comes after
+// the solver follows the state. An error ends the script (:error-behavior immediate-exit): what comes after
 // a broken assertion would be answered as if the assertion had never been there. Only a question that has no
 // answer now (a model after unsat) is refused and passed over: it changes nothing that later answers rest on.
 // The exit code tells of it.
@@ -50,7 +50,7 @@ std::string parenthesised(std::vector<std::string> const& items) {
 
 ScriptEngine::ScriptEngine(IncrementalSolverOptions const& options, Console& console, run::Limits& limits,
                            run::Statistics& statistics, EngineOptions const& engine_options)
-    : checker_options_(options),
+    : solver_options_(options),
       engine_options_(engine_options),
       console_(console),
       limits_(limits),
@@ -60,29 +60,29 @@ ScriptEngine::ScriptEngine(IncrementalSolverOptions const& options, Console& con
 
 ScriptOptions ScriptEngine::initial_options() const {
   ScriptOptions options;
-  options.random_seed = static_cast<std::uint64_t>(checker_options_.seed);
-  options.verbosity = checker_options_.verbosity;
-  options.passes = checker_options_.passes;
-  options.conflict_limit = checker_options_.conflict_limit;
-  options.timeout = checker_options_.check_milliseconds;
-  options.word_format = checker_options_.word_format;
+  options.random_seed = static_cast<std::uint64_t>(solver_options_.seed);
+  options.verbosity = solver_options_.verbosity;
+  options.passes = solver_options_.passes;
+  options.conflict_limit = solver_options_.conflict_limit;
+  options.timeout = solver_options_.check_milliseconds;
+  options.word_format = solver_options_.word_format;
   return options;
 }
 
 ScriptEngine::~ScriptEngine() = default;
 
-IncrementalSolver& ScriptEngine::checker() {
-  if (checker_ == nullptr || checker_->stale()) {
-    IncrementalSolverOptions options = checker_options_;
+IncrementalSolver& ScriptEngine::solver() {
+  if (solver_ == nullptr || solver_->stale()) {
+    IncrementalSolverOptions options = solver_options_;
     options.seed = static_cast<int>(options_.random_seed);
     options.passes = options_.passes;
-    checker_ = std::make_unique<IncrementalSolver>(tm_, options, limits_, statistics_);
+    solver_ = std::make_unique<IncrementalSolver>(tm_, options, limits_, statistics_);
   }
-  return *checker_;
+  return *solver_;
 }
 
 void ScriptEngine::start_over() {
-  checker_.reset();
+  solver_.reset();
   mode_ = Mode::assert_;
 }
 
@@ -221,7 +221,7 @@ bool ScriptEngine::execute(Command const& command) {
       break;
     case CommandKind::pop:
       state_.apply(command);
-      if (checker_ != nullptr) checker_->popped(state_);
+      if (solver_ != nullptr) solver_->popped(state_);
       mode_ = Mode::assert_;
       break;
     case CommandKind::set_info:
@@ -262,29 +262,29 @@ bool ScriptEngine::passed_over(Command const& command) const {
 // after all.
 bool ScriptEngine::refuted(Command const& command) {
   if (!engine_options_.check_unsat || options_.passes == words::Passes::none) return false;
-  IncrementalSolverOptions options = checker_options_;
+  IncrementalSolverOptions options = solver_options_;
   options.seed = static_cast<int>(options_.random_seed);
   options.passes = words::Passes::none;
   run::Statistics figures;
   IncrementalSolver second(tm_, options, limits_, figures);
-  IncrementalSolver::Answer const answer = second.check(state_, command.terms, false);
-  if (answer == IncrementalSolver::Answer::unknown)
+  sinks::Answer const answer = second.check(state_, command.terms, false);
+  if (answer == sinks::Answer::unknown)
     console_.message("check-sat " + std::to_string(statistics_.checks) +
                      ": unsat was not confirmed: " + second.reason_unknown());
-  return answer == IncrementalSolver::Answer::sat;
+  return answer == sinks::Answer::sat;
 }
 
 void ScriptEngine::check(Command const& command) {
   // A proof is one refutation of one formula.
-  if (!checker_options_.proof.empty() && statistics_.checks != 0)
+  if (!solver_options_.proof.empty() && statistics_.checks != 0)
     error("--proof: the script has more than one check-sat: --query N says which");
   for (std::string const* channel : {&console_.regular_channel(), &console_.diagnostic_channel()})
-    if (!checker_options_.proof.empty() && *channel != "stdout" && *channel != "stderr" &&
-        io::same_file(*channel, checker_options_.proof))
-      error("--proof: " + checker_options_.proof + " is an output channel's file as well");
+    if (!solver_options_.proof.empty() && *channel != "stdout" && *channel != "stderr" &&
+        io::same_file(*channel, solver_options_.proof))
+      error("--proof: " + solver_options_.proof + " is an output channel's file as well");
   assumption_texts_ = command.texts;
   ++statistics_.checks;
-  IncrementalSolver::Answer answer = IncrementalSolver::Answer::unknown;
+  sinks::Answer answer = sinks::Answer::unknown;
   struct Check {
     explicit Check(run::Limits& l, std::uint64_t milliseconds) : limits(l) {
       limits.begin_check(std::chrono::milliseconds(milliseconds));
@@ -294,52 +294,52 @@ void ScriptEngine::check(Command const& command) {
   };
   try {
     Check const running(limits_, options_.timeout);
-    IncrementalSolver& solver = checker();
-    if (!solver.limit_conflicts(options_.conflict_limit))
+    IncrementalSolver& current = solver();
+    if (!current.limit_conflicts(options_.conflict_limit))
       error(":reproducible-resource-limit needs the embedded solver");
-    answer = solver.check(state_, command.terms, options_.produce_unsat_cores);
-    reason_unknown_ = solver.reason_unknown();
-    if (solver.out_of_memory()) limits_.stop(run::StopReason::memout);
-    if (answer == IncrementalSolver::Answer::unsat && refuted(command)) {
-      answer = IncrementalSolver::Answer::unknown;
+    answer = current.check(state_, command.terms, options_.produce_unsat_cores);
+    reason_unknown_ = current.reason_unknown();
+    if (current.out_of_memory()) limits_.stop(run::StopReason::memout);
+    if (answer == sinks::Answer::unsat && refuted(command)) {
+      answer = sinks::Answer::unknown;
       reason_unknown_ = "incomplete";
       model_failed_ = true;
       console_.message("internal error: unsat, but without simplifications on words there is a model");
     }
   } catch (std::bad_alloc const&) {
     limits_.stop(run::StopReason::memout);
-    answer = IncrementalSolver::Answer::unknown;
+    answer = sinks::Answer::unknown;
     reason_unknown_ = run::reason_text(run::StopReason::memout);
   }
   switch (answer) {
-    case IncrementalSolver::Answer::sat:
+    case sinks::Answer::sat:
       mode_ = Mode::sat;
       ++statistics_.sat;
       console_.answer("sat");
       compare_status("sat");
-      if (!checker_options_.proof.empty())
-        console_.message(checker_options_.proof + ": no proof, the answer is sat");
+      if (!solver_options_.proof.empty())
+        console_.message(solver_options_.proof + ": no proof, the answer is sat");
       verbose("sat");
       return;
-    case IncrementalSolver::Answer::unsat:
+    case sinks::Answer::unsat:
       mode_ = Mode::unsat;
       ++statistics_.unsat;
       console_.answer("unsat");
       compare_status("unsat");
       verbose("unsat");
       return;
-    case IncrementalSolver::Answer::unknown: break;
+    case sinks::Answer::unknown: break;
   }
   mode_ = Mode::unknown;
   ++statistics_.unknown;
   console_.answer("unknown");
   status_.clear();
   verbose("unknown (" + reason_unknown_ + ")");
-  if (checker_ != nullptr && checker_->model_failed()) {
+  if (solver_ != nullptr && solver_->model_failed()) {
     model_failed_ = true;
-    console_.message(checker_options_.solver_command.empty()
+    console_.message(solver_options_.solver_command.empty()
                          ? "internal error: the solver's model does not satisfy the assertions"
-                         : "--solver: the model that " + checker_options_.solver_command +
+                         : "--solver: the model that " + solver_options_.solver_command +
                                " printed does not satisfy the assertions");
   }
 }
@@ -375,7 +375,7 @@ void ScriptEngine::get_model() {
   std::string out = "(";
   for (Term_ const* c : state_.declared())
     out += "\n  (define-fun " + smtlib::quote_symbol(c->symbol->name) + " () " +
-           sort_text(c->symbol->get_output_type()) + " " + checker().model().text(c, options_.word_format) +
+           sort_text(c->symbol->get_output_type()) + " " + solver().model().text(c, options_.word_format) +
            ")";
   console_.answer(out + "\n)");
 }
@@ -385,7 +385,7 @@ void ScriptEngine::get_value(Command const& command) {
   std::vector<std::string> pairs;
   for (std::size_t i = 0; i < command.terms.size(); ++i)
     pairs.push_back("(" + command.texts[i] + " " +
-                    checker().model().text(command.terms[i], options_.word_format) + ")");
+                    solver().model().text(command.terms[i], options_.word_format) + ")");
   console_.answer(parenthesised(pairs));
 }
 
@@ -396,7 +396,7 @@ void ScriptEngine::get_assignment() {
   std::vector<std::string> pairs;
   for (smtlib::NamedTerm const& n : state_.named())
     if (n.term->symbol->get_output_type() == tm_.bool_type)
-      pairs.push_back("(" + n.name + " " + checker().model().text(n.term) + ")");
+      pairs.push_back("(" + n.name + " " + solver().model().text(n.term) + ")");
   console_.answer(parenthesised(pairs));
 }
 
@@ -408,7 +408,7 @@ void ScriptEngine::get_unsat_core() {
   if (mode_ != Mode::unsat)
     refuse_query("there is no unsat core: the last command was no check-sat that answered unsat");
   std::vector<std::string> names;
-  for (std::size_t i : checker().core()) names.push_back(state_.assertions()[i].name);
+  for (std::size_t i : solver().core()) names.push_back(state_.assertions()[i].name);
   console_.answer(parenthesised(names));
 }
 
@@ -417,7 +417,7 @@ void ScriptEngine::get_unsat_assumptions() {
     refuse_query("unsat assumptions are not produced: :produce-unsat-assumptions is false");
   if (mode_ != Mode::unsat) refuse_query("the last command was no check-sat-assuming that answered unsat");
   std::vector<std::string> texts;
-  for (std::size_t i : checker().failed_assumptions()) texts.push_back(assumption_texts_[i]);
+  for (std::size_t i : solver().failed_assumptions()) texts.push_back(assumption_texts_[i]);
   console_.answer(parenthesised(texts));
 }
 
@@ -453,7 +453,7 @@ void ScriptEngine::set_option(Command const& command) {
   };
   if (bool* flag = options_.boolean(keyword)) {
     if (value != "true" && value != "false") bad_value("true or false");
-    if (flag == &options_.produce_unsat_cores && checker_ != nullptr)
+    if (flag == &options_.produce_unsat_cores && solver_ != nullptr)
       bad_keyword(keyword + " must be set before the first check-sat");
     *flag = value == "true";
     state_.apply(command);
@@ -462,9 +462,9 @@ void ScriptEngine::set_option(Command const& command) {
     if (!n) bad_value("a numeral");
     if (number == &options_.random_seed) {
       if (*n > 2000000000) bad_value("a seed of at most 2000000000");
-      if (checker_ != nullptr) bad_keyword(keyword + " must be set before the first check-sat");
+      if (solver_ != nullptr) bad_keyword(keyword + " must be set before the first check-sat");
     }
-    if (number == &options_.conflict_limit && *n != 0 && !checker_options_.solver_command.empty()) {
+    if (number == &options_.conflict_limit && *n != 0 && !solver_options_.solver_command.empty()) {
       console_.answer("unsupported");
       return;
     }
@@ -473,7 +473,7 @@ void ScriptEngine::set_option(Command const& command) {
       bad_value("at most " + std::to_string(longest) + " milliseconds");
     *number = *n;
   } else if (keyword == ":words") {
-    if (checker_ != nullptr) bad_keyword(keyword + " must be set before the first check-sat");
+    if (solver_ != nullptr) bad_keyword(keyword + " must be set before the first check-sat");
     options_.passes = words_option(value);
   } else if (keyword == ":regular-output-channel" || keyword == ":diagnostic-output-channel") {
     std::optional<std::string> const name = string_value(value);

@@ -85,10 +85,10 @@ class ScriptEngine {
   void verbose(std::string const& answer);
   ScriptOptions initial_options() const;
 
-  IncrementalSolver& checker();
+  IncrementalSolver& solver();
   void start_over();
 
-  IncrementalSolverOptions checker_options_;
+  IncrementalSolverOptions solver_options_;
   EngineOptions engine_options_;
   Console& console_;
   run::Limits& limits_;
@@ -96,7 +96,7 @@ class ScriptEngine {
   TermManager tm_;
   ScriptState state_;
   ScriptOptions options_;
-  std::unique_ptr<IncrementalSolver> checker_;
+  std::unique_ptr<IncrementalSolver> solver_;
   Mode mode_ = Mode::assert_;
   std::vector<std::string> assumption_texts_;
   std::string reason_unknown_;

@@ -15,27 +15,32 @@
 #include <algorithm>
 #include <new>
 
+#include "vell/sat/solvers.h"
 #include "vell/terms/exception.h"
 
 namespace vell::script {
+
+using sinks::Answer;
 
 IncrementalSolver::IncrementalSolver(TermManager& tm, IncrementalSolverOptions const& options,
                                      run::Limits const& limits, run::Statistics& statistics)
     : tm_(tm),
       limits_(limits),
       statistics_(statistics),
+      tunables_(options.tunables),
       config_{options.free_division ? 1 : 0},
-      solver_(options.solver_command.empty()
-                  ? sat::make_cadical(limits, statistics, options.seed, options.threads, options.proof)
-                  : sat::make_external_solver(limits, options.solver_command)),
+      solver_(std::make_unique<sinks::SolverSink>(sat::make_solver(
+          {options.seed, options.threads, options.proof, options.solver_command}, limits, tunables_))),
       clausifier_(&tm, &config_),
-      simplifier_(tm, options.free_division, options.passes, limits, options.tunables),
-      limit_test_(limits, statistics, [this] { solver_->report(statistics_); }),
+      sweep_(tm, clausifier_, limits, tunables_),
+      // A sweep takes divisions by zero to have SMT-LIB's values, and its lemmas have no steps in a proof.
+      search_(*solver_, options.free_division || !options.proof.empty() ? nullptr : &sweep_, limits,
+              statistics, tunables_),
+      simplifier_(tm, options.free_division, options.passes, limits, tunables_),
+      limit_test_(limits, statistics, [this] { report(); }),
       evaluator_(tm, options.free_division),
-      embedded_(options.solver_command.empty()),
       proof_(!options.proof.empty()),
-      last_pass_(options.passes == words::Passes::none ? nullptr : options.last_pass),
-      tunables_(options.tunables) {
+      last_pass_(options.passes == words::Passes::none ? nullptr : options.last_pass) {
   if (options.logger != nullptr) clausifier_.set_logger(options.logger);
   clausifier_.set_termination_test(&limit_test_);
 }
@@ -45,8 +50,16 @@ IncrementalSolver::~IncrementalSolver() {
 }
 
 bv::BvLit IncrementalSolver::encode_formula(Term_ const* formula) {
-  encoded_.push_back(formula);
-  return clausifier_.bit_blast(formula, &solver_->sink());
+  bv::BvLit const holds = clausifier_.bit_blast(formula, solver_.get());
+  sweep_.add(formula);
+  return holds;
+}
+
+void IncrementalSolver::report() {
+  statistics_.fresh_literals = solver_->fresh_literals();
+  statistics_.clauses = solver_->clauses();
+  statistics_.literals = solver_->literals();
+  statistics_.conflicts = solver_->conflicts();
 }
 
 // What is asserted on the first level holds for good; in a core every assertion must speak for itself.
@@ -83,11 +96,11 @@ void IncrementalSolver::encode(ScriptState const& state, std::vector<Term_ const
     bv::BvLit const holds = encode_formula(f.term);
     bv::BvLit selector = bv::l_undef;
     if (named_selectors && !assertions[i].name.empty()) {
-      selector = solver_->sink().new_lit();
+      selector = solver_->new_lit();
       solver_->add_clause({-selector, holds});
     } else if (level > 0 && !proof_) {
       bv::BvLit& activation = activations_[level - 1];
-      if (activation == bv::l_undef) activation = solver_->sink().new_lit();
+      if (activation == bv::l_undef) activation = solver_->new_lit();
       solver_->add_clause({-activation, holds});
     } else {
       solver_->add_clause({holds});
@@ -114,22 +127,31 @@ void IncrementalSolver::popped(ScriptState const& state) {
 }
 
 bool IncrementalSolver::limit_conflicts(std::uint64_t conflicts) {
-  if (!solver_->begin_budget(conflicts)) return false;
-  conflict_limit_ = conflicts;
+  if (conflicts != 0 && !solver_->counts_conflicts()) return false;
+  conflict_limit_ = conflicts == 0 ? sinks::Effort::any : conflicts;
   return true;
 }
 
-IncrementalSolver::Answer IncrementalSolver::give_up(std::string reason) {
+Answer IncrementalSolver::give_up(std::string reason) {
   reason_ = std::move(reason);
   return Answer::unknown;
 }
 
-IncrementalSolver::Answer IncrementalSolver::check(ScriptState const& state,
-                                                   std::vector<Term_ const*> const& assumptions,
-                                                   bool named_selectors) {
+// What has to be assumed: the check's own assumptions, the levels that stand, and the named assertions.
+std::vector<bv::BvLit> IncrementalSolver::all_assumptions() const {
+  std::vector<bv::BvLit> all;
+  if (!proof_) all = assumed_;
+  for (bv::BvLit l : activations_)
+    if (l != bv::l_undef) all.push_back(l);
+  for (bv::BvLit l : selectors_)
+    if (l != bv::l_undef) all.push_back(l);
+  return all;
+}
+
+Answer IncrementalSolver::check(ScriptState const& state, std::vector<Term_ const*> const& assumptions,
+                                bool named_selectors) {
   if (broken_) return give_up(run::reason_text(run::StopReason::memout));
   if (limits_.stopped()) return give_up(run::reason_text(limits_.reason()));
-  solver_->begin_budget(conflict_limit_);
   try {
     statistics_.enter(run::Phase::clausifying);
     stale_ = true;
@@ -138,38 +160,16 @@ IncrementalSolver::Answer IncrementalSolver::check(ScriptState const& state,
     named_assertions_.clear();
     for (std::size_t i = 0; proof_ && i < state.assertions().size(); ++i)
       if (!state.assertions()[i].name.empty()) named_assertions_.push_back(i);
-    solver_->report(statistics_);
+    report();
 
     statistics_.enter(run::Phase::solving);
-    std::vector<bv::BvLit> all;
-    if (!proof_) all = assumed_;
-    for (bv::BvLit l : activations_)
-      if (l != bv::l_undef) all.push_back(l);
-    for (bv::BvLit l : selectors_)
-      if (l != bv::l_undef) all.push_back(l);
-    sat::SatSolver::Answer answer = sat::SatSolver::Answer::unknown;
-    if (embedded_ && !proof_) {
-      // Most answers come soon. Where they do not, it pays to look for equal signals.
-      std::vector<sat::EqualSignals> equal;
-      answer = solver_->solve(all, [&] {
-        equal = sweep_formulas();
-        return !equal.empty();
-      });
-      if (answer == sat::SatSolver::Answer::unknown && !equal.empty() && !limits_.stopped()) {
-        for (sat::EqualSignals const& s : equal) add_equality(s);
-        answer = solver_->solve(all);
-      }
-    } else {
-      answer = solver_->solve(all);
+    Answer const answer = search_.solve(all_assumptions(), conflict_limit_);
+    report();
+    if (answer == Answer::unsat) return answer;
+    if (answer == Answer::unknown) {
+      bool const spent = conflict_limit_ != sinks::Effort::any && !limits_.stopped();
+      return give_up(run::reason_text(spent ? run::StopReason::resourceout : limits_.reason()));
     }
-    solver_->report(statistics_);
-    if (answer == sat::SatSolver::Answer::unsat) {
-      solver_->commit_proof();
-      return Answer::unsat;
-    }
-    if (answer == sat::SatSolver::Answer::unknown)
-      return give_up(
-          run::reason_text(solver_->budget_spent() ? run::StopReason::resourceout : limits_.reason()));
 
     statistics_.enter(run::Phase::checking);
     bool const holds = model_holds(state, assumptions);
@@ -183,30 +183,6 @@ IncrementalSolver::Answer IncrementalSolver::check(ScriptState const& state,
     broken_ = true;
     return give_up(run::reason_text(run::StopReason::memout));
   }
-}
-
-// Equal signals, which follow from the terms alone but which the solver would be long in finding; none where
-// the search that is under way had better not be stopped for them.
-std::vector<sat::EqualSignals> IncrementalSolver::sweep_formulas() {
-  if (encoded_.size() < 2 * swept_ || encoded_.empty() || config_.div_semantics != 0) return {};
-  swept_ = encoded_.size();
-  sat::Sweep found = sat::sweep(tm_, encoded_, limits_, tunables_);
-  bool const products = std::any_of(found.equal.begin(), found.equal.end(), [&](sat::EqualSignals const& s) {
-    return tm_.get_tag(s.a.term->symbol) == SymbolTag::bv_mul &&
-           tm_.get_tag(s.b.term->symbol) == SymbolTag::bv_mul;
-  });
-  if (!products && found.gain() * tunables_.sweep_share < found.signals) return {};
-  return std::move(found.equal);
-}
-
-void IncrementalSolver::add_equality(sat::EqualSignals const& s) {
-  bv::BvLitList const* const a = clausifier_.lookup(s.a.term);
-  bv::BvLitList const* const b = clausifier_.lookup(s.b.term);
-  if (a == nullptr || b == nullptr) return;
-  bv::BvLit const left = (*a)[s.a.bit];
-  bv::BvLit const right = s.opposite ? -(*b)[s.b.bit] : (*b)[s.b.bit];
-  solver_->add_clause({-left, right});
-  solver_->add_clause({left, -right});
 }
 
 bool IncrementalSolver::model_holds(ScriptState const& state, std::vector<Term_ const*> const& assumptions) {

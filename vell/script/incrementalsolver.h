@@ -15,9 +15,10 @@
 #include "vell/run/statistics.h"
 #include "vell/run/tunables.h"
 #include "vell/sat/clausifier.h"
-#include "vell/sat/satsolver.h"
-#include "vell/sat/sweep.h"
+#include "vell/sat/longsearch.h"
+#include "vell/sat/sweeplemmas.h"
 #include "vell/script/state.h"
+#include "vell/sinks/solversink.h"
 #include "vell/values/evaluator.h"
 #include "vell/words/simplifier.h"
 
@@ -45,9 +46,7 @@ struct IncrementalSolverOptions {
 
 class IncrementalSolver : private values::Assignment {
  public:
-  enum class Answer : std::uint8_t { sat, unsat, unknown };
-
-  // tm and the references must outlive the checker.
+  // tm and the references must outlive the solver.
   IncrementalSolver(TermManager& tm, IncrementalSolverOptions const& options, run::Limits const& limits,
                     run::Statistics& statistics);
   ~IncrementalSolver() override;
@@ -55,7 +54,8 @@ class IncrementalSolver : private values::Assignment {
   // Decides the state's assertions together with the assumptions (Boolean terms). named_selectors: named
   // assertions can be told apart in a core. Between two calls the state changes by push, pop and assert only,
   // and every pop is told by popped(). Throws Exception for a term that nothing translates.
-  Answer check(ScriptState const& state, std::vector<Term_ const*> const& assumptions, bool named_selectors);
+  sinks::Answer check(ScriptState const& state, std::vector<Term_ const*> const& assumptions,
+                      bool named_selectors);
   // Conflicts that each check may take, 0 for any number; the answer is then the same on every machine. False
   // where the solver does not count them.
   bool limit_conflicts(std::uint64_t conflicts);
@@ -85,34 +85,33 @@ class IncrementalSolver : private values::Assignment {
   void encode(ScriptState const& state, std::vector<Term_ const*> const& assumptions, bool named_selectors);
   words::Formulas fresh_formulas(ScriptState const& state, std::vector<Term_ const*> const& assumptions,
                                  bool named_selectors) const;
-  std::vector<sat::EqualSignals> sweep_formulas();
-  void add_equality(sat::EqualSignals const& signals);
+  std::vector<bv::BvLit> all_assumptions() const;
+  void report();
   bool model_holds(ScriptState const& state, std::vector<Term_ const*> const& assumptions);
-  Answer give_up(std::string reason);
+  sinks::Answer give_up(std::string reason);
 
   TermManager& tm_;
   run::Limits const& limits_;
   run::Statistics& statistics_;
+  run::Tunables const tunables_;
   Configuration::Theory::Bv config_;
-  std::unique_ptr<sat::SatSolver> solver_;
+  std::unique_ptr<sinks::SolverSink> solver_;
   sat::ScriptClausifier clausifier_;
+  sat::SweepLemmas sweep_;
+  sat::LongSearch search_;
   words::Simplifier simplifier_;
   run::LimitTest limit_test_;
   values::Evaluator evaluator_;
-  bool const embedded_;
   bool const proof_;
   std::function<void(TermManager&, words::Formulas&)> const last_pass_;
   std::vector<std::size_t> named_assertions_;  // of the last check, where a proof is written
-  run::Tunables const tunables_;
-  std::vector<Term_ const*> encoded_;   // every formula that was translated
-  std::size_t swept_ = 0;               // how many of them had been when they were swept
   std::vector<bv::BvLit> selectors_;    // of the encoded assertions; l_undef where it has none of its own
   std::vector<bv::BvLit> activations_;  // of levels 1, 2, ...; l_undef where no clause needed it yet
   std::vector<bv::BvLit> assumed_;      // the last check's assumptions
   std::string reason_;
   bool model_failed_ = false;
   bool stale_ = false;  // the work was stopped while formulas became clauses
-  std::uint64_t conflict_limit_ = 0;
+  std::uint64_t conflict_limit_ = sinks::Effort::any;
   bool broken_ = false;  // memory ran out inside the solver or the clausifier: neither can be used again
 };
 

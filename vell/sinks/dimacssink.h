@@ -9,6 +9,7 @@
 #include <memory>
 #include <string_view>
 
+#include "vell/sinks/numbering.h"
 #include "vell/terms/clausesink.h"
 #include "vell/utils/byteoutput.h"
 #include "vell/utils/export.h"
@@ -19,15 +20,7 @@ namespace vell::sinks {
 // count them by a run into a CountingSink, which sees the same clauses.
 class VELL_API DimacsSink : public bv::ClauseSink {
  public:
-  // How literals become variables, and which clauses stand in the file.
-  enum class Form : std::uint8_t {
-    // Literal v >= 2 is variable v - 1. A clause that the constant true satisfies is left out, the constant
-    // false is
-    // removed; a clause left without literals is written as the empty clause "0".
-    clean,
-    // Literal v is variable v, every clause stands as emitted; header() adds the unit clause of variable 1.
-    raw
-  };
+  using Form = sinks::Form;
 
   // out must outlive the sink. Takes a buffer of 256 KiB and 16 KiB for the text of variables.
   DimacsSink(ByteOutput& out, Form form);
@@ -48,10 +41,10 @@ class VELL_API DimacsSink : public bv::ClauseSink {
   void flush();
 
   // The DIMACS variable of a literal v >= 2 under the form.
-  static bv::BvLit variable(bv::BvLit v, Form form) { return form == Form::raw ? v : v - 1; }
+  static bv::BvLit variable(bv::BvLit v, Form form) { return sinks::variable(v, form); }
   // Variables a header must declare for this many fresh literals.
   static std::uint64_t variables(std::uint64_t fresh_literals, Form form) {
-    return fresh_literals + (form == Form::raw ? 1 : 0);
+    return sinks::variables(fresh_literals, form);
   }
   // Clauses that stand in the file, the unit clause of header() included.
   std::uint64_t written_clauses() const { return written_; }

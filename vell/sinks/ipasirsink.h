@@ -11,13 +11,9 @@
 // Tested by tests/sinks/ipasirsink_test.cpp.
 
 #include <cstdint>
-#include <exception>
-#include <functional>
-#include <initializer_list>
 #include <string>
-#include <vector>
 
-#include "vell/terms/clausesink.h"
+#include "vell/sinks/solversink.h"
 #include "vell/utils/export.h"
 
 namespace vell::sinks {
@@ -57,64 +53,25 @@ class VELL_API IpasirLibrary {
   IpasirFunctions functions_;
 };
 
-// Literal v >= 2 is the solver's variable v - 1. Clauses with the constant true are dropped, the constant
-// false is removed from the others; an empty clause makes the solver inconsistent for good.
-class VELL_API IpasirSink : public bv::ClauseSink {
+// A sink in front of such a solver.
+class VELL_API IpasirSink : public SolverSink {
  public:
-  // What a solver answers; unknown when it was stopped.
-  enum class Answer : std::uint8_t { sat, unsat, unknown };
-
   // Makes a solver. The functions are copied; the library they come from must outlive the sink.
   // Throws Exception where the solver cannot be made.
+  //
+  // Beyond what SolverSink says: set_terminate() throws Exception for a solver that cannot be stopped. The
+  // solver chooses the thread that asks; what the termination test throws ends the search and leaves solve().
+  // solve() throws Exception for an answer that IPASIR does not know. A variable whose value does not matter
+  // is false. There are no limits of conflicts.
   explicit IpasirSink(IpasirFunctions const& functions);
-  ~IpasirSink() override;
-  IpasirSink(IpasirSink const&) = delete;
-  IpasirSink& operator=(IpasirSink const&) = delete;
 
-  bv::BvLit new_lit() override { return next_++; }
-  bool atom_lit(Term_ const*, bv::BvLit&) override { return false; }
-  void add_clause() override;
-  // The clause of these literals.
-  void add_clause(std::initializer_list<bv::BvLit> clause);
-
-  // Called again and again during solve(), by whichever thread the solver chooses; true ends it with
-  // `unknown`. What it throws ends it too and leaves solve(). Empty for none. Throws Exception for a solver
-  // that cannot be stopped.
-  void set_terminate(std::function<bool()> terminate);
-
-  // Decides the clauses under the assumptions, which may be constants. Throws Exception for an answer that
-  // IPASIR does not know.
-  Answer solve(std::vector<bv::BvLit> const& assumptions = {});
-  // After sat, and until the next clause: the literal's value under the model. A variable the solver never
-  // saw, or whose value does not matter, is false. Throws Exception when there is no model.
-  bool value(bv::BvLit literal) const;
-  // After unsat, and until the next clause: whether the assumption was used. An assumption that is the
-  // constant false is all it takes. Throws Exception when the last answer was not unsat.
-  bool failed(bv::BvLit assumption) const;
-
-  // Literals that new_lit() gave out.
-  std::uint64_t fresh_literals() const { return static_cast<std::uint64_t>(next_) - 2; }
-  // Clauses given to the solver, and the literals in them.
-  std::uint64_t clauses() const { return clauses_; }
-  std::uint64_t literals() const { return literals_; }
   // The solver, for functions beyond the interface.
-  void* solver() const { return solver_; }
+  void* solver() const { return handle_; }
 
  private:
-  enum class State : std::uint8_t { input, sat, unsat };
-
-  static int poll(void* sink);
-
-  IpasirFunctions functions_;
-  void* solver_;
-  std::function<bool()> terminate_;
-  std::exception_ptr thrown_;  // by terminate_, on its way through the solver
-  bv::BvLit next_ = 2;
-  bv::BvLit known_ = 1;  // the largest literal given to the solver
-  std::uint64_t clauses_ = 0;
-  std::uint64_t literals_ = 0;
-  State state_ = State::input;
-  bool false_assumed_ = false;
+  class Solver;
+  explicit IpasirSink(Solver* solver);
+  void* handle_;
 };
 
 }  // namespace vell::sinks

@@ -1,16 +1,26 @@
-#include "vell/sinks/cadicalsink.h"
+#include "vell/sat/cadicalsolver.h"
 
 #include <gtest/gtest.h>
 
 #include <new>
 #include <stdexcept>
 
-namespace vell::sinks {
+#include "vell/sinks/solversink.h"
+
+namespace vell::sat {
 namespace {
 
-using Answer = CadicalSink::Answer;
+using sinks::Answer;
+using sinks::SolverSink;
 
-TEST(CadicalSink, AnswersAndValues) {
+// The solver under the clausifier's literals.
+class CadicalSink : public SolverSink {
+ public:
+  explicit CadicalSink(int seed = 0, CadicalSolver::Search how = CadicalSolver::Search::from_ones)
+      : SolverSink(std::make_unique<CadicalSolver>(seed, how)) {}
+};
+
+TEST(CadicalSolver, AnswersAndValues) {
   CadicalSink sink;
   bv::BvLit const a = sink.new_lit();
   bv::BvLit const b = sink.new_lit();
@@ -24,7 +34,7 @@ TEST(CadicalSink, AnswersAndValues) {
   EXPECT_EQ(Answer::unsat, sink.solve());
 }
 
-TEST(CadicalSink, ConstantsInClauses) {
+TEST(CadicalSolver, ConstantsInClauses) {
   CadicalSink sink;
   bv::BvLit const a = sink.new_lit();
   sink.add_clause({a, bv::l_true});
@@ -38,10 +48,9 @@ TEST(CadicalSink, ConstantsInClauses) {
   EXPECT_EQ(Answer::unsat, sink.solve());
 }
 
-TEST(CadicalSink, AConflictLimitEndsOneCall) {
+TEST(CadicalSolver, AConflictLimitEndsOneCall) {
   // Eight pigeons in seven holes: thousands of conflicts, and soon done.
-  CadicalSink sink;
-  sink.search(CadicalSink::Search::models_from_ones);
+  CadicalSink sink(0, CadicalSolver::Search::models_from_ones);
   std::vector<bv::BvLit> in(56);
   for (bv::BvLit& l : in) l = sink.new_lit();
   for (int p = 0; p < 8; ++p) {
@@ -51,22 +60,17 @@ TEST(CadicalSink, AConflictLimitEndsOneCall) {
   for (int h = 0; h < 7; ++h)
     for (int p = 0; p < 8; ++p)
       for (int q = 0; q < p; ++q) sink.add_clause({-in[p * 7 + h], -in[q * 7 + h]});
-  sink.limit_conflicts(10);
-  EXPECT_EQ(Answer::unknown, sink.solve());
-  sink.limit_conflicts(10);
-  EXPECT_EQ(Answer::unsat, sink.solve({bv::l_false}));
-  sink.limit_decisions(3);
-  EXPECT_EQ(Answer::unknown, sink.solve());
+  EXPECT_EQ(Answer::unknown, sink.solve({}, {.conflicts = 10}));
+  EXPECT_EQ(Answer::unknown, sink.solve({}, {.decisions = 3}));
   EXPECT_EQ(Answer::unsat, sink.solve());
 }
 
-TEST(CadicalSink, EveryWayOfSearchingAnswersTheSame) {
-  using Search = CadicalSink::Search;
+TEST(CadicalSolver, EveryWayOfSearchingAnswersTheSame) {
+  using Search = CadicalSolver::Search;
   for (Search how : {Search::from_zeros, Search::from_ones, Search::models_from_zeros,
                      Search::models_from_ones, Search::plain}) {
     // A circle of implications, cut by one clause; then closed.
-    CadicalSink sink(3);
-    sink.search(how);
+    CadicalSink sink(3, how);
     std::vector<bv::BvLit> v(40);
     for (bv::BvLit& l : v) l = sink.new_lit();
     for (std::size_t i = 0; i + 1 < v.size(); ++i) sink.add_clause({-v[i], v[i + 1]});
@@ -78,7 +82,7 @@ TEST(CadicalSink, EveryWayOfSearchingAnswersTheSame) {
   }
 }
 
-TEST(CadicalSink, UnseenVariablesAreFalse) {
+TEST(CadicalSolver, UnseenVariablesAreFalse) {
   CadicalSink sink;
   bv::BvLit const a = sink.new_lit();
   ASSERT_EQ(Answer::sat, sink.solve());
@@ -86,7 +90,7 @@ TEST(CadicalSink, UnseenVariablesAreFalse) {
   EXPECT_TRUE(sink.value(-a));
 }
 
-TEST(CadicalSink, AssumptionsFailAndAreForgotten) {
+TEST(CadicalSolver, AssumptionsFailAndAreForgotten) {
   CadicalSink sink;
   bv::BvLit const a = sink.new_lit();
   bv::BvLit const b = sink.new_lit();
@@ -119,7 +123,7 @@ void add_pigeons(CadicalSink& sink, int holes) {
       for (int q = 0; q < p; ++q) sink.add_clause({-in[p][h], -in[q][h]});
 }
 
-TEST(CadicalSink, TerminatorEndsTheSearch) {
+TEST(CadicalSolver, TerminatorEndsTheSearch) {
   CadicalSink sink;
   add_pigeons(sink, 12);
   std::uint64_t calls = 0;
@@ -130,7 +134,7 @@ TEST(CadicalSink, TerminatorEndsTheSearch) {
 }
 
 // The solver is in no state to be used or destroyed.
-TEST(CadicalSink, AnExceptionThatLeavesTheSolverAbandonsIt) {
+TEST(CadicalSolver, AnExceptionThatLeavesTheSolverAbandonsIt) {
   CadicalSink sink;
   add_pigeons(sink, 12);
   sink.set_terminate([]() -> bool { throw std::runtime_error("no more"); });
@@ -141,11 +145,11 @@ TEST(CadicalSink, AnExceptionThatLeavesTheSolverAbandonsIt) {
   EXPECT_EQ(0u, sink.conflicts());
 }
 
-TEST(CadicalSink, SmallPigeonsAreUnsat) {
+TEST(CadicalSolver, SmallPigeonsAreUnsat) {
   CadicalSink sink;
   add_pigeons(sink, 5);
   EXPECT_EQ(Answer::unsat, sink.solve());
 }
 
 }  // namespace
-}  // namespace vell::sinks
+}  // namespace vell::sat

@@ -1,0 +1,18 @@
+#include "vell/sat/solvers.h"
+
+#include "vell/sat/cadicalsolver.h"
+#include "vell/sat/portfolio.h"
+
+namespace vell::sat {
+
+std::unique_ptr<sinks::SatSolver> make_solver(SolverOptions const& options, run::Limits const& limits,
+                                              run::Tunables const& tunables) {
+  if (!options.command.empty()) return make_external_solver(limits, options.command);
+  // A proof is that of one search.
+  if (!options.proof.empty()) return make_proving_solver(options.seed, options.proof);
+  auto solver = std::make_unique<CadicalSolver>(options.seed);
+  if (options.threads < 2) return solver;
+  return std::make_unique<Portfolio>(std::move(solver), options.seed, limits, tunables);
+}
+
+}  // namespace vell::sat

@@ -1,0 +1,39 @@
+#pragma once
+
+// Makes the SAT solver that the options of a run ask for. Whoever uses it need not know which one it is.
+//
+// Tested by tests/sat/solvers_test.cpp and tests/sat/externalsolver_test.cpp.
+
+#include <memory>
+#include <string>
+
+#include "vell/run/limits.h"
+#include "vell/run/tunables.h"
+#include "vell/sinks/satsolver.h"
+
+namespace vell::sat {
+
+struct SolverOptions {
+  int seed = 0;          // of the embedded solver, 0 its default
+  unsigned threads = 1;  // 2 or more: a second search joins the embedded solver's where that takes long
+  // File of a DRAT proof, "" for none: see make_proving_solver().
+  std::string proof = {};
+  // Shell command of an external solver, "" for the embedded one: see make_external_solver().
+  std::string command = {};
+};
+
+// limits and tunables must outlive the solver. It does not end by the limits on its own: see set_terminate().
+// Throws io::OutputError when the file of the proof cannot be made.
+std::unique_ptr<sinks::SatSolver> make_solver(SolverOptions const& options, run::Limits const& limits,
+                                              run::Tunables const& tunables);
+
+// CaDiCaL with a DRAT proof. The file appears under its name when solve() answers unsat, which also ends the
+// proof. Then, and here, io::OutputError is thrown where the file cannot be written.
+std::unique_ptr<sinks::SatSolver> make_proving_solver(int seed, std::string const& proof);
+
+// A program that reads DIMACS from the file put in place of "{cnf}" in the shell command and prints `s` and
+// `v` lines. solve() throws Exception when the command cannot be run or does not answer, and run::Stopped
+// when the limits end the work before it runs.
+std::unique_ptr<sinks::SatSolver> make_external_solver(run::Limits const& limits, std::string const& command);
+
+}  // namespace vell::sat
