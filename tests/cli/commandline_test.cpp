@@ -250,6 +250,15 @@ TEST(CommandLine, Statistics) {
   f = vell_bv({path, "--stats=json"});
   EXPECT_EQ(0u, f.err.find("{\"input-bytes\": " + std::to_string(std::string(small).size())));
   EXPECT_EQ("}\n", f.err.substr(f.err.size() - 2));
+  // The passes on words, for solving and for cnf.
+  for (std::vector<std::string> const& arguments : {std::vector<std::string>{path, "--stats=json"},
+                                                    {"cnf", path, "-o", s.file("a.cnf"), "--stats=json"}}) {
+    f = vell_bv({arguments});
+    EXPECT_NE(std::string::npos,
+              f.err.find("\"words-identities-formulas\": 1, \"words-identities-replaced\": "))
+        << f.err;
+    EXPECT_NE(std::string::npos, f.err.find("\"words-products-time\": ")) << f.err;
+  }
 }
 
 TEST(CommandLine, TraceAndVerbosity) {

@@ -58,6 +58,29 @@ TEST_F(SimplifierTest, EliminatesAndCompletes) {
   EXPECT_GT(simplifier.counts()[place("unconstrained")].replaced, 0u);
 }
 
+TEST_F(SimplifierTest, ReportsTheFiguresOfEveryPass) {
+  Simplifier simplifier(tm, false, Passes::all, limits, tunables);
+  Formulas batch;
+  batch.first = batch.may_define = true;
+  batch.permanent.push_back({with_unconstrained_x(), 3});
+  simplifier.simplify(batch);
+  run::Statistics statistics;
+  EXPECT_EQ(std::string::npos, statistics.text().find("words-"));
+  simplifier.report(statistics);
+  std::string const text = statistics.text();
+  std::string const json = statistics.json();
+  std::string const smtlib = statistics.smtlib();
+  for (std::size_t i = 0; i < passes().size(); ++i) {
+    std::string const name = std::string("words-") + passes()[i].name;
+    EXPECT_NE(std::string::npos, text.find(name + "-time ")) << text;
+    EXPECT_NE(std::string::npos, json.find("\"" + name + "-formulas\": 1, \"" + name +
+                                           "-replaced\": " + std::to_string(simplifier.counts()[i].replaced) +
+                                           ", \"" + name + "-time\": 0."))
+        << json;
+    EXPECT_NE(std::string::npos, smtlib.find(":" + name + "-formulas 1\n")) << smtlib;
+  }
+}
+
 TEST_F(SimplifierTest, OnlyEquivalenceKeepsTheVariables) {
   Simplifier simplifier(tm, false, Passes::all, limits, tunables);
   Formulas batch;

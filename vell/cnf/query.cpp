@@ -49,7 +49,7 @@ class PassesOfScript {
 // `permanent` formulas are those of the first level, the next `retractable` ones those of the levels above;
 // assumptions follow.
 void simplify(CnfOptions const& options, TermManager& tm, std::size_t permanent, std::size_t retractable,
-              run::Limits const& limits, Query& query) {
+              run::Limits const& limits, run::Statistics& statistics, Query& query) {
   words::Formulas formulas;
   formulas.first = true;
   for (std::size_t i = 0; i < query.formulas.size(); ++i) {
@@ -61,6 +61,7 @@ void simplify(CnfOptions const& options, TermManager& tm, std::size_t permanent,
   }
   words::Simplifier simplifier(tm, options.free_division, query.passes, limits, options.tunables);
   simplifier.simplify(formulas);
+  simplifier.report(statistics);
   std::vector<io::Position> const positions = std::move(query.positions);
   query.formulas.clear();
   query.positions.clear();
@@ -111,7 +112,7 @@ Query read_query(CnfOptions const& options, TermManager& tm, run::Limits const& 
       query.positions.push_back(command.position);
     }
   std::size_t const permanent = state.levels() == 0 ? state.assertions().size() : state.level_start(1);
-  simplify(options, tm, permanent, state.assertions().size() - permanent, limits, query);
+  simplify(options, tm, permanent, state.assertions().size() - permanent, limits, statistics, query);
   auto const asked_for = [&](char const* name) { return fnmatch(options.symbols.c_str(), name, 0) == 0; };
   for (Term_ const* c : state.declared())
     if (asked_for(c->symbol->name)) query.constants.push_back(c);

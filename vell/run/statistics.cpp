@@ -4,7 +4,9 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
 
 namespace vell::run {
 
@@ -61,6 +63,14 @@ void Statistics::each(F f) const {
   count("unsat", unsat);
   count("unknown", unknown);
   count("evaluated-terms", evaluations);
+  for (PassFigures const& pass : passes) {
+    char const* const pass_name = pass.name.load();
+    if (pass_name == nullptr) break;
+    std::string const prefix = std::string("words-") + pass_name;
+    count((prefix + "-formulas").c_str(), pass.formulas);
+    count((prefix + "-replaced").c_str(), pass.replaced);
+    f((prefix + "-time").c_str(), decimal(static_cast<double>(pass.microseconds) / 1e6));
+  }
   for (std::size_t i = 0; i < phase_count; ++i) {
     Phase const p = static_cast<Phase>(i);
     f((std::string("time-") + phase_name(p)).c_str(), decimal(seconds(p)));
@@ -70,10 +80,12 @@ void Statistics::each(F f) const {
 }
 
 std::string Statistics::text() const {
+  std::size_t width = 0;
+  each([&](char const* name, std::string const&) { width = std::max(width, std::strlen(name)); });
   std::string out;
   each([&](char const* name, std::string const& value) {
     std::string line = name;
-    line.resize(20, ' ');
+    line.resize(std::max(width, line.size()), ' ');
     out += line + " " + value + "\n";
   });
   return out;

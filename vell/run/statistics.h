@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -30,6 +31,14 @@ class Counter {
   std::atomic<std::uint64_t> value_{0};
 };
 
+// What a pass that simplifies formulas has done.
+struct PassFigures {
+  std::atomic<char const*> name{nullptr};  // outlives the statistics; null where there is no such pass
+  Counter formulas;                        // that it was given
+  Counter replaced;                        // formulas, atoms or terms
+  Counter microseconds;
+};
+
 struct Statistics {
   Counter input_bytes;       // of the script, as far as known
   Counter terms;             // made
@@ -43,6 +52,9 @@ struct Statistics {
   Counter unsat;
   Counter unknown;
   Counter evaluations;  // terms computed to check models
+  // By place in the table of passes, which has at most so many rows.
+  static constexpr std::size_t most_passes = 64;
+  PassFigures passes[most_passes];
 
   // Whether the work waits for input.
   std::atomic<bool> waiting{false};

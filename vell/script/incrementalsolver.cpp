@@ -86,6 +86,7 @@ void IncrementalSolver::encode(ScriptState const& state, std::vector<Term_ const
   words::Formulas fresh = fresh_formulas(state, assumptions, named_selectors);
   std::size_t const permanent_end = selectors_.size() + fresh.permanent.size();
   simplifier_.simplify(fresh);
+  simplifier_.report(statistics_);
   if (last_pass_) last_pass_(tm_, fresh);
   for (words::Formula const& f : fresh.permanent) solver_->add_clause({encode_formula(f.term)});
   selectors_.resize(permanent_end, bv::l_undef);

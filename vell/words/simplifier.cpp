@@ -74,6 +74,17 @@ void Simplifier::simplify(Formulas& formulas) {
   formulas.each([this](Formula const& f) { known_free_of_them_.add(f.term); });
 }
 
+void Simplifier::report(run::Statistics& statistics) const {
+  static_assert(pass_count <= run::Statistics::most_passes);
+  for (std::size_t i = 0; i < pass_count; ++i) {
+    run::PassFigures& figures = statistics.passes[i];
+    figures.formulas = counts_[i].formulas;
+    figures.replaced = counts_[i].replaced;
+    figures.microseconds = static_cast<std::uint64_t>(counts_[i].seconds * 1e6);
+    figures.name = rows[i].name;
+  }
+}
+
 bool Simplifier::mentions_eliminated(Term_ const* formula) {
   if (known_free_of_them_.contains(formula)) return false;
   known_free_of_them_.add(formula);

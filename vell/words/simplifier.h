@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "vell/run/limits.h"
+#include "vell/run/statistics.h"
 #include "vell/run/tunables.h"
 #include "vell/terms/cone.h"
 #include "vell/terms/termmanager.h"
@@ -51,6 +52,8 @@ class Simplifier {
 
   // By place in passes().
   std::vector<PassCounts> const& counts() const { return counts_; }
+  // Copies them, with the names of the passes.
+  void report(run::Statistics& statistics) const;
 
  private:
   bool mentions_eliminated(Term_ const* formula);
