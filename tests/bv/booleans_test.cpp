@@ -2,7 +2,6 @@
 
 #include "tests/support/clausifiertest.h"
 #include "tests/support/meaning.h"
-#include "tests/support/streamtest.h"
 
 namespace vell::test {
 namespace {
@@ -195,41 +194,42 @@ TEST_F(BooleansTest, IteOfBooleans) {
 }
 
 TEST_F(BooleansTest, IteOfWordsIsBuiltFromBitZeroUp) {
-  std::mt19937 random(3);
-  for (std::size_t n = 0; n <= 6; ++n)
-    for (int round = 0; round < 6; ++round) {
-      Term_ const* condition = bool_var("b");
-      Term_ const* x = bv_var("x", n);
-      Term_ const* y = bv_var("y", n);
-      Term_ const* t = tm.mk_app(SymbolTag::term_ite, {condition, x, y});
-      BvLitList const c_bits = random_word(random, 1, round == 5 ? 1 : 0);
-      BvLitList const x_bits = random_word(random, n, 0.2);
-      BvLitList const y_bits = random_word(random, n, 0.2);
-      StreamCase test;
-      test.prepare = [&](WordClausifier& k) {
-        k.set_bits(condition, nullptr, c_bits);
-        k.set_bits(x, nullptr, x_bits);
-        k.set_bits(y, nullptr, y_bits);
-      };
-      test.act = [&](WordClausifier& k, bv::ClauseSink* out) {
-        if (round % 2 == 0) {
-          k.word_ite(out, t);
-        } else {
-          k.generic_ite(out, t);
-        }
-        return std::vector<BvLitList>{*k.lookup(t)};
-      };
-      test.model = [&](CircuitModel& m) {
-        std::string const name = t->to_shallow_str();
-        if (round % 2 != 0) m.trace(3, "generic ite " + name);
-        m.trace(3, "wordt ite " + name + name);
-        m.take_slot();
-        BvLitList r;
-        for (std::size_t i = 0; i < n; ++i) r.push_back(m.bit_ite(c_bits[0], x_bits[i], y_bits[i]));
-        return std::vector<BvLitList>{r};
-      };
-      ASSERT_TRUE(expect_same_stream(tm, test, "width " + std::to_string(n)));
-    }
+  Term_ const* condition = bool_var("b", 2);
+  Term_ const* x = bv_var("x", BvLitList{3, 4, T});
+  Term_ const* y = bv_var("y", BvLitList{5, 6, 7});
+  Term_ const* t = tm.mk_app(SymbolTag::term_ite, {condition, x, y});
+  Term_ const* through_generic = tm.mk_app(SymbolTag::term_ite, {condition, y, x});
+  logger.set_verbosity(5);
+  c.word_ite(&sink, t);
+  EXPECT_EQ(bits(t), (BvLitList{100, 101, 102}));
+  EXPECT_EVENTS(R"x(
+    log "wordt ite (ite b x y)(ite b x y)"
+    log "bit ite "
+    new 100
+    clauses -2 -3 100 | -2 3 -100 | 2 -5 100 | 2 5 -100
+    log "bit ite "
+    new 101
+    clauses -2 -4 101 | -2 4 -101 | 2 -6 101 | 2 6 -101
+    log "bit ite "
+    new 102
+    clauses -2 -1 102 | -2 1 -102 | 2 -7 102 | 2 7 -102
+  )x");
+  c.generic_ite(&sink, through_generic);
+  EXPECT_EQ(bits(through_generic), (BvLitList{103, 104, 105}));
+  EXPECT_EVENTS(R"x(
+    log "generic ite (ite b y x)"
+    log "wordt ite (ite b y x)(ite b y x)"
+    log "bit ite "
+    new 103
+    clauses -2 -5 103 | -2 5 -103 | 2 -3 103 | 2 3 -103
+    log "bit ite "
+    new 104
+    clauses -2 -6 104 | -2 6 -104 | 2 -4 104 | 2 4 -104
+    log "bit ite "
+    new 105
+    clauses -2 -7 105 | -2 7 -105 | 2 -1 105 | 2 1 -105
+  )x");
+  EXPECT_EQ(stray_lists(c), 0);
 }
 
 TEST_F(BooleansTest, IteOfWordsUnderAConstantCondition) {
@@ -275,17 +275,24 @@ TEST_F(BooleansTest, TracesOfIteAndAtom) {
   Term_ const* p = bool_var("p");
   Term_ const* q = bool_var("q");
   Term_ const* t = tm.mk_app(SymbolTag::bool_ite, {b, p, q});
+  Term_ const* x = bv_var("x", 1);
+  Term_ const* words = tm.mk_app(SymbolTag::term_ite, {b, x, x});
   Term_ const* atom = raw_term(SymbolTag::none, tm.bool_type, {b}, "atom");
   auto const action = [&](WordClausifier& fresh, RecordingSink& out) {
     fresh.set_bits(b, &out, {2});
     fresh.set_bits(p, &out, {3});
     fresh.set_bits(q, &out, {4});
+    fresh.set_bits(x, &out, {5});
     fresh.word_atom(&out, atom);
     fresh.bool_ite(&out, t);
+    fresh.generic_ite(&out, words);
   };
   EXPECT_TRACE_LEVELS(action, R"x(
     3 "word atom atom"
     3 "bool ite (ite b p q)"
+    3 "bit ite "
+    3 "generic ite (ite b x x)"
+    3 "wordt ite (ite b x x)(ite b x x)"
     3 "bit ite "
   )x");
 }

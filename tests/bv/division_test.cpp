@@ -3,7 +3,6 @@
 
 #include "tests/support/clausifiertest.h"
 #include "tests/support/meaning.h"
-#include "tests/support/streamtest.h"
 
 namespace vell::test {
 namespace {
@@ -18,7 +17,6 @@ constexpr BvLit F = bv::l_false;
 constexpr SymbolTag::tag tags[] = {SymbolTag::bv_udiv, SymbolTag::bv_urem, SymbolTag::bv_sdiv,
                                    SymbolTag::bv_srem};
 
-bool is_signed(SymbolTag::tag tag) { return tag == SymbolTag::bv_sdiv || tag == SymbolTag::bv_srem; }
 bool is_quotient(SymbolTag::tag tag) { return tag == SymbolTag::bv_udiv || tag == SymbolTag::bv_sdiv; }
 
 WordClausifier::Handler handler_of(SymbolTag::tag tag) {
@@ -39,37 +37,6 @@ BvLitList word(long value, std::size_t width) {
 class DivisionTest : public ClausifierTest {
  protected:
   enum class Circuit { udiv, sdiv };
-
-  // q and r are preset to the given word, so that what a circuit leaves alone shows.
-  bool same_circuit(Circuit circuit, BvLitList const& a, BvLitList const& b, BvLitList const& preset_q,
-                    BvLitList const& preset_r, std::string const& what) {
-    StreamCase test;
-    test.act = [&](WordClausifier& k, bv::ClauseSink* out) {
-      BvLitList x = a;
-      BvLitList y = b;
-      BvLitList q = preset_q;
-      BvLitList r = preset_r;
-      if (circuit == Circuit::udiv) {
-        k.word_udiv_simple(out, &x, &y, &q, &r, what.size() % 2 == 0);
-      } else {
-        k.word_sdiv_simple(out, &x, &y, &q, &r);
-      }
-      EXPECT_EQ(x, a);
-      EXPECT_EQ(y, b);
-      return std::vector<BvLitList>{q, r};
-    };
-    test.model = [&](CircuitModel& m) {
-      BvLitList q = preset_q;
-      BvLitList r = preset_r;
-      if (circuit == Circuit::udiv) {
-        m.word_udiv_simple(a, b, q, r);
-      } else {
-        m.word_sdiv_simple(a, b, q, r);
-      }
-      return std::vector<BvLitList>{q, r};
-    };
-    return expect_same_stream(tm, test, what);
-  }
 
   // Quotient and remainder of the circuits; events are recorded.
   std::pair<BvLitList, BvLitList> divide(Circuit circuit, BvLitList a, BvLitList b) {
@@ -95,20 +62,6 @@ class DivisionTest : public ClausifierTest {
 };
 
 // ---- unsigned circuit ----
-
-TEST_F(DivisionTest, UnsignedCircuitStageByStage) {
-  std::mt19937 random(5);
-  for (std::size_t n = 0; n <= 6; ++n)
-    for (int round = 0; round < 12; ++round) {
-      double const constants = round % 4 * 0.25;
-      BvLitList const a = random_word(random, n, round % 2 == 0 ? constants : 0);
-      BvLitList const b = random_word(random, n, constants);
-      ASSERT_TRUE(same_circuit(Circuit::udiv, a, b, BvLitList(n, 0), random_word(random, n, 0.5),
-                               "unsigned, width " + std::to_string(n)));
-      ASSERT_TRUE(same_circuit(Circuit::udiv, a, b, BvLitList(n + 2, 9), BvLitList(n, 0),
-                               "unsigned with a longer quotient, width " + std::to_string(n)));
-    }
-}
 
 // 200 / 7 in eight bits into lists that are longer: what is not theirs is left alone in q and false in r.
 TEST_F(DivisionTest, LongerResultsKeepTheirLengths) {
@@ -150,12 +103,6 @@ TEST_F(DivisionTest, LongerResultsKeepTheirLengths) {
   };
   EXPECT_EQ(clauses(5), clauses(3));
   EXPECT_EQ(stray_lists(c), 0);
-}
-
-TEST_F(DivisionTest, UnsignedCircuitAtWidth33) {
-  std::mt19937 random(6);
-  ASSERT_TRUE(same_circuit(Circuit::udiv, random_word(random, 33, 0.1), random_word(random, 33, 0.1),
-                           BvLitList(33, 0), BvLitList(33, 0), "width 33"));
 }
 
 // One stage: the quotient bit is the literal of b <= a, then come mask, negation and addition.
@@ -248,32 +195,6 @@ TEST_F(DivisionTest, ConstantsFoldCompletely) {
 
 // ---- complete semantics ----
 
-TEST_F(DivisionTest, CompleteSemanticsFollowTheEqualityBitByBit) {
-  std::mt19937 random(7);
-  for (std::size_t n = 0; n <= 5; ++n)
-    for (int round = 0; round < 8; ++round) {
-      BvLitList const b = random_word(random, n, round % 4 * 0.3);
-      BvLitList const preset = random_word(random, n + round % 2, 0.3);
-      for (std::int32_t const setting : {1, 0, 2, -1}) {
-        StreamCase test;
-        test.div_semantics = setting;
-        test.act = [&](WordClausifier& k, bv::ClauseSink* out) {
-          BvLitList y = b;
-          BvLitList result = preset;
-          k.word_div_complete_semantics(out, &y, &result);
-          EXPECT_EQ(y, b);
-          return std::vector<BvLitList>{result};
-        };
-        test.model = [&](CircuitModel& m) {
-          BvLitList result = preset;
-          m.complete_semantics(b, result);
-          return std::vector<BvLitList>{result};
-        };
-        ASSERT_TRUE(expect_same_stream(tm, test, "setting " + std::to_string(setting)));
-      }
-    }
-}
-
 TEST_F(DivisionTest, CompleteSemanticsOfTwoBits) {
   config.div_semantics = 1;
   BvLitList b = {2, 3};
@@ -328,16 +249,15 @@ TEST_F(DivisionTest, CompleteSemanticsAreReadAtEveryCall) {
 
 // ---- signed circuit ----
 
-TEST_F(DivisionTest, SignedCircuitStepByStep) {
-  std::mt19937 random(8);
-  for (std::size_t n = 1; n <= 5; ++n)
-    for (int round = 0; round < 12; ++round) {
-      double const constants = round % 4 * 0.25;
-      BvLitList const a = random_word(random, n, round % 2 == 0 ? constants : 0);
-      BvLitList const b = random_word(random, n, constants);
-      ASSERT_TRUE(same_circuit(Circuit::sdiv, a, b, BvLitList(n, 0), BvLitList(n, 0),
-                               "signed, width " + std::to_string(n)));
-    }
+TEST_F(DivisionTest, SignOfTheQuotientIsTheExclusiveOrOfTheSigns) {
+  divide(Circuit::sdiv, {F, 2}, {T, 3});
+  // The clauses over both signs.
+  std::vector<BvLitList> both;
+  for (BvLitList const& clause : sink.clauses)
+    if (clause.size() == 3 && std::abs(clause[0]) + std::abs(clause[1]) == 5) both.push_back(clause);
+  ASSERT_EQ(both.size(), 4u);
+  BvLit const s = both[3][2];
+  EXPECT_EQ(both, (std::vector<BvLitList>{{-2, -3, -s}, {2, 3, -s}, {-2, 3, s}, {2, -3, s}}));
 }
 
 TEST_F(DivisionTest, SignedCircuitTruncates) {
@@ -367,61 +287,78 @@ TEST_F(DivisionTest, HookTable) {
     EXPECT_NE(h, static_cast<WordClausifier::Handler>(&WordClausifier::word_srem_by_power_of_2));
 }
 
-TEST_F(DivisionTest, HandlersTraceAndKeepOneOfTheTwo) {
-  std::mt19937 random(9);
-  for (SymbolTag::tag const tag : tags)
-    for (std::size_t n = 1; n <= 4; ++n)
-      for (std::int32_t const setting : {0, 1})
-        for (int round = 0; round < 4; ++round) {
-          Term_ const* x = bv_var("x", n);
-          Term_ const* y = bv_var("y", n);
-          Term_ const* t = tm.mk_app(tag, {x, y});
-          BvLitList const a = random_word(random, n, 0.2);
-          BvLitList const b = random_word(random, n, round == 0 ? 1 : 0.2);
-          StreamCase test;
-          test.div_semantics = setting;
-          test.prepare = [&](WordClausifier& k) {
-            k.set_bits(x, nullptr, a);
-            k.set_bits(y, nullptr, b);
-          };
-          test.act = [&](WordClausifier& k, bv::ClauseSink* out) {
-            (k.*handler_of(tag))(out, t);
-            EXPECT_EQ(bv::WordClausifierInspector(k).trail().back(), t);
-            EXPECT_EQ(*k.lookup(x), a);
-            EXPECT_EQ(*k.lookup(y), b);
-            return std::vector<BvLitList>{*k.lookup(t)};
-          };
-          test.model = [&](CircuitModel& m) {
-            std::string const name = t->to_shallow_str();
-            m.trace(3, (tag == SymbolTag::bv_udiv   ? "word_udiv "
-                        : tag == SymbolTag::bv_urem ? "word_urem "
-                        : tag == SymbolTag::bv_sdiv ? "word_sdiv B.."
-                                                    : "word_srem B..") +
-                           name);
-            if (tag == SymbolTag::bv_sdiv) {
-              std::string const w = std::to_string(n);
-              m.trace(4, "x");
-              m.trace(4, "y");
-              m.trace(4, "width: " + w + " dividend: x(" + w + ")-divisor:y(" + w + ")\n");
-            }
-            auto q = m.pooled(BvLitList(n, 0));
-            auto r = m.pooled(BvLitList(n, 0));
-            if (is_signed(tag)) {
-              m.word_sdiv_simple(a, b, q.bits, r.bits);
-            } else {
-              m.word_udiv_simple(a, b, q.bits, r.bits);
-            }
-            if (tag == SymbolTag::bv_udiv) {
-              m.trace(4, "Final unsigned quotient = " + CircuitModel::show(q.bits));
-              m.trace(4, "Final unsigned remainder = " + CircuitModel::show(r.bits));
-            }
-            auto& kept = is_quotient(tag) ? q : r;
-            m.complete_semantics(b, kept.bits);
-            m.give_back(is_quotient(tag) ? r : q);
-            return std::vector<BvLitList>{kept.bits};
-          };
-          ASSERT_TRUE(expect_same_stream(tm, test, t->to_shallow_str() + " of width " + std::to_string(n)));
+// The lines of the handlers themselves, those of the steps left out. The operands are constants, so that the
+// only fresh literal is the one for a division by zero.
+TEST_F(DivisionTest, HandlersTraceWhatTheyDo) {
+  config.div_semantics = 1;
+  Term_ const* x = bv_var("x", 1);
+  Term_ const* y = bv_var("y", 1);
+  auto const lines = [&](SymbolTag::tag tag) {
+    std::vector<std::string> kept;
+    for (std::string const &line : trace_levels([&](WordClausifier&fresh, RecordingSink&out) {
+           fresh.set_bits(x, &out, {T});
+           fresh.set_bits(y, &out, {T});
+           (fresh.*handler_of(tag))(&out, tm.mk_app(tag, {x, y}));
+         }))
+      for (char const* own :
+           {"x y)", "\"x\"", "\"y\"", "width", "trace", "\"word_sdiv ", "\"word_udiv ", "Final", "equal"})
+        if (line.find(own) != std::string::npos) {
+          kept.push_back(line);
+          break;
         }
+    return kept;
+  };
+  EXPECT_TRUE(match_lines(lines(SymbolTag::bv_udiv), R"x(
+    3 "word_udiv (bvudiv x y)"
+    3 "word_udiv "
+    4 "Final unsigned quotient = [ T ]"
+    4 "Final unsigned remainder = [ F ]"
+    3 "word equal "
+  )x"));
+  EXPECT_TRUE(match_lines(lines(SymbolTag::bv_urem), R"x(
+    3 "word_urem (bvurem x y)"
+    3 "word_udiv "
+    3 "word equal "
+  )x"));
+  // The trace of the operands ends in a line break of its own.
+  EXPECT_TRUE(match_lines(lines(SymbolTag::bv_sdiv), R"x(
+    3 "word_sdiv B..(bvsdiv x y)"
+    4 "x"
+    4 "y"
+    4 "width: 1 dividend: x(1)-divisor:y(1)"
+    4 trace ""
+    3 "word_sdiv simple "
+    3 "word_udiv "
+    4 "Final signed quotient = [ T ]"
+    4 "Final signed remainder = [ F ]"
+    3 "word equal "
+  )x"));
+  EXPECT_TRUE(match_lines(lines(SymbolTag::bv_srem), R"x(
+    3 "word_srem B..(bvsrem x y)"
+    3 "word_sdiv simple "
+    3 "word_udiv "
+    4 "Final signed quotient = [ T ]"
+    4 "Final signed remainder = [ F ]"
+    3 "word equal "
+  )x"));
+}
+
+// Each handler completes the result that it keeps, after the circuit, and leaves its operands alone.
+TEST_F(DivisionTest, HandlersCompleteTheResultThatTheyKeep) {
+  config.div_semantics = 1;
+  for (SymbolTag::tag const tag : tags)
+    for (long const a : {0, 1, 2, 3})
+      for (long const b : {0, 1, 2, 3}) {
+        sink.next = 100;
+        Term_ const* t = division(tag, word(a, 3), word(b, 3));
+        BvLitList const result = run(t);
+        if (b == 0)
+          EXPECT_EQ(result, (BvLitList{100, 101, 102}));
+        else
+          EXPECT_EQ(result, word(is_quotient(tag) ? a / b : a % b, 3)) << a << ", " << b;
+        EXPECT_EQ(bits(t->children[0]), word(a, 3));
+        EXPECT_EQ(bits(t->children[1]), word(b, 3));
+      }
 }
 
 // The unsigned handlers take the length of the dividend's vector, not the width of its type.

@@ -2,7 +2,6 @@
 // dividend register make of its results.
 
 #include "tests/support/clausifiertest.h"
-#include "tests/support/streamtest.h"
 
 namespace vell::test {
 namespace {
@@ -30,38 +29,6 @@ class DivisionArrayTest : public ClausifierTest {
     return {q, r};
   }
 };
-
-TEST_F(DivisionArrayTest, CellByCell) {
-  std::mt19937 random(10);
-  for (std::size_t n = 1; n <= 6; ++n)
-    for (int round = 0; round < 12; ++round) {
-      double const constants = round % 4 * 0.25;
-      BvLitList const a = random_word(random, n, constants);
-      BvLitList const b = random_word(random, n, round % 2 == 0 ? constants : 0);
-      // A longer quotient keeps its upper bits until the sign is applied; the remainder takes length n.
-      BvLitList const preset_q = random_word(random, n + round % 3, 0.2);
-      BvLitList const preset_r = random_word(random, round % 5, 0.2);
-      StreamCase test;
-      test.act = [&](WordClausifier& k, bv::ClauseSink* out) {
-        BvLitList x = a;
-        BvLitList y = b;
-        BvLitList q = preset_q;
-        BvLitList r = preset_r;
-        k.word_sdiv(out, &x, &y, &q, &r);
-        EXPECT_EQ(x, a);
-        EXPECT_EQ(y, b);
-        EXPECT_EQ(r.size(), n);
-        return std::vector<BvLitList>{q, r};
-      };
-      test.model = [&](CircuitModel& m) {
-        BvLitList q = preset_q;
-        BvLitList r = preset_r;
-        m.word_sdiv_array(a, b, q, r);
-        return std::vector<BvLitList>{q, r};
-      };
-      ASSERT_TRUE(expect_same_stream(tm, test, "width " + std::to_string(n)));
-    }
-}
 
 TEST_F(DivisionArrayTest, EightGatesPerCell) {
   for (std::size_t n = 1; n <= 5; ++n) {

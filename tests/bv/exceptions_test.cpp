@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "tests/support/clausifiertest.h"
-#include "tests/support/streamtest.h"
 
 namespace vell::test {
 namespace {

@@ -2,7 +2,6 @@
 
 #include "tests/support/clausifiertest.h"
 #include "tests/support/slots.h"
-#include "tests/support/streamtest.h"
 
 namespace vell::test {
 namespace {
@@ -59,7 +58,7 @@ TEST_F(FloatingPointTest, BitsOfTheModes) {
 
 TEST_F(FloatingPointTest, ModeConstantsTakeNoLiteral) {
   for (int mode = 0; mode < 4; ++mode) {
-    Term_ const* m = rounding_mode_term(tm, mode);
+    Term_ const* m = rounding_mode_term(mode);
     c.bit_blast(m, &sink);
     EXPECT_EQ(bits(m), (BvLitList{(mode & 1) != 0 ? T : F, (mode & 2) != 0 ? T : F}));
     EXPECT_EQ(inspect.trail().back(), m);
@@ -244,7 +243,7 @@ TEST_F(FloatingPointTest, TheLayerIsNotAskedForRoundingModes) {
 TEST_F(FloatingPointTest, Traces) {
   Term_ const* f = fp_var("f");
   Term_ const* m = tm.mk_variable("m", tm.rounding_mode_type);
-  Term_ const* up = rounding_mode_term(tm, 2);
+  Term_ const* up = rounding_mode_term(2);
   auto const action = [&](WordClausifier& fresh, RecordingSink& out) {
     fresh.fp_variable(&out, f);
     fresh.fp_rounding_variable(&out, m);

@@ -2,7 +2,6 @@
 
 #include "tests/support/clausifiertest.h"
 #include "tests/support/meaning.h"
-#include "tests/support/streamtest.h"
 
 namespace vell::test {
 namespace {

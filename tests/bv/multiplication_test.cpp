@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "tests/support/clausifiertest.h"
-#include "tests/support/streamtest.h"
 
 namespace vell::test {
 namespace {
@@ -205,6 +204,7 @@ TEST_F(MultiplicationTest, AnOddNumeralGivesTheLengthOfTheOtherOperand) {
   EXPECT_EQ(bits(five)[0], 2);
   EXPECT_EQ(bits(five)[1], 3);
   EXPECT_EQ(sink.clauses[0], (BvLitList{-4, -2, -100}));
+  EXPECT_EQ(sink.clauses.size(), 3 * 7u);  // three half adders
   EXPECT_EQ(stray_lists(c), 0);
   BvLitList const shorter{2, 3};
   events.clear();

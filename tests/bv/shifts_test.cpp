@@ -1,8 +1,7 @@
-// Barrel shifters against their second description; shifts by numerals and rotations literal by literal.
+// Barrel shifters stage by stage; shifts by numerals and rotations literal by literal.
 
 #include "tests/support/clausifiertest.h"
 #include "tests/support/meaning.h"
-#include "tests/support/streamtest.h"
 
 namespace vell::test {
 namespace {
@@ -13,32 +12,6 @@ using bv::WordClausifier;
 
 constexpr BvLit T = bv::l_true;
 constexpr BvLit F = bv::l_false;
-
-enum class Direction { left, right, right_arithmetic };
-
-bool same_shifter(TermManager& tm, Direction direction, BvLitList const& x, BvLitList const& s,
-                  std::string const& what) {
-  StreamCase test;
-  test.act = [&](WordClausifier& c, bv::ClauseSink* sink) {
-    BvLitList value = x;
-    BvLitList amount = s;
-    BvLitList* r = direction == Direction::left
-                       ? c.word_sl(sink, &value, &amount)
-                       : c.word_sr(sink, &value, &amount, direction == Direction::right_arithmetic);
-    EXPECT_EQ(value, x);
-    EXPECT_EQ(amount, s);
-    return std::vector<BvLitList>{take(c, r)};
-  };
-  test.model = [&](CircuitModel& m) {
-    auto const r = direction == Direction::left ? m.word_sl(x, s)
-                                                : m.word_sr(x, s, direction == Direction::right_arithmetic);
-    m.give_back(r);
-    return std::vector<BvLitList>{r.bits};
-  };
-  return expect_same_stream(tm, test, what);
-}
-
-constexpr Direction directions[] = {Direction::left, Direction::right, Direction::right_arithmetic};
 
 class ShiftsTest : public ClausifierTest {
  protected:
@@ -108,50 +81,29 @@ TEST_F(ShiftsTest, OneStageOfWidthTwoByHand) {
   )");
 }
 
-TEST_F(ShiftsTest, CircuitsAtSmallWidths) {
-  std::mt19937 random(1);
-  for (std::size_t n = 1; n <= 9; ++n)
-    for (int round = 0; round < 12; ++round) {
-      double const constants = round % 3 * 0.3;
-      BvLitList const x = random_word(random, n, constants);
-      BvLitList const s = random_word(random, n + (round % 4 == 0 ? 2 : 0), round % 2 == 0 ? 0 : constants);
-      for (Direction const d : directions)
-        ASSERT_TRUE(same_shifter(tm, d, x, s, "width " + std::to_string(n)));
-    }
-}
-
-// The weight of amount bit 31 is negative in 32 bits, that of bit 32 wraps to 1: both count as past the end.
-TEST_F(ShiftsTest, CircuitsWhereTheWeightOfAnAmountBitOverflows) {
-  for (std::size_t const n : {31u, 32u, 33u, 34u, 64u, 65u}) {
-    BvLitList x;
-    BvLitList s;
-    for (std::size_t i = 0; i < n; ++i) {
-      x.push_back(static_cast<BvLit>(1000 + i));
-      s.push_back(static_cast<BvLit>(2000 + i));
-    }
-    for (Direction const d : directions) ASSERT_TRUE(same_shifter(tm, d, x, s, "width " + std::to_string(n)));
-  }
-}
-
-// Stages 0, 1 and 2 of width 8 shift, each of the others replaces the word.
+// A stage whose weight reaches the width replaces the word, and so does every stage from 31 on, where the
+// weight is negative in 32 bits or wraps to 1.
 TEST_F(ShiftsTest, EveryAmountBitHasItsOwnStage) {
-  BvLitList x = {2, 3, 4, 5, 6, 7, 8, 9};
-  for (std::size_t k = 0; k < 8; ++k) {
-    BvLitList s(8, F);
-    s[k] = T;
-    std::size_t const d = k < 3 ? std::size_t{1} << k : 8;
-    BvLitList right;
-    BvLitList arithmetic;
-    BvLitList left;
-    for (std::size_t i = 0; i < 8; ++i) {
-      right.push_back(i + d < 8 ? x[i + d] : F);
-      arithmetic.push_back(i + d < 8 ? x[i + d] : 9);
-      left.push_back(i >= d ? x[i - d] : F);
+  for (std::size_t const n : {1u, 2u, 3u, 8u, 31u, 32u, 33u, 34u, 64u, 65u}) {
+    BvLitList x;
+    for (std::size_t i = 0; i < n; ++i) x.push_back(static_cast<BvLit>(2 + i));
+    for (std::size_t k = 0; k < n; ++k) {
+      BvLitList s(n, F);
+      s[k] = T;
+      std::size_t const d = k < 31 && (std::size_t{1} << k) < n ? std::size_t{1} << k : n;
+      BvLitList right;
+      BvLitList arithmetic;
+      BvLitList left;
+      for (std::size_t i = 0; i < n; ++i) {
+        right.push_back(i + d < n ? x[i + d] : F);
+        arithmetic.push_back(i + d < n ? x[i + d] : x.back());
+        left.push_back(i >= d ? x[i - d] : F);
+      }
+      EXPECT_EQ(take(c.word_sr(&sink, &x, &s, false)), right) << n << ", bit " << k;
+      EXPECT_EQ(take(c.word_sr(&sink, &x, &s, true)), arithmetic) << n << ", bit " << k;
+      EXPECT_EQ(take(c.word_sl(&sink, &x, &s)), left) << n << ", bit " << k;
+      EXPECT_NO_EVENTS();
     }
-    EXPECT_EQ(take(c.word_sr(&sink, &x, &s, false)), right);
-    EXPECT_EQ(take(c.word_sr(&sink, &x, &s, true)), arithmetic);
-    EXPECT_EQ(take(c.word_sl(&sink, &x, &s)), left);
-    EXPECT_NO_EVENTS();
   }
 }
 
@@ -183,38 +135,79 @@ TEST_F(ShiftsTest, CircuitsReleaseTheirListWhenTheSinkThrows) {
 // ---- handlers, variable amount ----
 
 TEST_F(ShiftsTest, HandlersRunTheCircuitOfTheirChildren) {
-  std::mt19937 random(2);
-  for (SymbolTag::tag const tag : {SymbolTag::bv_shl, SymbolTag::bv_lshr, SymbolTag::bv_ashr})
-    for (std::size_t n = 1; n <= 5; ++n) {
-      Term_ const* x = tm.mk_variable("x", tm.bv_type(n));
-      Term_ const* s = tm.mk_variable("s", tm.bv_type(n));
-      Term_ const* t = tm.mk_app(tag, {x, s});
-      BvLitList const x_bits = random_word(random, n, 0.2);
-      BvLitList const s_bits = random_word(random, n, 0.2);
-      StreamCase test;
-      test.prepare = [&](WordClausifier& k) {
-        k.set_bits(x, nullptr, x_bits);
-        k.set_bits(s, nullptr, s_bits);
-      };
-      test.act = [&](WordClausifier& k, bv::ClauseSink* out) {
-        if (tag == SymbolTag::bv_shl) k.word_lsl(out, t);
-        if (tag == SymbolTag::bv_lshr) k.word_lsr(out, t);
-        if (tag == SymbolTag::bv_ashr) k.word_asr(out, t);
-        EXPECT_EQ(bv::WordClausifierInspector(k).trail().back(), t);
-        return std::vector<BvLitList>{*k.lookup(t)};
-      };
-      test.model = [&](CircuitModel& m) {
-        std::string const name = t->to_shallow_str();
-        if (tag == SymbolTag::bv_shl) {
-          m.trace(3, "word_lsl" + name);
-          return std::vector<BvLitList>{m.word_sl(x_bits, s_bits).bits};
-        }
-        m.trace(3, (tag == SymbolTag::bv_lshr ? "word_lsr.." : "word_asr ") + name);
-        m.trace(3, "word_sr " + name);
-        return std::vector<BvLitList>{m.word_sr(x_bits, s_bits, tag == SymbolTag::bv_ashr).bits};
-      };
-      ASSERT_TRUE(expect_same_stream(tm, test, t->to_shallow_str()));
-    }
+  Term_ const* x = bv_var("x", BvLitList{2, 3});
+  Term_ const* s = bv_var("s", BvLitList{4, F});
+  Term_ const* left = tm.mk_app(SymbolTag::bv_shl, {x, s});
+  Term_ const* right = tm.mk_app(SymbolTag::bv_lshr, {x, s});
+  Term_ const* arithmetic = tm.mk_app(SymbolTag::bv_ashr, {x, s});
+  auto const action = [&](WordClausifier& fresh, RecordingSink& out) {
+    fresh.set_bits(x, &out, {2, 3});
+    fresh.set_bits(s, &out, {4, F});
+    fresh.word_lsl(&out, left);
+    fresh.word_lsr(&out, right);
+    fresh.word_asr(&out, arithmetic);
+  };
+  logger.set_verbosity(5);
+  c.word_lsl(&sink, left);
+  EXPECT_EQ(bits(left), (BvLitList{101, 100}));
+  EXPECT_EVENTS(R"x(
+    log "word_lsl(bvshl x s)"
+    log "bit ite "
+    new 100
+    clauses -4 -2 100 | -4 2 -100 | 4 -3 100 | 4 3 -100
+    log "bit ite "
+    new 101
+    clauses -4 1 101 | -4 -1 -101 | 4 -2 101 | 4 2 -101
+    log "bit ite "
+    log "bit ite "
+  )x");
+  c.word_lsr(&sink, right);
+  EXPECT_EQ(bits(right), (BvLitList{102, 103}));
+  EXPECT_EVENTS(R"x(
+    log "word_lsr..(bvlshr x s)"
+    log "word_sr (bvlshr x s)"
+    log "bit ite "
+    new 102
+    clauses -4 -3 102 | -4 3 -102 | 4 -2 102 | 4 2 -102
+    log "bit ite "
+    new 103
+    clauses -4 1 103 | -4 -1 -103 | 4 -3 103 | 4 3 -103
+    log "bit ite "
+    log "bit ite "
+  )x");
+  c.word_asr(&sink, arithmetic);
+  EXPECT_EQ(bits(arithmetic), (BvLitList{104, 3}));
+  EXPECT_EVENTS(R"x(
+    log "word_asr (bvashr x s)"
+    log "word_sr (bvashr x s)"
+    log "bit ite "
+    new 104
+    clauses -4 -3 104 | -4 3 -104 | 4 -2 104 | 4 2 -104
+    log "bit ite "
+    log "bit ite "
+    log "bit ite "
+  )x");
+  EXPECT_EQ(stray_lists(c), 0);
+  EXPECT_EQ(trail(), "x s (bvshl x s) (bvlshr x s) (bvashr x s)");
+  EXPECT_TRACE_LEVELS(action, R"x(
+    3 "word_lsl(bvshl x s)"
+    3 "bit ite "
+    3 "bit ite "
+    3 "bit ite "
+    3 "bit ite "
+    3 "word_lsr..(bvlshr x s)"
+    3 "word_sr (bvlshr x s)"
+    3 "bit ite "
+    3 "bit ite "
+    3 "bit ite "
+    3 "bit ite "
+    3 "word_asr (bvashr x s)"
+    3 "word_sr (bvashr x s)"
+    3 "bit ite "
+    3 "bit ite "
+    3 "bit ite "
+    3 "bit ite "
+  )x");
 }
 
 TEST_F(ShiftsTest, TheRightShiftOfATermIsNotCached) {

@@ -4,7 +4,6 @@
 
 #include "tests/support/clausifiertest.h"
 #include "tests/support/meaning.h"
-#include "tests/support/streamtest.h"
 
 namespace vell::test {
 namespace {
@@ -65,48 +64,79 @@ TEST_F(WordsTest, AnExtensionThatIsNoWordHasTheWidthOfItsOperand) {
 // ---- bitwise ----
 
 TEST_F(WordsTest, BitwiseOperatorsGateByGateFromBitZeroUp) {
-  std::mt19937 random(4);
-  for (SymbolTag::tag const tag : {SymbolTag::bv_not, SymbolTag::bv_and, SymbolTag::bv_or, SymbolTag::bv_xor})
-    for (std::size_t n = 0; n <= 6; ++n)
-      for (int round = 0; round < 6; ++round) {
-        Term_ const* x = bv_var("x", n);
-        Term_ const* y = bv_var("y", n);
-        Term_ const* t = tag == SymbolTag::bv_not ? tm.mk_app(tag, {x}) : tm.mk_app(tag, {x, y});
-        BvLitList const x_bits = random_word(random, n, 0.2);
-        BvLitList const y_bits = random_word(random, n, 0.2);
-        StreamCase test;
-        test.prepare = [&](WordClausifier& k) {
-          k.set_bits(x, nullptr, x_bits);
-          k.set_bits(y, nullptr, y_bits);
-        };
-        test.act = [&](WordClausifier& k, bv::ClauseSink* out) {
-          if (tag == SymbolTag::bv_not) (k.*word_not)(out, t);
-          if (tag == SymbolTag::bv_and) (k.*word_and)(out, t);
-          if (tag == SymbolTag::bv_or) (k.*word_or)(out, t);
-          if (tag == SymbolTag::bv_xor) (k.*word_xor)(out, t);
-          return std::vector<BvLitList>{*k.lookup(t)};
-        };
-        test.model = [&](CircuitModel& m) {
-          std::string const name = t->to_shallow_str();
-          m.take_slot();
-          if (tag == SymbolTag::bv_and) {
-            m.trace(3, "word_and B.." + name);
-            return std::vector<BvLitList>{m.word_and(x_bits, y_bits)};
-          }
-          m.trace(3, (tag == SymbolTag::bv_not  ? "word_not "
-                      : tag == SymbolTag::bv_or ? "word_or "
-                                                : "word_xor ") +
-                         name);
-          BvLitList r;
-          for (std::size_t i = 0; i < n; ++i) {
-            if (tag == SymbolTag::bv_not) r.push_back(m.bit_not(x_bits[i]));
-            if (tag == SymbolTag::bv_or) r.push_back(m.bit_or(x_bits[i], y_bits[i]));
-            if (tag == SymbolTag::bv_xor) r.push_back(m.bit_xor(x_bits[i], y_bits[i]));
-          }
-          return std::vector<BvLitList>{r};
-        };
-        ASSERT_TRUE(expect_same_stream(tm, test, t->to_shallow_str() + " of width " + std::to_string(n)));
-      }
+  Term_ const* x = bv_var("x", BvLitList{2, 3});
+  Term_ const* y = bv_var("y", BvLitList{4, 5});
+  Term_ const* negated = tm.mk_app(SymbolTag::bv_not, {x});
+  Term_ const* both = tm.mk_app(SymbolTag::bv_and, {x, y});
+  Term_ const* either = tm.mk_app(SymbolTag::bv_or, {x, y});
+  Term_ const* odd = tm.mk_app(SymbolTag::bv_xor, {x, y});
+  auto const action = [&](WordClausifier& fresh, RecordingSink& out) {
+    fresh.set_bits(x, &out, {2, 3});
+    fresh.set_bits(y, &out, {4, 5});
+    (fresh.*word_not)(&out, negated);
+    (fresh.*word_and)(&out, both);
+    (fresh.*word_or)(&out, either);
+    (fresh.*word_xor)(&out, odd);
+  };
+  logger.set_verbosity(3);
+  (c.*word_not)(&sink, negated);
+  EXPECT_EQ(bits(negated), (BvLitList{-2, -3}));
+  EXPECT_EVENTS(R"x(
+    log "word_not (bvnot x)"
+    log "bit_not "
+    log "bit_not "
+  )x");
+  (c.*word_and)(&sink, both);
+  EXPECT_EQ(bits(both), (BvLitList{100, 101}));
+  EXPECT_EVENTS(R"x(
+    log "word_and B..(bvand x y)"
+    log "word_and "
+    log "bit_and "
+    new 100
+    clauses -2 -4 100 | 2 -100 | 4 -100
+    log "bit_and "
+    new 101
+    clauses -3 -5 101 | 3 -101 | 5 -101
+  )x");
+  (c.*word_or)(&sink, either);
+  EXPECT_EQ(bits(either), (BvLitList{102, 103}));
+  EXPECT_EVENTS(R"x(
+    log "word_or (bvor x y)"
+    log "bit_or "
+    new 102
+    clauses -2 102 | -4 102 | 2 4 -102
+    log "bit_or "
+    new 103
+    clauses -3 103 | -5 103 | 3 5 -103
+  )x");
+  (c.*word_xor)(&sink, odd);
+  EXPECT_EQ(bits(odd), (BvLitList{104, 105}));
+  EXPECT_EVENTS(R"x(
+    log "word_xor (bvxor x y)"
+    log "bit xor "
+    new 104
+    clauses -2 -4 -104 | 2 4 -104 | -2 4 104 | 2 -4 104
+    log "bit xor "
+    new 105
+    clauses -3 -5 -105 | 3 5 -105 | -3 5 105 | 3 -5 105
+  )x");
+  EXPECT_EQ(stray_lists(c), 0);
+  EXPECT_TRACE_LEVELS(action, R"x(
+    3 "word_not (bvnot x)"
+    3 "bit_not "
+    3 "bit_not "
+    3 "word_and B..(bvand x y)"
+    3 "word_and "
+    3 "bit_and "
+    3 "bit_and "
+    4 "[ 1, 0 ] & [ 3, 2 ] = [ 99, 98 ]"
+    3 "word_or (bvor x y)"
+    3 "bit_or "
+    3 "bit_or "
+    3 "word_xor (bvxor x y)"
+    3 "bit xor "
+    3 "bit xor "
+  )x");
 }
 
 TEST_F(WordsTest, NotOfConstantsAndVariables) {
@@ -220,6 +250,13 @@ TEST_F(WordsTest, ExtensionsByNothing) {
 
 // The width comes from the term's type; the amount that the symbol carries is not read. A child that is long
 // enough is copied as it is.
+// Without a top bit there is nothing to repeat: the literals are undefined.
+TEST_F(WordsTest, SignExtensionOfAnEmptyWord) {
+  Term_ const* x = with_bits(bv_var("x", 1), {});
+  EXPECT_EQ(structural(word_sext, raw_term(SymbolTag::bv_sign_extend, tm.bv_type(2), {x})),
+            (BvLitList{0, 0}));
+}
+
 TEST_F(WordsTest, ExtensionsReachTheWidthOfTheTerm) {
   Term_ const* x = with_bits(bv_var("x", 3), {10, 11});
   EXPECT_EQ(structural(word_zext, raw_term(SymbolTag::bv_zero_extend, tm.bv_type(4), {x})),

@@ -39,17 +39,47 @@ std::streamsize TraceRecorder::xsputn(char const* text, std::streamsize n) {
   return n;
 }
 
+// ---- helpers ----
+
+std::int64_t stray_lists(bv::WordClausifier const& c) {
+  bv::WordClausifierInspector const inspect(c);
+  auto const& pool = inspect.list_pool();
+  std::int64_t cached = 0;
+  for (std::uint64_t b = 0; b < inspect.bits_cache().bucket_count(); ++b)
+    for (auto const* n = inspect.bits_cache().chain(b); n != nullptr; n = n->next)
+      if (n->value != nullptr) ++cached;
+  return static_cast<std::int64_t>(pool.chunk_count() * 1024 - pool.free_count()) - cached;
+}
+
+bv::BvLitList random_word(std::mt19937& random, std::size_t width, double constants) {
+  bv::BvLitList bits(width);
+  std::uniform_real_distribution<> chance;
+  for (bv::BvLit& b : bits) {
+    b = chance(random) < constants ? 1 : 2 + static_cast<bv::BvLit>(random() % 8);
+    if (random() % 2 != 0) b = -b;
+  }
+  return bits;
+}
+
 // ---- fixture ----
 
 Term_ const* ClausifierTest::raw_term(SymbolTag::tag tag, Type const* type,
-                                      std::vector<Term_ const*> const& children, std::string_view label) {
+                                      std::vector<Term_ const*> const& children, std::string_view label,
+                                      Symbol::Role role) {
   SymbolSpec spec;
   spec.name = label.empty() ? "op" : label;
   spec.arity = children.size();
   spec.output_type = type;
   spec.tag = tag;
+  spec.role = role;
   spec.label = label;
   return tm.mk_term(tm.make_symbol(spec), children);
+}
+
+Term_ const* ClausifierTest::rounding_mode_term(int mode) {
+  static constexpr Symbol::Role roles[] = {Symbol::Role::rounding_even, Symbol::Role::rounding_zero,
+                                           Symbol::Role::rounding_plus_inf, Symbol::Role::rounding_minus_inf};
+  return raw_term(SymbolTag::none, tm.rounding_mode_type, {}, "mode" + std::to_string(mode), roles[mode]);
 }
 
 bv::BvLitList ClausifierTest::bits(Term_ const* t) {
@@ -91,7 +121,9 @@ std::vector<std::string> ClausifierTest::trace_levels(Action const& action) {
     for (std::string const& e : r.events) {
       if (e.starts_with(prefix))
         lines.push_back('"' + e.substr(prefix.size()) + '"');
-      else if (e.starts_with("trace ") || e.starts_with("partial "))
+      else if (e.starts_with("trace "))
+        lines.push_back("trace \"" + e.substr(6) + '"');
+      else if (e.starts_with("partial "))
         lines.push_back(e);
     }
     return lines;

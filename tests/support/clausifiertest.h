@@ -10,6 +10,7 @@
 #include <initializer_list>
 #include <map>
 #include <ostream>
+#include <random>
 #include <streambuf>
 #include <string>
 #include <string_view>
@@ -78,6 +79,13 @@ struct Recorder {
   Logger logger{trace_stream};  // verbosity 0
 };
 
+// Lists of the pool that are in use and are not the list of a cached term: 0 unless something was lost or is
+// held.
+std::int64_t stray_lists(bv::WordClausifier const& c);
+
+// A word of literals 2 to 9, their negations and, with the given probability, constants.
+bv::BvLitList random_word(std::mt19937& random, std::size_t width, double constants);
+
 class ClausifierTest : public ::testing::Test, public Recorder {
  protected:
   ClausifierTest() { c.set_logger(&logger); }
@@ -87,9 +95,11 @@ class ClausifierTest : public ::testing::Test, public Recorder {
     return tm.mk_variable(name, tm.bv_type(width));
   }
   Term_ const* bool_var(std::string_view name) { return tm.mk_variable(name, tm.bool_type); }
-  // A term of any tag, sorts unchecked, printed as `label` where one is given.
+  // A term of any tag and role, sorts unchecked, printed as `label` where one is given.
   Term_ const* raw_term(SymbolTag::tag tag, Type const* type, std::vector<Term_ const*> const& children,
-                        std::string_view label = {});
+                        std::string_view label = {}, Symbol::Role role = Symbol::Role::plain);
+  // A rounding-mode constant (0 to 3).
+  Term_ const* rounding_mode_term(int mode);
   // Makes `bits` the bits of t, which has none yet, and returns t.
   Term_ const* with_bits(Term_ const* t, bv::BvLitList const& bits) {
     c.set_bits(t, &sink, bits);
@@ -111,7 +121,7 @@ class ClausifierTest : public ::testing::Test, public Recorder {
   std::string trail();
 
   // Every trace line of an action with the lowest verbosity at which it is written, in order: `LEVEL "text"`
-  // for a line of the clausifier, its prefix left out, and `LEVEL trace TEXT` for any other. The action is
+  // for a line of the clausifier, its prefix left out, and `LEVEL trace "TEXT"` for any other. The action is
   // run once per verbosity, each time on a new clausifier; the first literal of the sink is 100 each time.
   using Action = std::function<void(bv::WordClausifier&, RecordingSink&)>;
   std::vector<std::string> trace_levels(Action const& action);
