@@ -23,6 +23,7 @@ TEST(StandardClausifierTest, HasTheHandlersOfTheBaseAndThoseOfIfThenElse) {
   EXPECT_TRUE(hooks[SymbolTag::term_ite] == &WordClausifier::word_ite);
   for (WordClausifier::Hook const& h : WordClausifier::builtin_hooks())
     EXPECT_TRUE(hooks[h.tag] == h.handler);
+  for (OperatorInfo const& op : operator_table) EXPECT_TRUE(hooks[op.tag] != nullptr) << op.name;
 
   sinks::RecordingSink sink;
   Term_ const* p = tm.mk_variable("p", tm.bool_type);

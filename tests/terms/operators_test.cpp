@@ -225,5 +225,18 @@ TEST_F(OperatorsTest, SignedLessThanKnowsTheWidthOfItsOperands) {
   EXPECT_EQ(b->symbol->parameter(0), 4u);
 }
 
+// What the queries of the manager answer from.
+TEST(Operators, RoleIsThatOfTheSymbol) {
+  TermManager tm;
+  Term_ const* x = tm.mk_variable("x", tm.bv_type(8));
+  EXPECT_EQ(Symbol::Role::extract, operator_role(SymbolTag::bv_extract));
+  EXPECT_TRUE(tm.is_bv_extract(tm.mk_app(SymbolTag::bv_extract, {x}, 3, 1)->symbol));
+  EXPECT_EQ(Symbol::Role::rotate_left, operator_role(SymbolTag::bv_rotate_left));
+  EXPECT_TRUE(tm.is_bv_rotate_left(tm.mk_app(SymbolTag::bv_rotate_left, {x}, 3)->symbol));
+  EXPECT_EQ(Symbol::Role::slt, operator_role(SymbolTag::bv_slt));
+  EXPECT_EQ(Symbol::Role::plain, operator_role(SymbolTag::bv_sle));
+  EXPECT_EQ(Symbol::Role::plain, operator_role(SymbolTag::none));
+}
+
 }  // namespace
 }  // namespace vell

@@ -63,6 +63,13 @@ TEST_F(TermManagerTest, BitVectorTypeHasMarkerAndWidth) {
   EXPECT_EQ(width, std::uint64_t{1} << 40);
 }
 
+TEST_F(TermManagerTest, WidthIsThatOfAWord) {
+  EXPECT_EQ(tm.width(tm.mk_variable("x", tm.bv_type(17))), 17u);
+  EXPECT_EQ(tm.width(tm.mk_bv(3, 70)), 70u);
+  EXPECT_EQ(tm.width(tm.mk_bool(true)), 0u);
+  EXPECT_EQ(tm.width(tm.mk_variable("f", tm.fp_type(5, 10))), 0u);
+}
+
 TEST_F(TermManagerTest, FloatingPointTypeHasMarkerAndFormat) {
   Type const* t = tm.fp_type(8, 23);
   ASSERT_EQ(t->components.size(), 2u);

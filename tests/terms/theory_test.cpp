@@ -111,5 +111,23 @@ TEST_F(TheoryTest, OneLineForWhatDoesNotFit) {
   EXPECT_EQ(error("=", {n, n}), "`=` takes Booleans and words of at least one bit, not Int");
 }
 
+// What scripts may write of an operator of the term layer agrees with what mk_app(tag) takes.
+TEST(Theory, AgreesWithTheTableOfTheTermLayer) {
+  int found = 0;
+  for (OperatorInfo const& info : operator_table) {
+    theory::Operator const* const op = theory::find_operator(info.name);
+    if (std::string_view(info.name).starts_with("fp.")) {
+      EXPECT_EQ(nullptr, op) << info.name;
+      continue;
+    }
+    ASSERT_NE(nullptr, op) << info.name;
+    ++found;
+    EXPECT_EQ(info.parameters, op->indices) << info.name;
+    EXPECT_LE(op->min_arguments, info.arity) << info.name;
+    EXPECT_GE(op->max_arguments, info.arity) << info.name;
+  }
+  EXPECT_EQ(35, found);
+}
+
 }  // namespace
 }  // namespace vell

@@ -383,5 +383,47 @@ TEST(Evaluator, TermsWithoutValueAreRefused) {
   EXPECT_THROW(e.value(tm.mk_variable("i", tm.int_type)), Exception);
 }
 
+// The children of an application of the operator: words of a width, or what it takes instead.
+std::vector<Term_ const*> children(TermManager& tm, OperatorInfo const& op, std::uint64_t width) {
+  using Typing = OperatorInfo::Typing;
+  Type const* const word = tm.bv_type(width);
+  std::vector<Term_ const*> out;
+  for (int i = 0; i < op.arity; ++i) {
+    Type const* type = word;
+    if (op.typing == Typing::booleans) type = tm.bool_type;
+    if (op.typing == Typing::ite && (i == 0 || op.tag == SymbolTag::bool_ite)) type = tm.bool_type;
+    if (op.typing == Typing::fp_to_word) type = i == 0 ? tm.rounding_mode_type : tm.fp_type(5, 10);
+    if (op.typing == Typing::fp_as_word) type = tm.fp_type(5, 10);
+    out.push_back(tm.mk_variable("x", type));
+  }
+  return out;
+}
+
+TEST(Evaluator, EveryOperatorOfTheTableHasAValue) {
+  Random random(7);
+  for (std::uint64_t width : {5u, 64u, 70u})
+    for (OperatorInfo const& op : operator_table) {
+      TermManager tm;
+      std::vector<Term_ const*> const x = children(tm, op, width);
+      std::uint64_t const parameter = op.typing == OperatorInfo::Typing::fp_to_word ? width : 2;
+      Term_ const* t = tm.mk_app(op.tag, x, parameter, 1);
+      ASSERT_EQ(static_cast<std::size_t>(op.arity), t->symbol->arity);
+      bool differ = false;
+      bool const exchangeable =
+          op.arity == 2 && x[0]->symbol->get_output_type() == x[1]->symbol->get_output_type();
+      Term_ const* exchanged = exchangeable ? tm.mk_app(op.tag, std::vector{x[1], x[0]}) : t;
+      for (int round = 0; round < 60; ++round) {
+        Table table;
+        for (Term_ const* v : x)
+          table.values[v] = modulo(random.word(width), value_width(tm, v->symbol->get_output_type()));
+        Evaluator evaluator(tm);
+        evaluator.set_assignment(table);
+        std::string const value = evaluator.text(t);
+        differ |= exchangeable && value != evaluator.text(exchanged);
+      }
+      EXPECT_EQ(exchangeable && !differ, operator_commutative(op.tag)) << op.name << ' ' << width;
+    }
+}
+
 }  // namespace
 }  // namespace vell::values

@@ -271,12 +271,8 @@ class VELL_API WordClausifier : public WordClausifierInterface {
   // The list of a child, inserting an empty entry where there is none: part of the contract of the handlers
   // that use it, since an insertion may grow the table.
   BvLitList* child_bits(Term_ const* child) { return bits_cache.do_insert(child, nullptr).first->value; }
-  // The width of the term's bit-vector type; 0 when it is none.
-  std::uint64_t width_of(Term_ const* t) const {
-    std::uint64_t width = 0;
-    tm->is_bv_type(t->symbol->get_output_type(), &width);
-    return width;
-  }
+  // As TermManager::width.
+  std::uint64_t width_of(Term_ const* t) const { return tm->width(t); }
   // Caches a list of one literal.
   void cache_literal(Term_ const* t, BvLit literal);
   // The sink's literal of an atom, l_undef when it has none.

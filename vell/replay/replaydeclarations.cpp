@@ -5,59 +5,51 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
+
+#include "vell/terms/operators.h"
 
 namespace vell::replay {
 
 namespace {
 
-struct OperatorName {
-  std::string_view name;
+// Operators are named as in SMT-LIB, but for these: a name of a replay script is one word, and belongs to one
+// operator.
+struct OtherName {
   SymbolTag::tag tag;
-  Symbol::Role role = Symbol::Role::plain;
-  unsigned parameters = 0;  // colon-separated numbers behind the name
+  std::string_view name;
+};
+constexpr OtherName other_names[] = {
+    {SymbolTag::bool_iff, "iff"},        {SymbolTag::equal, "eq"},
+    {SymbolTag::equal_noproxy, "eqnp"},  {SymbolTag::bv_rotate_left, "rol"},
+    {SymbolTag::bv_rotate_right, "ror"}, {SymbolTag::bv_zero_extend, "zext"},
+    {SymbolTag::bv_sign_extend, "sext"}, {SymbolTag::fp_to_sbv, "fp_to_sbv"},
+    {SymbolTag::fp_to_ubv, "fp_to_ubv"}, {SymbolTag::fp_as_ieeebv, "fp_as_ieeebv"},
 };
 
-constexpr OperatorName operators[] = {
-    {"true", SymbolTag::bool_true},
-    {"false", SymbolTag::bool_false},
-    {"and", SymbolTag::bool_and},
-    {"or", SymbolTag::bool_or},
-    {"not", SymbolTag::bool_not},
-    {"iff", SymbolTag::bool_iff},
-    {"eq", SymbolTag::equal},
-    {"concat", SymbolTag::bv_concat},
-    {"extract", SymbolTag::bv_extract, Symbol::Role::extract, 2},
-    {"bvnot", SymbolTag::bv_not},
-    {"bvand", SymbolTag::bv_and},
-    {"bvor", SymbolTag::bv_or},
-    {"bvxor", SymbolTag::bv_xor},
-    {"bvult", SymbolTag::bv_ult},
-    {"bvslt", SymbolTag::bv_slt, Symbol::Role::slt},
-    {"bvule", SymbolTag::bv_ule},
-    {"bvsle", SymbolTag::bv_sle},
-    {"eqnp", SymbolTag::equal_noproxy},
-    {"bvneg", SymbolTag::bv_neg},
-    {"bvadd", SymbolTag::bv_add},
-    {"bvsub", SymbolTag::bv_sub},
-    {"bvmul", SymbolTag::bv_mul},
-    {"bvudiv", SymbolTag::bv_udiv},
-    {"bvsdiv", SymbolTag::bv_sdiv},
-    {"bvurem", SymbolTag::bv_urem},
-    {"bvsrem", SymbolTag::bv_srem},
-    {"bvshl", SymbolTag::bv_shl},
-    {"bvlshr", SymbolTag::bv_lshr},
-    {"bvashr", SymbolTag::bv_ashr},
-    {"rol", SymbolTag::bv_rotate_left, Symbol::Role::rotate_left, 1},
-    {"ror", SymbolTag::bv_rotate_right, Symbol::Role::rotate_right, 1},
-    {"zext", SymbolTag::bv_zero_extend},
-    {"sext", SymbolTag::bv_sign_extend},
-    {"fp_to_sbv", SymbolTag::fp_to_sbv},
-    {"fp_to_ubv", SymbolTag::fp_to_ubv},
-    {"fp_as_ieeebv", SymbolTag::fp_as_ieeebv},
-    {"ite", SymbolTag::none, Symbol::Role::term_ite},
-    {"boolite", SymbolTag::none},
-    {"uf", SymbolTag::none, Symbol::Role::uninterpreted},
+// Symbols without a tag. The handlers of if-then-else are not in the table of a clausifier.
+struct Untagged {
+  std::string_view name;
+  Symbol::Role role;
 };
+constexpr Untagged untagged[] = {
+    {"ite", Symbol::Role::term_ite},
+    {"boolite", Symbol::Role::plain},
+    {"uf", Symbol::Role::uninterpreted},
+};
+
+bool is_named(OperatorInfo const& op, std::string_view name) {
+  if (op.typing == OperatorInfo::Typing::ite) return false;
+  auto const other = std::find_if(std::begin(other_names), std::end(other_names),
+                                  [&](OtherName const& o) { return o.tag == op.tag; });
+  return name == (other == std::end(other_names) ? op.name : other->name);
+}
+
+// Colon-separated numbers behind the name. The amount of an extension, and the width of a conversion, are
+// those of the term's type.
+unsigned parameters_of(SymbolTag::tag tag) {
+  return operator_role(tag) == Symbol::Role::plain ? 0 : operator_parameters(tag);
+}
 
 std::uint64_t parse_number(Line const& line, std::string_view text) {
   std::uint64_t n = 0;
@@ -71,9 +63,17 @@ std::uint64_t parse_number(Line const& line, std::string_view text) {
 void set_operator(Line const& line, std::string_view token, SymbolSpec& spec) {
   std::size_t const colon = token.find(':');
   std::string_view const name = token.substr(0, colon);
-  auto const op = std::find_if(std::begin(operators), std::end(operators),
-                               [&](OperatorName const& o) { return o.name == name; });
-  if (op == std::end(operators)) {
+  std::string_view rest = colon == std::string_view::npos ? std::string_view() : token.substr(colon + 1);
+  auto const op = std::find_if(std::begin(operator_table), std::end(operator_table),
+                               [&](OperatorInfo const& o) { return is_named(o, name); });
+  auto const plain = std::find_if(std::begin(untagged), std::end(untagged),
+                                  [&](Untagged const& u) { return u.name == name; });
+  if (op != std::end(operator_table)) {
+    spec.tag = op->tag;
+    spec.role = operator_role(op->tag);
+  } else if (plain != std::end(untagged)) {
+    spec.role = plain->role;
+  } else {
     if (name.substr(0, 3) != "tag" || colon != std::string_view::npos)
       line.fail("unknown operator `" + std::string(token) + "`");
     std::uint64_t const tag = parse_number(line, token.substr(3));
@@ -81,12 +81,10 @@ void set_operator(Line const& line, std::string_view token, SymbolSpec& spec) {
     spec.tag = static_cast<SymbolTag::tag>(tag);
     return;
   }
-  spec.tag = op->tag;
-  spec.role = op->role;
+  unsigned const count = parameters_of(spec.tag);
   std::uint64_t* const parameters[] = {&spec.parameter0, &spec.parameter1};
-  std::string_view rest = colon == std::string_view::npos ? std::string_view() : token.substr(colon + 1);
-  for (unsigned i = 0; i < op->parameters; ++i) {
-    std::size_t const end = i + 1 < op->parameters ? rest.find(':') : rest.size();
+  for (unsigned i = 0; i < count; ++i) {
+    std::size_t const end = i + 1 < count ? rest.find(':') : rest.size();
     if (end == std::string_view::npos) line.fail("`" + std::string(token) + "` lacks a parameter");
     *parameters[i] = parse_number(line, rest.substr(0, end));
     rest = rest.substr(std::min(end + 1, rest.size()));

@@ -13,12 +13,6 @@ using bv::WordClausifier;
 using Lengths = std::vector<std::uint64_t>;
 using Length = std::optional<std::uint64_t>;
 
-std::uint64_t width_of(TermManager const& tm, Term_ const* t) {
-  std::uint64_t w = 0;
-  tm.is_bv_type(t->symbol->get_output_type(), &w);
-  return w;
-}
-
 // Bits of a floating-point type; 0 for any other.
 std::uint64_t fp_bits(TermManager const& tm, Term_ const* t) {
   std::uint64_t e = 0;
@@ -27,10 +21,10 @@ std::uint64_t fp_bits(TermManager const& tm, Term_ const* t) {
 }
 
 Length numeral(TermManager const& tm, Term_ const* t, Lengths const&) {
-  if (tm.is_bv_type(t->symbol->get_output_type())) return width_of(tm, t);
+  if (tm.is_bv_type(t->symbol->get_output_type())) return tm.width(t);
   return std::max<std::uint64_t>(fp_bits(tm, t), 1);
 }
-Length variable(TermManager const& tm, Term_ const* t, Lengths const&) { return width_of(tm, t); }
+Length variable(TermManager const& tm, Term_ const* t, Lengths const&) { return tm.width(t); }
 Length one_bit(TermManager const&, Term_ const*, Lengths const&) { return 1; }
 Length two_bits(TermManager const&, Term_ const*, Lengths const&) { return 2; }
 Length fp_value(TermManager const& tm, Term_ const* t, Lengths const&) {
@@ -46,7 +40,7 @@ Length booleans(TermManager const&, Term_ const*, Lengths const& l) {
 }
 Length copy(TermManager const&, Term_ const*, Lengths const& l) { return l.empty() ? Length() : l[0]; }
 Length word_ite(TermManager const& tm, Term_ const* t, Lengths const& l) {
-  std::uint64_t const w = width_of(tm, t);
+  std::uint64_t const w = tm.width(t);
   if (l.size() < 3 || (w != 0 && l[0] == 0) || l[1] < w || l[2] < w) return {};
   return w;
 }
@@ -54,12 +48,12 @@ Length generic_ite(TermManager const& tm, Term_ const* t, Lengths const& l) {
   return tm.is_term_ite(t->symbol) ? word_ite(tm, t, l) : 0;
 }
 Length bitwise_not(TermManager const& tm, Term_ const* t, Lengths const& l) {
-  if (l.empty() || width_of(tm, t->children[0]) > l[0]) return {};
-  return width_of(tm, t->children[0]);
+  if (l.empty() || tm.width(t->children[0]) > l[0]) return {};
+  return tm.width(t->children[0]);
 }
 Length bitwise(TermManager const& tm, Term_ const* t, Lengths const& l) {
   if (l.size() < 2) return {};
-  std::uint64_t const w = width_of(tm, t->children[0]);
+  std::uint64_t const w = tm.width(t->children[0]);
   return w > l[0] || w > l[1] ? Length() : w;
 }
 Length extract(TermManager const& tm, Term_ const* t, Lengths const& l) {
@@ -71,14 +65,14 @@ Length extract(TermManager const& tm, Term_ const* t, Lengths const& l) {
 }
 Length concat(TermManager const& tm, Term_ const* t, Lengths const& l) {
   if (l.size() < 2) return {};
-  std::uint64_t const w = width_of(tm, t->children[0]) + width_of(tm, t->children[1]);
+  std::uint64_t const w = tm.width(t->children[0]) + tm.width(t->children[1]);
   return l[0] + l[1] > w ? Length() : w;
 }
 Length zero_extend(TermManager const& tm, Term_ const* t, Lengths const& l) {
-  return l.empty() ? Length() : std::max(l[0], width_of(tm, t));
+  return l.empty() ? Length() : std::max(l[0], tm.width(t));
 }
 Length sign_extend(TermManager const& tm, Term_ const* t, Lengths const& l) {
-  return l.empty() || l[0] == 0 ? Length() : std::max(l[0], width_of(tm, t));
+  return l.empty() || l[0] == 0 ? Length() : std::max(l[0], tm.width(t));
 }
 // The second operand is as long as the first, and the result is.
 Length arithmetic(TermManager const&, Term_ const*, Lengths const& l) {
@@ -88,7 +82,7 @@ Length mul_by_constant(TermManager const& tm, Term_ const* t, Lengths const& l) 
   return l.size() < 2 || !tm.is_number(t->children[0]->symbol) ? Length() : arithmetic(tm, t, l);
 }
 Length mul_generic(TermManager const& tm, Term_ const* t, Lengths const& l) {
-  std::uint64_t const w = width_of(tm, t);
+  std::uint64_t const w = tm.width(t);
   return l.size() < 2 || w > l[0] || w > l[1] ? Length() : l[0];
 }
 Length mul(TermManager const& tm, Term_ const* t, Lengths const& l) {
@@ -101,11 +95,11 @@ Length unsigned_division(TermManager const&, Term_ const*, Lengths const& l) {
 }
 Length signed_division(TermManager const& tm, Term_ const* t, Lengths const& l) {
   if (l.size() < 2) return {};
-  std::uint64_t const w = width_of(tm, t->children[0]);
+  std::uint64_t const w = tm.width(t->children[0]);
   return l[0] == 0 || l[1] < l[0] || w < l[0] || w < l[1] ? Length() : w;
 }
 Length by_power_of_2(TermManager const& tm, Term_ const* t, Lengths const& l) {
-  return l.size() < 2 ? Length() : width_of(tm, t->children[0]);
+  return l.size() < 2 ? Length() : tm.width(t->children[0]);
 }
 Length unsigned_order(TermManager const&, Term_ const*, Lengths const& l) {
   return l.size() < 2 || l[1] < l[0] ? Length() : 1;
@@ -118,7 +112,7 @@ Length shift(TermManager const& tm, Term_ const* t, Lengths const& l) {
   QNumber const* amount = tm.number(t->children[1]->symbol);
   if (amount == nullptr) return l[1] < l[0] ? Length() : l[0];
   bool const negative = amount->sign() < 0 && amount->fits_int64();
-  return negative || width_of(tm, t) > l[0] ? Length() : l[0];
+  return negative || tm.width(t) > l[0] ? Length() : l[0];
 }
 Length arithmetic_shift(TermManager const& tm, Term_ const* t, Lengths const& l) {
   return l.empty() || l[0] == 0 ? Length() : shift(tm, t, l);
@@ -134,7 +128,7 @@ Length conversion(TermManager const& tm, Term_ const* t, Lengths const& l) {
   std::uint64_t const n = fp_bits(tm, t->children[1]);
   std::uint64_t e = 0;
   tm.is_fp_type(t->children[1]->symbol->get_output_type(), &e);
-  return n == 0 || e == 0 || l[1] < n || l[0] > 2 ? Length() : width_of(tm, t);
+  return n == 0 || e == 0 || l[1] < n || l[0] > 2 ? Length() : tm.width(t);
 }
 
 // A circuit of the same name makes the address ambiguous without the cast.
@@ -202,7 +196,7 @@ Length leaf_length(Operands const& o, Term_ const* t) {
   Type const* type = t->symbol->get_output_type();
   if (type == o.tm.rounding_mode_type) return o.tm.is_number(t->symbol) ? 1 : 2;
   if (o.tm.is_fp_type(type) && !o.tm.is_number(t->symbol)) return fp_variable_length(o, t);
-  return o.tm.is_bv_type(type) ? width_of(o.tm, t) : std::max<std::uint64_t>(fp_bits(o.tm, t), 1);
+  return o.tm.is_bv_type(type) ? o.tm.width(t) : std::max<std::uint64_t>(fp_bits(o.tm, t), 1);
 }
 
 Length length_of(Operands const& o, NamedHandler const& handler, Term_ const* t, Lengths const& children) {

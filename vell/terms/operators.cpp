@@ -49,6 +49,19 @@ char const* operator_name(SymbolTag::tag tag) { return info_of(tag).name; }
 int operator_arity(SymbolTag::tag tag) { return info_of(tag).arity; }
 unsigned operator_parameters(SymbolTag::tag tag) { return info_of(tag).parameters; }
 
+bool operator_commutative(SymbolTag::tag tag) { return info_of(tag).commutative; }
+
+Symbol::Role operator_role(SymbolTag::tag tag) {
+  switch (tag) {
+    case SymbolTag::term_ite: return Symbol::Role::term_ite;
+    case SymbolTag::bv_extract: return Symbol::Role::extract;
+    case SymbolTag::bv_rotate_left: return Symbol::Role::rotate_left;
+    case SymbolTag::bv_rotate_right: return Symbol::Role::rotate_right;
+    case SymbolTag::bv_slt: return Symbol::Role::slt;
+    default: return Symbol::Role::plain;
+  }
+}
+
 std::string sort_text(Type const* type) {
   switch (type->kind()) {
     case Type::Kind::boolean: return "Bool";

@@ -1,12 +1,13 @@
 #pragma once
 
-// Names, arities and typing rules of the operators behind the symbol tags.
+// What the table of operators (symboltag.h) says of the operator behind a symbol tag.
 //
 // Tested by tests/terms/operators_test.cpp.
 
 #include <string>
 
 #include "vell/terms/exception.h"
+#include "vell/terms/symbol.h"
 #include "vell/terms/symboltag.h"
 #include "vell/terms/type.h"
 #include "vell/utils/export.h"
@@ -26,6 +27,12 @@ VELL_API int operator_arity(SymbolTag::tag tag);
 
 // Number of parameters of an indexed operator: 2 for extract, 1 for rotations and extensions, 0 otherwise.
 VELL_API unsigned operator_parameters(SymbolTag::tag tag);
+
+// Whether exchanging the two arguments gives an equal term.
+VELL_API bool operator_commutative(SymbolTag::tag tag);
+
+// What the queries of TermManager, such as is_bv_extract, know a symbol of the operator by.
+VELL_API Symbol::Role operator_role(SymbolTag::tag tag);
 
 // The type as SMT-LIB writes it: "(_ BitVec 8)", "Bool", "(_ FloatingPoint 8 24)" (with the hidden bit).
 VELL_API std::string sort_text(Type const* type);

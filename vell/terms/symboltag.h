@@ -79,34 +79,35 @@ struct OperatorInfo {
   int arity;            // number of arguments
   Typing typing;        // what TermManager::mk_app checks
   unsigned parameters;  // number of indices
+  bool commutative = false;
 };
 
 // The operators that TermManager::mk_app builds.
 inline constexpr OperatorInfo operator_table[] = {
     {SymbolTag::bool_true, "true", 0, OperatorInfo::Typing::constant, 0},
     {SymbolTag::bool_false, "false", 0, OperatorInfo::Typing::constant, 0},
-    {SymbolTag::bool_and, "and", 2, OperatorInfo::Typing::booleans, 0},
-    {SymbolTag::bool_or, "or", 2, OperatorInfo::Typing::booleans, 0},
+    {SymbolTag::bool_and, "and", 2, OperatorInfo::Typing::booleans, 0, true},
+    {SymbolTag::bool_or, "or", 2, OperatorInfo::Typing::booleans, 0, true},
     {SymbolTag::bool_not, "not", 1, OperatorInfo::Typing::booleans, 0},
-    {SymbolTag::bool_iff, "=", 2, OperatorInfo::Typing::booleans, 0},
+    {SymbolTag::bool_iff, "=", 2, OperatorInfo::Typing::booleans, 0, true},
     {SymbolTag::bool_ite, "ite", 3, OperatorInfo::Typing::ite, 0},
     {SymbolTag::term_ite, "ite", 3, OperatorInfo::Typing::ite, 0},
-    {SymbolTag::equal, "=", 2, OperatorInfo::Typing::equality, 0},
+    {SymbolTag::equal, "=", 2, OperatorInfo::Typing::equality, 0, true},
     {SymbolTag::bv_concat, "concat", 2, OperatorInfo::Typing::concat, 0},
     {SymbolTag::bv_extract, "extract", 1, OperatorInfo::Typing::extract, 2},
     {SymbolTag::bv_not, "bvnot", 1, OperatorInfo::Typing::same_words, 0},
-    {SymbolTag::bv_and, "bvand", 2, OperatorInfo::Typing::same_words, 0},
-    {SymbolTag::bv_or, "bvor", 2, OperatorInfo::Typing::same_words, 0},
-    {SymbolTag::bv_xor, "bvxor", 2, OperatorInfo::Typing::same_words, 0},
+    {SymbolTag::bv_and, "bvand", 2, OperatorInfo::Typing::same_words, 0, true},
+    {SymbolTag::bv_or, "bvor", 2, OperatorInfo::Typing::same_words, 0, true},
+    {SymbolTag::bv_xor, "bvxor", 2, OperatorInfo::Typing::same_words, 0, true},
     {SymbolTag::bv_ult, "bvult", 2, OperatorInfo::Typing::word_order, 0},
     {SymbolTag::bv_slt, "bvslt", 2, OperatorInfo::Typing::word_order, 0},
     {SymbolTag::bv_ule, "bvule", 2, OperatorInfo::Typing::word_order, 0},
     {SymbolTag::bv_sle, "bvsle", 2, OperatorInfo::Typing::word_order, 0},
-    {SymbolTag::equal_noproxy, "=", 2, OperatorInfo::Typing::word_order, 0},
+    {SymbolTag::equal_noproxy, "=", 2, OperatorInfo::Typing::word_order, 0, true},
     {SymbolTag::bv_neg, "bvneg", 1, OperatorInfo::Typing::same_words, 0},
-    {SymbolTag::bv_add, "bvadd", 2, OperatorInfo::Typing::same_words, 0},
+    {SymbolTag::bv_add, "bvadd", 2, OperatorInfo::Typing::same_words, 0, true},
     {SymbolTag::bv_sub, "bvsub", 2, OperatorInfo::Typing::same_words, 0},
-    {SymbolTag::bv_mul, "bvmul", 2, OperatorInfo::Typing::same_words, 0},
+    {SymbolTag::bv_mul, "bvmul", 2, OperatorInfo::Typing::same_words, 0, true},
     {SymbolTag::bv_udiv, "bvudiv", 2, OperatorInfo::Typing::same_words, 0},
     {SymbolTag::bv_sdiv, "bvsdiv", 2, OperatorInfo::Typing::same_words, 0},
     {SymbolTag::bv_urem, "bvurem", 2, OperatorInfo::Typing::same_words, 0},

@@ -153,6 +153,8 @@ bool TermManager::is_bv_slt(Symbol const* symbol, std::uint64_t* width) const {
 // ---- symbols ----
 
 Symbol const* TermManager::make_symbol(SymbolSpec const& spec) {
+  assert(spec.output_type != nullptr);
+  assert((spec.role == Symbol::Role::number) == (spec.number != nullptr));
   Symbol* s = ::new (symbol_arena_.alloc(sizeof(Symbol))) Symbol;
   s->name = symbol_arena_.copy(spec.name);
   s->arity = spec.arity;
@@ -173,6 +175,8 @@ Symbol const* TermManager::make_symbol(SymbolSpec const& spec) {
 
 Symbol const* TermManager::operator_symbol(SymbolTag::tag tag, std::uint64_t arity, Type const* output_type,
                                            std::uint64_t parameter0, std::uint64_t parameter1) {
+  assert(output_type != nullptr);
+  assert(operator_arity(tag) < 0 || arity == static_cast<std::uint64_t>(operator_arity(tag)));
   std::uint64_t h = mix(mix(tag, arity), reinterpret_cast<std::uintptr_t>(output_type));
   h = mix(mix(h, parameter0), parameter1);
   auto same = [&](Symbol const* s) {
@@ -192,14 +196,7 @@ Symbol const* TermManager::operator_symbol(SymbolTag::tag tag, std::uint64_t ari
   spec.tag = tag;
   spec.parameter0 = parameter0;
   spec.parameter1 = parameter1;
-  switch (tag) {
-    case SymbolTag::term_ite: spec.role = Symbol::Role::term_ite; break;
-    case SymbolTag::bv_extract: spec.role = Symbol::Role::extract; break;
-    case SymbolTag::bv_rotate_left: spec.role = Symbol::Role::rotate_left; break;
-    case SymbolTag::bv_rotate_right: spec.role = Symbol::Role::rotate_right; break;
-    case SymbolTag::bv_slt: spec.role = Symbol::Role::slt; break;
-    default: break;
-  }
+  spec.role = operator_role(tag);
   Symbol const* s = make_symbol(spec);
   if (tag < 64) operators_ |= std::uint64_t{1} << tag;
   operator_symbols_.emplace(h, s);
@@ -263,6 +260,9 @@ void TermManager::reserve_words(std::uint64_t words) {
 }
 
 Term_ const* TermManager::mk_term(Symbol const* symbol, std::span<Term_ const* const> children) {
+  assert(symbol != nullptr && children.size() == symbol->arity);
+  assert(std::all_of(children.begin(), children.end(),
+                     [this](Term_ const* c) { return c != nullptr && c->id <= term_count_; }));
   std::uint64_t const n = symbol->arity;
   std::uint32_t const h = term_hash(symbol, children.data(), n);
   Slot& slot = find_slot(h, near_slot(symbol, children.data(), n), [&](Term_ const* t) {

@@ -83,6 +83,12 @@ class VELL_API TermManager {
     if (width != nullptr) *width = get_width_from_type(type->get_component(1));
     return true;
   }
+  // The width of a word in bits; 0 for a term of another type.
+  std::uint64_t width(Term_ const* term) const {
+    std::uint64_t bits = 0;
+    is_bv_type(term->symbol->get_output_type(), &bits);
+    return bits;
+  }
   // Whether the type is a floating-point one; its widths in bits, the fraction without the hidden bit.
   bool is_fp_type(Type const* type, std::uint64_t* exponent_width = nullptr,
                   std::uint64_t* fraction_width = nullptr) const {

@@ -1,5 +1,7 @@
 #include "vell/terms/theory.h"
 
+#include <cassert>
+
 #include "vell/terms/theorybuilders.h"
 
 namespace vell::theory {
@@ -163,6 +165,7 @@ std::span<Operator const> operator_table() { return operators; }
 
 Term_ const* apply(TermManager& terms, Operator const& op, std::span<Term_ const* const> arguments,
                    std::uint64_t const* indices) {
+  assert(op.indices == 0 || indices != nullptr);
   if (arguments.size() < op.min_arguments || (op.max_arguments != any && arguments.size() > op.max_arguments))
     wrong_count(op, arguments.size());
   if (!sorts_fit(terms, op.sorts, arguments)) wrong_sorts(terms, op, arguments);
