@@ -1,13 +1,12 @@
-// Any SAT solver that reads a DIMACS file, one run for each check.
+// A SAT solver that reads a DIMACS file; one run for each check.
 //
-// The clauses are kept as text; a check writes them with the assumptions as unit clauses, runs the command
-// through the shell in a process group of its own, and reads what it prints until it ends or the limits say
-// stop, when the group is killed. The program may well be the front of a distributed one.
+// The clauses are kept as text. A check writes them, with the assumptions as unit clauses, runs the command
+// through the shell in a new process group, and reads its output until it ends. When a limit is reached, the
+// group is killed.
 //
-// Nor may the group outlive a program that is killed itself. Asking the system to kill a child with its
-// parent (PR_SET_PDEATHSIG) reaches the shell alone, not what it started. So a guard, one more process of the
-// group, waits at a pipe that nobody writes to; when this program's end of it closes, for whatever reason, it
-// kills the group.
+// The group must also end if this program is killed. PR_SET_PDEATHSIG would kill only the shell, not what it
+// started. So the group contains a guard process, which reads from a pipe that nobody writes to. When this
+// program's end of the pipe closes, for whatever reason, the guard kills the group.
 
 #include <fcntl.h>
 #include <poll.h>
@@ -41,7 +40,7 @@ namespace vell::sat {
 
 namespace {
 
-// A directory of its own for the solver's input, removed with everything in it.
+// A temporary directory for the solver's input, which is removed with its contents.
 class SolverFiles {
  public:
   SolverFiles() {
@@ -64,7 +63,7 @@ std::string shell_quoted(std::string const& text) {
   return out + "'";
 }
 
-// A pipe. Neither end reaches a child unless it is handed over.
+// A pipe. A child inherits neither end unless it is passed on.
 class Pipe {
  public:
   Pipe() {
@@ -87,12 +86,13 @@ class Pipe {
   int ends_[2] = {-1, -1};
 };
 
-// The descriptor at which the guard waits, the last one that every shell knows by number.
+// The descriptor from which the guard reads: the largest one that every shell supports.
 constexpr int guarded = 9;
-// In front of the command. A process of a subshell that has ended: the command's `wait` does not wait for it.
+// Text before the command. The guard is started in a subshell that ends at once, so the command's `wait` does
+// not wait for it.
 constexpr char guard[] = "( { read -r end <&9; kill -KILL 0; } >/dev/null 2>&1 & )\nexec 9<&-\n";
 
-// The command under the shell, killed with everything it started when this goes.
+// The command, run by the shell. The destructor kills it and everything it started.
 class Child {
  public:
   Child(std::string const& command, Pipe& out, Pipe& life) {
@@ -104,12 +104,12 @@ class Child {
     posix_spawn_file_actions_init(&actions);
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
-    // What this program ignores its children need not.
+    // Signals that this program ignores are not ignored by its children.
     sigset_t ignored;
     sigemptyset(&ignored);
     sigaddset(&ignored, SIGXFSZ);
-    // The guard loses its parent at once: it is this program that buries it, and whatever else the command
-    // leaves.
+    // The guard's parent ends at once. This program becomes the parent of the guard and of every other
+    // process that the command leaves, and waits for them.
     prctl(PR_SET_CHILD_SUBREAPER, 1);
     int error = posix_spawn_file_actions_adddup2(&actions, out.writing(), STDOUT_FILENO);
     if (error == 0) error = posix_spawn_file_actions_adddup2(&actions, life.reading(), guarded);
@@ -141,9 +141,8 @@ class Child {
   Child(Child const&) = delete;
   Child& operator=(Child const&) = delete;
 
-  // Waits for the command, which is killed first where that is asked for; its exit status as waitpid() tells
-  // it. What it has left in its group is killed: the guard at least, so that the group's number is not
-  // another's yet.
+  // Waits for the command, after killing it if `killed`. Returns its exit status as waitpid() gives it. The
+  // rest of its group is killed; the guard at least still exists, so the group's number has not been reused.
   int end(bool killed) {
     if (killed) kill(-process_, SIGKILL);
     int status = 0;
@@ -162,7 +161,7 @@ class Child {
   pid_t process_ = 0;
 };
 
-// Text in pieces, none of which has to move when there is more.
+// Text in pieces, which need not be moved when it grows.
 struct Text : ByteOutput {
   void write(char const* data, std::size_t size) override {
     if (pieces.empty() || pieces.back().size() + size > most) pieces.emplace_back();
@@ -205,13 +204,13 @@ class ExternalSolver : public sinks::SatSolver {
   }
 
   bool value(std::int32_t variable) override { return solution_.value(variable); }
-  // The program does not tell.
+  // The program does not say which assumptions it needed.
   bool failed(std::int32_t) override { return true; }
 
  private:
   bool ended() const { return limits_.stopped() || (terminate_ && terminate_()); }
 
-  // Literals of a solver are those of a raw file.
+  // In the raw form, literals are written unchanged.
   static void write(sinks::DimacsSink& out, std::span<std::int32_t const> clause) {
     out.lits.assign(clause.begin(), clause.end());
     out.add_clause();

@@ -1,5 +1,6 @@
 #include "vell/sat/longsearch.h"
 
+#include <cassert>
 #include <new>
 #include <utility>
 
@@ -15,6 +16,7 @@ LongSearch::LongSearch(sinks::SolverSink& solver, LemmaSource* source, run::Limi
 }
 
 Answer LongSearch::solve(std::vector<bv::BvLit> const& assumptions, std::uint64_t conflicts) {
+  assert(!may_ask_);  // a source of lemmas does not use the solver
   may_ask_ = source_ != nullptr && solver_.counts_conflicts();
   started_ = solver_.conflicts();
   lemmas_.clear();

@@ -25,9 +25,9 @@ class LemmaSource {
 };
 
 // Solves within the limits. A search that exceeds Tunables::long_search conflicts asks the source, once. If
-// there are lemmas, the search ends, they are added, and it begins anew. Stopping and starting a search costs
-// it what it was after, up to half of the time; so it goes on while the source looks for lemmas, and ends
-// only where there are any. A solver that does not count its conflicts is never asked to.
+// there are lemmas, the search is stopped, they are added, and it starts again. Stopping a search can double
+// its time, so it is stopped only for lemmas, not for the question. A solver that does not count its
+// conflicts never asks.
 class LongSearch {
  public:
   // Sets the solver's termination test, which also copies the number of conflicts to the statistics. source

@@ -1,11 +1,12 @@
-// Signals are told apart by their values under random assignments, the signature. A signal whose signature
-// was seen before, from the inputs up, is a candidate; clauses for what was proved make the proofs above
-// short.
+// The signature of a signal is its values under random assignments. Signals are visited from the inputs
+// upward. Two of equal signature are candidates, and each proved equality is added as clauses, which makes
+// the later proofs short.
 
 #include "vell/sat/sweep.h"
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -32,14 +33,14 @@ struct SignatureHash {
   }
 };
 
-// Random words: evenly mixed, mostly zeros and mostly ones in turn, since signals that are seldom true look
-// alike under even ones.
+// Random words: in turn with as many zeros as ones, mostly zeros, and mostly ones. Under balanced words
+// alone, signals that are rarely true would have equal signatures.
 class RandomAssignment : public values::Assignment {
  public:
   explicit RandomAssignment(unsigned round) : round_(round) {}
   void read(Term_ const* t, std::uint64_t width, std::uint64_t* words) const override {
-    // SplitMix64 (Steele, Lea and Flood, 2014): for a word or two per variable and round a generator must
-    // start fast.
+    // SplitMix64 (Steele, Lea and Flood, 2014), which needs no initialisation: only a word or two are drawn
+    // per variable and round.
     std::uint64_t state = (t->id * rounds + round_) * 0xd1342543de82ef95u;
     auto const random = [&state] {
       std::uint64_t z = state += 0x9e3779b97f4a7c15u;
@@ -82,7 +83,7 @@ class Sweeper {
     try {
       for (std::size_t i = 0; i < terms_.size() && !exhausted(); ++i) visit(i);
     } catch (run::Stopped const&) {
-      // What was found is true all the same.
+      // The pairs found so far are proved.
     }
     found_.signals = known_.size();
     return std::move(found_);
@@ -104,7 +105,7 @@ class Sweeper {
     return values::value_width(tm_, terms_[i]->symbol->get_output_type());
   }
 
-  // Fills in the signatures; false when there are too many.
+  // Computes the signatures; false if there are too many signals.
   bool simulate() {
     std::size_t signals = 0;
     for (std::size_t i = 0; i < terms_.size(); ++i) {
@@ -133,12 +134,13 @@ class Sweeper {
     clausifier_.bit_blast(t, &sink_);
     bv::BvLitList const* bits = clausifier_.lookup(t);
     if (bits == nullptr) return;
+    assert(bits->size() == width(i));
     if (tm_.get_tag(t->symbol) == SymbolTag::bv_mul) merge_products(i, *bits);
     for (std::uint64_t b = 0; b < width(i) && !exhausted(); ++b) {
       bv::BvLit literal = (*bits)[b];
       if (bv::is_constant(literal) || !known_.insert(std::abs(literal)).second) continue;
       Signature signature = signatures_[first_[i] + b];
-      // A signal and its negation are one: it starts with a zero.
+      // A signal and its negation are treated as one: a signature starts with a zero.
       bool const negated = (signature[0] & 1) != 0;
       if (negated) {
         for (std::uint64_t& w : signature) w = ~w;
@@ -157,8 +159,7 @@ class Sweeper {
     }
   }
 
-  // Whether the literals are the same in every model of the clauses; false as well where that is not found
-  // out.
+  // Whether the literals are proved equal in every model of the clauses.
   bool equal(bv::BvLit a, bv::BvLit b) {
     bool const proved = !satisfiable(a, -b) && !satisfiable(-a, b);
     if (!proved) ++found_.unproved;
@@ -179,7 +180,7 @@ class Sweeper {
   }
   bv::BvLit literal_of(Signal const& s) const { return (*clausifier_.lookup(s.term))[s.bit]; }
 
-  // Products of the same factors in another order, or otherwise multiplied out, are beyond a SAT solver.
+  // A SAT solver cannot prove that products with their factors in different order are equal.
   void merge_products(std::size_t i, bv::BvLitList const& bits) {
     Term_ const* t = terms_[i];
     std::uint64_t const w = width(i);
@@ -226,7 +227,7 @@ class Sweeper {
 
 Sweep sweep(TermManager& tm, std::span<Term_ const* const> formulas, run::Limits const& limits,
             run::Tunables const& tunables) {
-  // A solver's callback may be what calls: no exception goes through it.
+  // The caller may be a callback of a solver, through which no exception may pass.
   try {
     if (words::circuit_cost(tm, formulas, limits) > tunables.sweep_circuits) return {};
     return Sweeper(tm, formulas, limits, tunables).run();

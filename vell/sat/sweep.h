@@ -1,10 +1,10 @@
 #pragma once
 
-// Signals of a formula that are equal, or opposite, whatever the values of the variables.
+// SAT sweeping: finds signals of a formula that are equal, or opposite, under every assignment.
 //
-// Two circuits for one function are hard on a SAT solver that sees only their outputs; with the signals in
-// between told to be equal, one after the other from the inputs up, they fall together (Kuehlmann, "Dynamic
-// transition relation simplification for bounded property checking", 2004, calls it SAT sweeping).
+// Two different circuits for the same function are hard for a SAT solver. If equal inner signals are found
+// from the inputs upward, each is easy to prove, and with their equalities the outputs are easy too
+// (Kuehlmann, "Dynamic transition relation simplification for bounded property checking", 2004).
 //
 // Tested by tests/sat/sweep_test.cpp.
 
@@ -40,10 +40,10 @@ struct Sweep {
   std::size_t gain() const { return equal.size() - std::min(equal.size(), unproved); }
 };
 
-// Finds such pairs below the formulas, among the signals that agree on random values. Each is proved: by a
-// SAT solver that gives up early, or as a product that is the same polynomial. Divisions by zero have
-// SMT-LIB's values. Formulas with too many signals are left alone. Ends early, with what was found, when the
-// limits say so.
+// Finds such pairs in the formulas, among the signals that agree under random assignments. Each pair is
+// proved, by a SAT solver with a low limit or by comparing two products as polynomials. Divisions by zero
+// have SMT-LIB's values. Formulas with too many signals are not swept. When a limit is reached, the pairs
+// found so far are returned.
 Sweep sweep(TermManager& tm, std::span<Term_ const* const> formulas, run::Limits const& limits,
             run::Tunables const& tunables = run::Tunables());
 

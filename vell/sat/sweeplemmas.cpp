@@ -1,6 +1,7 @@
 #include "vell/sat/sweeplemmas.h"
 
 #include <algorithm>
+#include <cassert>
 
 #include "vell/sat/sweep.h"
 
@@ -20,6 +21,7 @@ std::vector<bv::BvLitList> SweepLemmas::lemmas() {
     bv::BvLitList const* const a = clausifier_.lookup(s.a.term);
     bv::BvLitList const* const b = clausifier_.lookup(s.b.term);
     if (a == nullptr || b == nullptr) continue;
+    assert(s.a.bit < a->size() && s.b.bit < b->size());
     bv::BvLit const left = (*a)[s.a.bit];
     bv::BvLit const right = s.opposite ? -(*b)[s.b.bit] : (*b)[s.b.bit];
     out.push_back({-left, right});

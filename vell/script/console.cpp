@@ -21,7 +21,7 @@ void Console::clear_progress() {
   progress_width_ = 0;
 }
 
-// Allocates nothing: what is to be said may be that there is no memory.
+// Allocates nothing: the message may be that memory has run out.
 void Console::write(Channel& channel, std::initializer_list<std::string_view> pieces) {
   if (shut_ || channel.failed) return;
   clear_progress();
@@ -61,7 +61,7 @@ void Console::progress(std::string_view text) {
     clear_progress();
     return;
   }
-  // A line that the terminal breaks could not be taken away again.
+  // A line that the terminal wraps could not be removed again.
   winsize terminal{};
   if (ioctl(STDERR_FILENO, TIOCGWINSZ, &terminal) == 0 && terminal.ws_col > 1)
     text = text.substr(0, terminal.ws_col - 1u);

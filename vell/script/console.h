@@ -1,10 +1,10 @@
 #pragma once
 
-// Everything a run says: answers, messages, the progress line.
+// The output of a run: answers, messages, the progress line.
 //
-// Answers go to the regular channel (stdout), whole and at once, so that a program that talks to the tool
-// through a pipe never waits for half of one. The progress line stands on stderr and is taken away before
-// anything else is written. After shut() nothing more is written, whatever the other threads do.
+// Answers go to the regular channel (stdout). Each is written completely and flushed, so a program that reads
+// them through a pipe never waits for a part of one. The progress line is on stderr and is removed before
+// anything else is written. After shut() no thread writes anything.
 //
 // Tested by tests/script/console_test.cpp.
 
@@ -23,17 +23,16 @@ class Console {
   Console(Console const&) = delete;
   Console& operator=(Console const&) = delete;
 
-  // A line on the regular channel; the newline is added.
+  // Writes a line to the regular channel; the newline is added.
   void answer(std::string_view text);
-  // Bytes on the diagnostic channel, as they stand.
+  // Writes bytes to the diagnostic channel, unchanged.
   void diagnostic(std::string_view text);
-  // A line on stderr, the tool's name in front, `more` behind; the newline is added. Like answer() and
-  // diagnostic() it needs no memory.
+  // Writes a line to the diagnostic channel: the tool's name, the text, `more`, and a newline. Like answer()
+  // and diagnostic() it allocates nothing.
   void message(std::string_view text, std::string_view more = {});
-  // Where stderr is a terminal: the line of an error, with a mark under the place (io::Error::excerpt).
-  // Nothing elsewhere.
+  // Writes the line of an error with a mark under its column (io::Error::excerpt), if stderr is a terminal.
   void excerpt(std::string_view text);
-  // Replaces the progress line; empty takes it away.
+  // Replaces the progress line; an empty text removes it.
   void progress(std::string_view text);
 
   // Redirects a channel to a file that is appended to, or to "stdout" or "stderr". False when it cannot be
@@ -43,12 +42,12 @@ class Console {
   std::string const& regular_channel() const { return regular_.name; }
   std::string const& diagnostic_channel() const { return diagnostic_.name; }
 
-  // Writes the texts as answer() and diagnostic() would, then ends all output for good. For the thread that
-  // ends the process while another still works: false, and nothing written, when the console cannot be had
-  // within 50 ms.
+  // Writes the texts as answer() and diagnostic() would, and then disables all output. For a thread that ends
+  // the process while another one works. If the console is not available within 50 ms, nothing is written and
+  // the result is false.
   bool shut(std::string_view last_answer, std::string_view last_diagnostic);
 
-  // Whether every answer could be written.
+  // Whether all output so far was written without an error.
   bool good() const { return good_; }
 
  private:

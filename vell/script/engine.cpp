@@ -1,13 +1,14 @@
-// One command after the other.
+// Executes the commands in order.
 //
-// The reader has changed the scopes of symbols by the time a command arrives here; the state follows it, and
-// the solver follows the state. An error ends the script (:error-behavior immediate-exit): what comes after
-// a broken assertion would be answered as if the assertion had never been there. Only a question that has no
-// answer now (a model after unsat) is refused and passed over: it changes nothing that later answers rest on.
-// The exit code tells of it.
+// The reader updates the scopes of symbols before a command is executed; the state and then the solver are
+// updated here. An error ends the script (:error-behavior immediate-exit), because later checks would be
+// answered without the wrong assertion. There is one exception: a query that has no answer now (a model after
+// unsat) is reported and execution continues, since no later answer depends on it. The exit code then shows
+// that there was an error.
 
 #include "vell/script/engine.h"
 
+#include <cassert>
 #include <chrono>
 #include <new>
 
@@ -32,7 +33,7 @@ std::string string_literal(std::string_view text) {
 
 namespace {
 
-// A question that has no answer in the present mode.
+// A query that has no answer in the present mode.
 struct QueryError : Exception {
   using Exception::Exception;
 };
@@ -107,7 +108,8 @@ bool ScriptEngine::run(std::unique_ptr<io::Source> source) {
       throw io::Error(file, command.position,
                       "query " + std::to_string(engine_options_.query) + " of " + std::to_string(queries_));
   } catch (run::Stopped const& s) {
-    // Between two checks: the answer to the script as a whole is unknown, unless it is given already.
+    // Stopped between two checks: the answer to the script as a whole is unknown, unless that was answered
+    // already.
     if (statistics_.unknown == 0 && !dialogue_) {
       console_.answer("unknown");
       if (s.reason() == run::StopReason::memout)
@@ -125,8 +127,8 @@ bool ScriptEngine::run(std::unique_ptr<io::Source> source) {
     console_.message(file, ": out of memory");
     return false;
   }
-  // Where memory runs out depends on little things, so the code does not: a script that needed more is never
-  // a success.
+  // Where exactly memory runs out varies from run to run. The exit code does not: a script that runs out of
+  // memory never succeeds.
   bool const ended_early =
       limits_.reason() == run::StopReason::interrupted || limits_.reason() == run::StopReason::memout;
   return !model_failed_ && !query_refused_ && !failed_ && !ended_early;
@@ -157,7 +159,7 @@ void ScriptEngine::execute_all(smtlib::Reader& reader, Command& command) {
   }
 }
 
-// False when the script ends here.
+// False if the script ends here.
 bool ScriptEngine::execute_one(smtlib::Reader& reader, Command& command) {
   statistics_.enter(run::Phase::reading);
   bool const more = reader.next(command);
@@ -185,7 +187,7 @@ std::vector<std::string> ScriptEngine::names(std::string_view prefix) const {
   return reader_ == nullptr ? std::vector<std::string>() : reader_->names(prefix);
 }
 
-// False when the script ends here.
+// False if the script ends here.
 bool ScriptEngine::execute(Command const& command) {
   if (passed_over(command)) return true;
   switch (command.kind) {
@@ -243,7 +245,7 @@ bool ScriptEngine::execute(Command const& command) {
   return true;
 }
 
-// Whether the command asks for an answer that --query leaves out.
+// Whether the command asks about a check that --query skips.
 bool ScriptEngine::passed_over(Command const& command) const {
   if (queries_ >= engine_options_.query) return false;
   switch (command.kind) {
@@ -258,8 +260,7 @@ bool ScriptEngine::passed_over(Command const& command) const {
   }
 }
 
-// Whether a second run, without simplifications on words and within what the limits leave, finds a model
-// after all.
+// Whether a second check, without simplifications on words and within the remaining limits, finds a model.
 bool ScriptEngine::refuted(Command const& command) {
   if (!engine_options_.check_unsat || options_.passes == words::Passes::none) return false;
   IncrementalSolverOptions options = solver_options_;
@@ -275,7 +276,7 @@ bool ScriptEngine::refuted(Command const& command) {
 }
 
 void ScriptEngine::check(Command const& command) {
-  // A proof is one refutation of one formula.
+  // A proof refutes one formula.
   if (!solver_options_.proof.empty() && statistics_.checks != 0)
     error("--proof: the script has more than one check-sat: --query N says which");
   for (std::string const* channel : {&console_.regular_channel(), &console_.diagnostic_channel()})
@@ -344,7 +345,7 @@ void ScriptEngine::check(Command const& command) {
   }
 }
 
-// A status announces the answer of one check.
+// A :status applies to one check.
 void ScriptEngine::compare_status(char const* answer) {
   std::string const status = std::move(status_);
   status_.clear();
@@ -372,6 +373,7 @@ void ScriptEngine::need_model() const {
 
 void ScriptEngine::get_model() {
   need_model();
+  assert(solver_ != nullptr && !solver_->stale());  // another solver would have no model
   std::string out = "(";
   for (Term_ const* c : state_.declared())
     out += "\n  (define-fun " + smtlib::quote_symbol(c->symbol->name) + " () " +
@@ -383,6 +385,7 @@ void ScriptEngine::get_model() {
 void ScriptEngine::get_value(Command const& command) {
   need_model();
   std::vector<std::string> pairs;
+  assert(command.texts.size() == command.terms.size());
   for (std::size_t i = 0; i < command.terms.size(); ++i)
     pairs.push_back("(" + command.texts[i] + " " +
                     solver().model().text(command.terms[i], options_.word_format) + ")");
@@ -417,13 +420,14 @@ void ScriptEngine::get_unsat_assumptions() {
     refuse_query("unsat assumptions are not produced: :produce-unsat-assumptions is false");
   if (mode_ != Mode::unsat) refuse_query("the last command was no check-sat-assuming that answered unsat");
   std::vector<std::string> texts;
+  assert(solver_ != nullptr && !solver_->stale());
   for (std::size_t i : solver().failed_assumptions()) texts.push_back(assumption_texts_[i]);
   console_.answer(parenthesised(texts));
 }
 
 void ScriptEngine::get_assertions() {
   if (!options_.produce_assertions) refuse_query("assertions are switched off by :produce-assertions");
-  // Names of shared subterms must differ from every symbol in sight.
+  // Names of shared subterms must differ from every visible symbol.
   std::string prefix = "_t";
   for (Term_ const* c : state_.declared())
     while (std::string_view(c->symbol->name).starts_with(prefix)) prefix += '_';

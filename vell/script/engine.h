@@ -22,37 +22,37 @@ namespace vell::script {
 
 inline constexpr char version[] = "0.1.0";
 
-// What is asked of the engine beyond the script.
+// What the command line asks of the engine in addition to the script.
 struct EngineOptions {
-  // Which check-sat is answered, from 1: those in front of it are passed over, with the questions about their
-  // answers, and the script ends at the next one. 0: every one.
+  // The number of the check-sat to answer, from 1. Earlier ones are skipped, with the queries about their
+  // answers, and the script ends at the next one. 0: all are answered.
   std::uint64_t query = 0;
-  // A check that answered unsat is decided a second time, by a new solver without simplifications on words.
-  // Where that finds a model, the answer is unknown.
+  // A check that answered unsat is decided again by a new solver without simplifications on words. If that
+  // finds a model, the answer is unknown.
   bool check_unsat = false;
 };
 
 class ScriptEngine {
  public:
-  // The references must outlive the engine. options.seed, unless 0, stands until the script sets
-  // :random-seed.
+  // The references must outlive the engine. options.seed is used until the script sets :random-seed.
   ScriptEngine(IncrementalSolverOptions const& options, Console& console, run::Limits& limits,
                run::Statistics& statistics, EngineOptions const& engine_options = EngineOptions());
   ~ScriptEngine();
 
-  // Executes the script to its end, its exit command, its first error or an interrupt; a question that has no
-  // answer in the present mode is refused and passed over. Answers and errors go to the console. True when
-  // there was neither an error nor an interrupt.
+  // Executes the script until its end, its exit command, its first error or an interrupt. A query that has no
+  // answer in the present mode is reported, and execution continues. Answers and errors go to the console.
+  // True if there was neither an error nor an interrupt.
   bool run(std::unique_ptr<io::Source> source);
 
-  // In a dialogue an error ends neither the script nor what stands: the broken command is dropped. To be
-  // called before run().
+  // In a dialogue an error does not end the script: the command with the error is dropped. To be called
+  // before run().
   void set_dialogue(bool dialogue) { dialogue_ = dialogue; }
-  // Every name that starts with the prefix and can be used in the script now; for completion, inside run().
+  // All names that start with the prefix and can be used at this point of the script. For completion, during
+  // run().
   std::vector<std::string> names(std::string_view prefix) const;
   // Whether the reader is inside a command, between its parentheses.
   bool inside_command() const;
-  // Whether a check gave another answer than :status announced.
+  // Whether the answer of a check differed from :status.
   bool status_contradicted() const { return status_contradicted_; }
 
  private:
@@ -100,20 +100,20 @@ class ScriptEngine {
   Mode mode_ = Mode::assert_;
   std::vector<std::string> assumption_texts_;
   std::string reason_unknown_;
-  std::uint64_t queries_ = 0;  // check-sats met so far
+  std::uint64_t queries_ = 0;  // check-sats so far
   std::string input_;          // path of the script, "-" for standard input
   bool model_failed_ = false;
   bool query_refused_ = false;
   bool dialogue_ = false;
   bool failed_ = false;               // an error in a dialogue
-  smtlib::Reader* reader_ = nullptr;  // while run() is at work
+  smtlib::Reader* reader_ = nullptr;  // during run()
   // The last set-info :status, until a check has been compared with it.
   std::string status_;
   io::Position status_position_;
   bool status_contradicted_ = false;
 };
 
-// Thrown by a source: the command that is being read is to be dropped without a word.
+// Thrown by a source: the command that is being read is to be dropped without a message.
 struct LineDropped : Exception {
   LineDropped() : Exception("the line was dropped") {}
 };
@@ -122,7 +122,7 @@ struct DialogueEnded : Exception {
   DialogueEnded() : Exception("the dialogue has ended") {}
 };
 
-// Text as an SMT-LIB string literal: in quotes, quotes inside doubled.
+// The text as an SMT-LIB string literal: in quotes, with inner quotes doubled.
 std::string string_literal(std::string_view text);
 
 }  // namespace vell::script

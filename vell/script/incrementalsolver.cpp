@@ -1,18 +1,18 @@
 // Levels by activation literals.
 //
-// An assertion of the first level is a unit clause. A level above it has one literal `a`, made when the level
-// asserts something; its assertions are clauses (-a, lit), `a` is assumed while the level stands, and popping
-// the level is the unit clause -a. The clauses that define a term's bits hold on every level, so a term that
-// was translated once is never translated again, however often the level that brought it is popped. A named
-// assertion, when cores are asked for, has such a literal to itself.
+// An assertion of the first level is a unit clause. Each higher level has an activation literal `a`, which is
+// created with the level's first assertion. Its assertions are clauses (-a, lit); `a` is assumed while the
+// level exists, and popping the level adds the unit clause -a. The clauses that define a term's bits hold on
+// every level, so a term is never translated again, even if its level is popped. If cores are produced, each
+// named assertion has an activation literal of its own, its selector.
 //
-// What the first check finds on the first level may be solved in part before it becomes clauses. Variables
-// that went in doing so get their values back in each model; a later formula that speaks of one brings the
-// formulas back.
+// Before the first check, simplification may eliminate variables of the first level. They get values in every
+// model. If a later formula mentions one, the formulas that contained it are asserted again.
 
 #include "vell/script/incrementalsolver.h"
 
 #include <algorithm>
+#include <cassert>
 #include <new>
 
 #include "vell/sat/solvers.h"
@@ -33,7 +33,7 @@ IncrementalSolver::IncrementalSolver(TermManager& tm, IncrementalSolverOptions c
           {options.seed, options.threads, options.proof, options.solver_command}, limits, tunables_))),
       clausifier_(&tm, &config_),
       sweep_(tm, clausifier_, limits, tunables_),
-      // A sweep takes divisions by zero to have SMT-LIB's values, and its lemmas have no steps in a proof.
+      // A sweep assumes SMT-LIB's values of divisions by zero, and its lemmas have no proof steps.
       search_(*solver_, options.free_division || !options.proof.empty() ? nullptr : &sweep_, limits,
               statistics, tunables_),
       simplifier_(tm, options.free_division, options.passes, limits, tunables_),
@@ -62,7 +62,7 @@ void IncrementalSolver::report() {
   statistics_.conflicts = solver_->conflicts();
 }
 
-// What is asserted on the first level holds for good; in a core every assertion must speak for itself.
+// Assertions of the first level are permanent, unless cores have to distinguish them.
 words::Formulas IncrementalSolver::fresh_formulas(ScriptState const& state,
                                                   std::vector<Term_ const*> const& assumptions,
                                                   bool named_selectors) const {
@@ -82,6 +82,7 @@ words::Formulas IncrementalSolver::fresh_formulas(ScriptState const& state,
 void IncrementalSolver::encode(ScriptState const& state, std::vector<Term_ const*> const& assumptions,
                                bool named_selectors) {
   std::vector<Assertion> const& assertions = state.assertions();
+  assert(activations_.size() <= state.levels() && selectors_.size() <= assertions.size());  // see popped()
   activations_.resize(state.levels(), bv::l_undef);
   words::Formulas fresh = fresh_formulas(state, assumptions, named_selectors);
   std::size_t const permanent_end = selectors_.size() + fresh.permanent.size();
@@ -93,6 +94,7 @@ void IncrementalSolver::encode(ScriptState const& state, std::vector<Term_ const
   std::uint64_t level = 0;
   for (words::Formula const& f : fresh.retractable) {
     std::size_t const i = f.origin;
+    assert(i == selectors_.size());  // passes keep the number and the order of these
     while (level < state.levels() && state.level_start(level + 1) <= i) ++level;
     bv::BvLit const holds = encode_formula(f.term);
     bv::BvLit selector = bv::l_undef;
@@ -108,11 +110,13 @@ void IncrementalSolver::encode(ScriptState const& state, std::vector<Term_ const
     }
     selectors_.push_back(selector);
   }
+  assert(selectors_.size() == assertions.size());
   assumed_.clear();
   for (words::Formula const& f : fresh.assumed) {
     assumed_.push_back(encode_formula(f.term));
     if (proof_) solver_->add_clause({assumed_.back()});
   }
+  assert(assumed_.size() == assumptions.size());
 }
 
 void IncrementalSolver::popped(ScriptState const& state) {
@@ -138,7 +142,7 @@ Answer IncrementalSolver::give_up(std::string reason) {
   return Answer::unknown;
 }
 
-// What has to be assumed: the check's own assumptions, the levels that stand, and the named assertions.
+// The check's own assumptions, and the activation literals of levels and named assertions.
 std::vector<bv::BvLit> IncrementalSolver::all_assumptions() const {
   std::vector<bv::BvLit> all;
   if (!proof_) all = assumed_;

@@ -1,6 +1,7 @@
 #pragma once
 
-// Decides the assertions of a script, incrementally.
+// Decides the assertions of a script incrementally. It keeps levels, selectors and models; the SAT solver is
+// behind an interface.
 //
 // Tested by tests/script/incrementalsolver_test.cpp and tests/script/engine_test.cpp.
 
@@ -28,9 +29,8 @@ struct IncrementalSolverOptions {
   bool free_division = false;  // a zero divisor leaves the result open
   int seed = 0;
   unsigned threads = 1;  // 2: a second search joins the embedded solver's where that takes long
-  // File of a DRAT proof, "" for none. Then there is one check, and its assertions and assumptions are
-  // clauses that hold for good, as in a CNF file of the query: cores and failed assumptions are all there
-  // were.
+  // File of a DRAT proof, "" for none. Then there is only one check, and its assertions and assumptions are
+  // permanent clauses, as in a CNF file of the query. So cores and failed assumptions contain all of them.
   std::string proof;
   std::string solver_command;  // external solver, "" for the embedded one
   words::Passes passes = words::Passes::all;
@@ -40,7 +40,7 @@ struct IncrementalSolverOptions {
   values::WordFormat word_format = values::WordFormat::binary;
   Logger* logger = nullptr;  // of the clausifier; null for none
   run::Tunables tunables = {};
-  // For tests: one more pass, behind the others; not run where none of them is.
+  // For tests: a further pass after the others; not run if all passes are switched off.
   std::function<void(TermManager&, words::Formulas&)> last_pass = {};
 };
 
@@ -51,26 +51,26 @@ class IncrementalSolver : private values::Assignment {
                     run::Statistics& statistics);
   ~IncrementalSolver() override;
 
-  // Decides the state's assertions together with the assumptions (Boolean terms). named_selectors: named
-  // assertions can be told apart in a core. Between two calls the state changes by push, pop and assert only,
-  // and every pop is told by popped(). Throws Exception for a term that nothing translates.
+  // Decides the state's assertions together with the assumptions (Boolean terms). named_selectors: core() can
+  // distinguish named assertions. Between two calls the state may change only by push, pop and assert, and
+  // popped() must be called after every pop. Throws Exception for a term that cannot be translated.
   sinks::Answer check(ScriptState const& state, std::vector<Term_ const*> const& assumptions,
                       bool named_selectors);
-  // Conflicts that each check may take, 0 for any number; the answer is then the same on every machine. False
-  // where the solver does not count them.
+  // Limits the conflicts of each check, 0 for no limit; the answer is then the same on every machine. False
+  // if the solver does not count conflicts.
   bool limit_conflicts(std::uint64_t conflicts);
-  // Gives up what the levels above the state's held.
+  // Retracts the assertions of levels that the state no longer has.
   void popped(ScriptState const& state);
 
-  // After unknown: why; a word as get-info :reason-unknown answers.
+  // After unknown: the reason, as get-info :reason-unknown answers it.
   std::string const& reason_unknown() const { return reason_; }
-  // Whether memory ran out in a check. Every later one answers unknown.
+  // Whether memory ran out in a check. Every later check answers unknown.
   bool out_of_memory() const { return broken_; }
   // Whether a model was found that does not satisfy the assertions: a defect of this program.
   bool model_failed() const { return model_failed_; }
 
-  // Whether the work was stopped while formulas became clauses. Part of them hold now, so another object has
-  // to take over.
+  // Whether the work was stopped during the translation of formulas. Only a part of their clauses has been
+  // added, so a new object has to be used.
   bool stale() const { return stale_ && !broken_; }
 
   // After sat, until the next call of check or popped.

@@ -11,8 +11,8 @@ namespace vell::script {
 
 namespace {
 
-// The logics that are, or contain, quantifier-free words. What a script uses beyond words is refused where it
-// stands.
+// The logics that are, or contain, quantifier-free bit-vectors. Terms of other theories are refused where
+// they occur.
 constexpr std::string_view logics[] = {"ALL",        "QF_ALL",  "BV",      "QF_BV", "QF_UFBV",  "QF_ABV",
                                        "QF_AUFBV",   "QF_BVFP", "QF_FPBV", "QF_FP", "QF_ABVFP", "QF_UFBVFP",
                                        "QF_AUFBVFP", "BVFP",    "QF_UF",   "UFBV",  "ABV",      "AUFBV",

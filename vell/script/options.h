@@ -10,7 +10,7 @@
 
 namespace vell::script {
 
-// The options of set-option that the engine obeys and keeps. The channels are the console's.
+// The options of set-option that the engine supports. The output channels are in the console.
 struct ScriptOptions {
   bool print_success = false;
   bool produce_models = true;  // a model costs nothing, so it is there unless a script declines it
@@ -34,21 +34,21 @@ struct ScriptOptions {
   static std::string hint(std::string_view keyword);
 };
 
-// The text between the quotes of a string literal, doubled quotes made single; nothing for other text.
+// The contents of a string literal, with doubled quotes made single; no value for other text.
 std::optional<std::string> string_value(std::string_view literal);
 // The value of option :words, a string literal. Throws Exception for other text.
 words::Passes words_option(std::string const& value);
-// The value of a numeral below 2^63; nothing for other text.
+// The value of a numeral below 2^63; no value for other text.
 std::optional<std::uint64_t> numeral_value(std::string_view text);
 
-// The names of :bv-output-format; nothing for other text.
+// The format that :bv-output-format names so; no value for other text.
 std::optional<values::WordFormat> word_format(std::string_view text);
 char const* word_format_name(values::WordFormat format);
 
-// Whether the engine can execute scripts of the logic: words, perhaps floating-point values beside them, and
-// nothing that would have to be understood otherwise.
+// Whether the engine accepts scripts of the logic: bit-vectors, possibly with theories whose terms are
+// refused where they occur.
 bool logic_supported(std::string_view logic);
-// "logic QF_VB is not supported", with the name of a close one.
+// "logic QF_VB is not supported", with a suggestion of a similar name.
 std::string logic_refusal(std::string_view logic);
 
 }  // namespace vell::script

@@ -1,12 +1,14 @@
 #include "vell/script/state.h"
 
+#include <cassert>
+
 namespace vell::script {
 
 using smtlib::Command;
 using smtlib::CommandKind;
 
 namespace {
-// Each level takes memory; a script that pushes more at once has a wrong number in it.
+// Each level takes memory. A larger number is most likely a mistake in the script.
 constexpr std::uint64_t max_levels = 10000000;
 }  // namespace
 
@@ -20,6 +22,7 @@ void ScriptState::apply(Command const& command) {
       if (!command.terms.empty()) defined_.push_back({smtlib::quote_symbol(command.text), command.terms[0]});
       break;
     case CommandKind::assert_:
+      assert(command.terms.size() == 1);
       assertions_.push_back({command.terms[0], command.name, command.position});
       break;
     case CommandKind::push:
@@ -33,6 +36,8 @@ void ScriptState::apply(Command const& command) {
       if (command.number > marks_.size()) throw Exception("pop of more levels than there are");
       Mark const mark = marks_[marks_.size() - command.number];
       marks_.resize(marks_.size() - command.number);
+      assert(mark.assertions <= assertions_.size() && mark.declared <= declared_.size() &&
+             mark.named <= named_.size() && mark.defined <= defined_.size());
       assertions_.resize(mark.assertions);
       if (global_declarations_) break;
       declared_.resize(mark.declared);

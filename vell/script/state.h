@@ -1,9 +1,10 @@
 #pragma once
 
-// What a script has declared, named and asserted so far, level by level.
+// The declarations, names and assertions of a script so far, by level.
 //
 // Tested by tests/script/state_test.cpp.
 
+#include <cassert>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -23,19 +24,22 @@ class ScriptState {
  public:
   // Carries out declare, define, assert_, push, pop, reset, reset_assertions and set_option
   // :global-declarations, and collects the names in every command; other commands leave the state as it is.
-  // Throws Exception for a pop of levels that are not there, and for more than ten million of them.
+  // Throws Exception for a pop of more levels than exist, and for more than ten million levels.
   void apply(smtlib::Command const& command);
 
   std::vector<Assertion> const& assertions() const { return assertions_; }
-  // Constants declared, in order; those of popped levels are gone unless declarations are global.
+  // The declared constants in order, without those of popped levels unless declarations are global.
   std::vector<Term_ const*> const& declared() const { return declared_; }
   std::vector<smtlib::NamedTerm> const& named() const { return named_; }
-  // What define-const, and define-fun without parameters, gave a name.
+  // The terms that define-const, and define-fun without parameters, have named.
   std::vector<smtlib::NamedTerm> const& defined() const { return defined_; }
   // Levels above the first.
   std::uint64_t levels() const { return marks_.size(); }
   // Number of assertions below level k, k from 1 to levels().
-  std::size_t level_start(std::uint64_t k) const { return marks_[k - 1].assertions; }
+  std::size_t level_start(std::uint64_t k) const {
+    assert(k >= 1 && k <= marks_.size());
+    return marks_[k - 1].assertions;
+  }
   bool global_declarations() const { return global_declarations_; }
 
  private:

@@ -19,7 +19,7 @@ SolverSink::~SolverSink() = default;
 void SolverSink::add_clause() {
   literals_of_solver_.clear();
   for (bv::BvLit l : lits) {
-    assert(l != bv::l_undef);
+    assert(l != bv::l_undef && std::abs(l) < next_);
     if (l == bv::l_true) return;
     if (l == bv::l_false) continue;
     known_ = std::max(known_, std::abs(l));
@@ -46,7 +46,7 @@ Answer SolverSink::solve(std::vector<bv::BvLit> const& assumptions, Effort const
   if (false_assumed_) return Answer::unsat;
   literals_of_solver_.clear();
   for (bv::BvLit a : assumptions) {
-    assert(a != bv::l_undef);
+    assert(a != bv::l_undef && std::abs(a) < next_);
     if (a == bv::l_true) continue;
     known_ = std::max(known_, std::abs(a));
     literals_of_solver_.push_back(solver_literal(a));

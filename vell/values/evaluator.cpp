@@ -13,6 +13,7 @@
 #include "vell/values/evaluator.h"
 
 #include <algorithm>
+#include <cassert>
 
 #include "vell/terms/exception.h"
 #include "vell/terms/operators.h"
@@ -80,9 +81,16 @@ std::uint64_t* Evaluator::slot(Term_ const* t, std::uint64_t width) {
   return width <= 64 ? &small_[t->id] : &limbs_[small_[t->id]];
 }
 
+// Whether no bit of the value stands at or above its width.
+bool Evaluator::is_trimmed(Term_ const* t) const {
+  std::uint64_t const width = bits_of(t);
+  return (operand(t, width)[words_of(width) - 1] & ~mask((width - 1) % 64 + 1)) == 0;
+}
+
 // ---- walking ----
 
 std::uint64_t const* Evaluator::value(Term_ const* t) {
+  assert(t != nullptr && t->id <= tm_.term_count());
   if (state_.size() <= tm_.term_count()) {
     // Geometric growth: rounds of push, assert, check make a few terms each.
     std::uint64_t const size =
@@ -108,6 +116,7 @@ std::uint64_t const* Evaluator::value(Term_ const* t) {
       if (!ready) continue;
       stack_.pop_back();
       compute(top);
+      assert(is_trimmed(top));
     }
   }
   return operand(t, bits_of(t));
@@ -167,6 +176,7 @@ void Evaluator::set_assignment(Assignment const& assignment) {
     std::uint64_t* kept = slot(leaf, width);
     if (std::equal(kept, kept + n, scratch_.begin())) continue;
     std::copy_n(scratch_.begin(), n, kept);
+    assert(is_trimmed(leaf));
     invalidate_above(leaf);
   }
   std::vector<Term_ const*> open;

@@ -60,6 +60,7 @@ class Evaluator {
   std::uint64_t bits_of(Term_ const* t) const;
   std::uint64_t* slot(Term_ const* t, std::uint64_t width);
   std::uint64_t const* operand(Term_ const* t, std::uint64_t width) const;
+  bool is_trimmed(Term_ const* t) const;
   void compute(Term_ const* t);
   void compute_leaf(Term_ const* t, std::uint64_t width);
   std::uint64_t small_word(Term_ const* t, SymbolTag::tag tag, std::uint64_t width, std::uint64_t w0);
