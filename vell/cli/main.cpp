@@ -1,4 +1,4 @@
-// The command line: parse, hand over, exit.
+// The command line: parse it, run the command, exit.
 
 #include <fcntl.h>
 #include <signal.h>
@@ -21,8 +21,8 @@ namespace vell::cli {
 
 namespace {
 
-// A file that is opened must not become standard output because the caller has closed that. In its place
-// stands something that can be used no more than a closed descriptor.
+// If the caller has closed a standard stream, the next file to be opened would become that stream. So each
+// closed one is replaced by a descriptor that cannot be used either.
 void fill_standard_descriptors() {
   for (int const fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
     if (fcntl(fd, F_GETFD) < 0)
@@ -42,7 +42,7 @@ int run(int argc, char** argv) {
   add_cnf(app, common, action);
   add_decode(app, common, action);
   add_replay(app, common, action);
-  // Listed here, understood by normalised().
+  // Listed here; implemented in normalised().
   app.add_subcommand("help", "this text, or that of a command");
 
   app.add_flag_callback(
@@ -71,7 +71,7 @@ int run(int argc, char** argv) {
     std::fputs("vell-bv: <stdout>: cannot write\n", stderr);
     return exit_error;
   } catch (CLI::ParseError const& e) {
-    // The word that the message ends with, when it is an argument nobody expected.
+    // The word at the end of the message, if it is an unexpected argument.
     std::string hint;
     if (e.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError))
       for (std::string const& word : given)
@@ -82,7 +82,7 @@ int run(int argc, char** argv) {
   return action();
 }
 
-// An error that nobody has had a better line for.
+// An error that was not reported elsewhere.
 int failed(char const* why) {
   std::fprintf(stderr, "vell-bv: %s\n", why);
   run::cleanup::discard_all();

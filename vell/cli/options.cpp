@@ -14,7 +14,7 @@ namespace vell::cli {
 namespace {
 constexpr char group[] = "Options everywhere";
 
-// "" or why the text sets no number.
+// "", or why the text is no valid assignment.
 std::string check_tunable(std::string const& text) {
   try {
     run::Tunables().set(text);
@@ -24,7 +24,7 @@ std::string check_tunable(std::string const& text) {
   }
 }
 
-// "" or why the text names no passes.
+// "", or why the text is no list of passes.
 std::string check_passes(std::string const& text) {
   try {
     words::parse_passes(text);

@@ -1,6 +1,6 @@
 #pragma once
 
-// Options that every command knows by name, and what a command needs to run.
+// The options that commands share, and the interface of commands.
 
 #include <CLI/CLI.hpp>
 
@@ -34,21 +34,20 @@ struct CommonOptions {
 
   values::WordFormat word_format() const;
 
-  // Adds the options to a command, which can honour those named ("--seed"); they may stand in front of the
-  // command's name as well.
+  // Adds the options to a command. It supports those in the list ("--seed"). They may also precede the
+  // command's name.
   void add_to(CLI::App& command, std::initializer_list<std::string_view> honoured);
-  // After parsing: refuses, by CLI::ValidationError, options that the command given cannot honour.
+  // After parsing: throws CLI::ValidationError for options that the given command does not support.
   void check(CLI::App const& app) const;
 
  private:
   std::map<CLI::App const*, std::vector<std::string_view>> honoured_;
 };
 
-// What the command line asks for; set by the command that was given.
+// The action of the given command.
 using Action = std::function<int()>;
 
-// One function per command; each stands in the file of its name. A new command: write add_NAME and call it in
-// main.
+// One function per command, in the file of its name. For a new command, write add_NAME and call it in main.
 void add_solve(CLI::App& app, CommonOptions& common, Action& action);
 void add_cnf(CLI::App& app, CommonOptions& common, Action& action);
 void add_decode(CLI::App& app, CommonOptions& common, Action& action);
@@ -72,7 +71,7 @@ CLI::Validator count();    // an integer from 1 on
 // `--stats json` and `--progress never` mean `--stats=json` and `--progress=never`; `help COMMAND` means
 // `COMMAND --help`. arguments: without the program's name.
 std::vector<std::string> normalised(std::vector<std::string> arguments);
-// "; did you mean `--stats`?" for a word close to an option of the app or its commands, or to a command.
+// "; did you mean `--stats`?" for a word similar to a command or to an option of the app or its commands.
 std::string option_hint(CLI::App const& app, std::string const& word);
 
 }  // namespace vell::cli

@@ -39,7 +39,7 @@ int solve(Arguments const& arguments, CommonOptions const& common) {
   options.threads = common.threads != 0 ? common.threads : std::min(std::thread::hardware_concurrency(), 2U);
   options.proof = common.proof;
   options.solver_command = arguments.solver;
-  // A proof is of the script's own formulas, unless one asks for others.
+  // A proof is about the unsimplified formulas unless --words is given.
   if (!common.proof.empty()) options.passes = words::Passes::none;
   for (std::string const& t : common.tunables) options.tunables.set(t);
   if (!common.words.empty()) options.passes = words::parse_passes(common.words);
@@ -80,7 +80,7 @@ int solve(Arguments const& arguments, CommonOptions const& common) {
   }
   bool const contradicted = engine && engine->status_contradicted();
   if (arguments.check_status && contradicted) good = false;
-  // Whoever talks to the program has seen the errors.
+  // In a dialogue the user has seen the errors.
   watchdog.finish(good || (dialogue && !contradicted) ? 0 : exit_error);
 }
 

@@ -1,10 +1,10 @@
-// The source hands out one line at a time, so each command is executed as soon as its last line is typed.
+// The source yields one line at a time, so each command is executed as soon as its last line is typed.
 //
-// Waiting for a key polls, at most a tenth of a second at a time: a signal may reach another thread, and then
-// no call of this one is interrupted. Ctrl-C is the watchdog's signal, taken from it here. libedit has signal
-// handling of its own, which passes signals on to the whole process group; it stays off. Ctrl-C also discards
-// what was typed and not yet read, so a byte that poll announced may be gone when it is read: the terminal is
-// read through a descriptor that does not block.
+// Waiting for a key polls for at most a tenth of a second at a time, because a signal may be delivered to
+// another thread and then interrupts no call of this one. The watchdog receives Ctrl-C; this file asks it.
+// libedit's own signal handling stays off, since it passes signals on to the whole process group. Ctrl-C also
+// discards typed but unread bytes, so a byte that poll reported may be gone when it is read. The terminal is
+// therefore read through a non-blocking descriptor.
 
 #include "vell/cli/terminal.h"
 
@@ -42,8 +42,8 @@ constexpr int poll_milliseconds = 100;
 termios saved_modes;
 bool modes_saved = false;
 
-// The terminal once more, opened by name: to make standard input itself non-blocking would do so for every
-// process that shares it. Standard input where the terminal cannot be opened.
+// The terminal, opened again by name: making standard input itself non-blocking would affect every process
+// that shares it. Standard input if the terminal cannot be opened.
 int open_unblocked() {
   char name[256];
   if (ttyname_r(STDIN_FILENO, name, sizeof name) != 0) return STDIN_FILENO;
@@ -56,7 +56,7 @@ int keyboard() {
   return fd;
 }
 
-// Waits for a byte. Nothing at the end of the input; throws LineDropped after Ctrl-C.
+// Waits for a byte; no value at the end of the input. Throws LineDropped after Ctrl-C.
 std::optional<char> next_byte() {
   for (;;) {
     if (Watchdog::take_interrupt()) throw script::LineDropped();
@@ -72,7 +72,7 @@ std::optional<char> next_byte() {
   }
 }
 
-// Lines with a prompt and what the terminal driver offers.
+// Line input with a prompt and the editing of the terminal driver.
 class PlainLines {
  public:
   std::optional<std::string> line(char const* prompt) {
@@ -90,7 +90,7 @@ class PlainLines {
 
 #ifdef VELL_LIBEDIT
 
-// Lines edited by libedit.
+// Line input with libedit.
 class EditedLines {
  public:
   explicit EditedLines(script::ScriptEngine const& engine) : engine_(engine) {
@@ -109,7 +109,7 @@ class EditedLines {
     el_set(edit_, EL_ADDFN, "vell-complete", "Complete a name", &complete);
     el_set(edit_, EL_BIND, "^I", "vell-complete", nullptr);
     el_set(edit_, EL_BIND, "^R", "em-inc-search-prev", nullptr);
-    // Ctrl-D that was typed before the terminal was in raw mode arrives as a null character.
+    // A Ctrl-D typed before the terminal was in raw mode arrives as a null character.
     el_set(edit_, EL_BIND, "^@", "em-delete-or-list", nullptr);
   }
   ~EditedLines() {
@@ -162,8 +162,8 @@ class EditedLines {
     }
   }
 
-  // Extends the name in front of the cursor as far as all names agree that begin so; lists them where there
-  // are several.
+  // Extends the name before the cursor to the longest common prefix of all matching names; lists them if
+  // there are several.
   static unsigned char complete(EditLine* edit, int) {
     LineInfo const* const info = el_line(edit);
     char const* begin = info->cursor;
@@ -253,7 +253,7 @@ bool Terminal::available() { return isatty(STDIN_FILENO) != 0 && isatty(STDOUT_F
 
 std::unique_ptr<io::Source> Terminal::open(script::ScriptEngine& engine, Watchdog& watchdog,
                                            script::Console& console) {
-  // The process may end while a line is edited.
+  // The process may end while a line is being edited.
   modes_saved = tcgetattr(STDIN_FILENO, &saved_modes) == 0;
   watchdog.set_dialogue([] {
     if (modes_saved) tcsetattr(STDIN_FILENO, TCSANOW, &saved_modes);

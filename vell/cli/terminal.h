@@ -15,11 +15,11 @@ class Watchdog;
 
 class Terminal {
  public:
-  // Whether standard input and output are a terminal, so that there is somebody to talk to.
+  // Whether standard input and output are a terminal.
   static bool available();
   // The lines that the user types. Reading throws script::LineDropped after Ctrl-C and script::DialogueEnded
-  // after Ctrl-D. The engine, which is to run on it, completes words and tells whether a command is open; it
-  // and the watchdog must outlive the source.
+  // after Ctrl-D. The engine that reads from the source provides completions and tells whether a command is
+  // open; it and the watchdog must outlive the source.
   static std::unique_ptr<io::Source> open(script::ScriptEngine& engine, Watchdog& watchdog,
                                           script::Console& console);
 };

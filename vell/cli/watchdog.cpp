@@ -29,11 +29,11 @@ constexpr milliseconds progress_interval(100);
 volatile sig_atomic_t caught_signal = 0;
 extern "C" void remember_signal(int signal) { caught_signal = signal; }
 
-// Memory that malloc cannot get beyond the limit. The watch alone is too slow: a machine fills a gigabyte in
-// the time between two looks, and work that is told to stop goes on to the next place where it listens. The
-// resident set is what counts, but it is the address space that can be bounded: a tenth more, and room for
-// the stacks of threads, which are hardly touched. The address sanitizer maps terabytes for itself and dies
-// where malloc would have failed: under it the watch is alone.
+// Limits the address space, so that malloc fails beyond the limit. Polling alone is too slow: a machine fills
+// a gigabyte between two polls, and the work continues until it next checks its limits. The limit is meant
+// for the resident set, but only the address space can be bounded. So a tenth is added, and room for the
+// stacks of threads, which are hardly used. The address sanitizer maps terabytes and aborts when malloc
+// fails, so under it there is only polling.
 void limit_address_space(std::uint64_t mib) {
 #ifdef __SANITIZE_ADDRESS__
   mib = 0;
@@ -69,8 +69,8 @@ Watchdog::Watchdog(CommonOptions const& options, script::Console& console, run::
       statistics_(statistics),
       forced_answer_(std::move(forced_answer)),
       progress_(options.progress == "always" || (options.progress == "auto" && isatty(STDERR_FILENO) != 0)) {
-  // A closed terminal and a reader that has gone end the work as Ctrl-C does, unless whoever started it
-  // ignores them.
+  // A closed terminal (SIGHUP) and a broken pipe (SIGPIPE) end the work as Ctrl-C does, unless they were
+  // ignored at the start.
   struct sigaction action {};
   action.sa_handler = remember_signal;
   action.sa_flags = SA_RESTART;
@@ -116,8 +116,8 @@ void Watchdog::watch() {
     limits_.watch_check(now);
     bool const stopped = limits_.run_reason() != run::StopReason::none;
     if (caught_signal == SIGINT && at_end_ != nullptr) {
-      // A check that does not stop ends with the program, at the second Ctrl-C. Without a check whoever reads
-      // the terminal takes the signal.
+      // If a check does not stop, the second Ctrl-C ends the program. Without a check the reader of the
+      // terminal takes the signal.
       if (limits_.checking() && !limits_.check_stopped()) {
         limits_.stop_check(run::StopReason::interrupted);
         caught_signal = 0;
@@ -139,7 +139,7 @@ void Watchdog::watch() {
       limits_.stop(run::StopReason::memout);
       patience_ends = std::min(patience_ends, now + limit_patience);
     }
-    // Every memory limit ends with the same code, however the work was ended.
+    // A memory limit always gives the same exit code, however the work ended.
     if (now >= patience_ends)
       cut_off(interrupted                                       ? 128 + caught_signal
               : limits_.run_reason() == run::StopReason::memout ? exit_error
@@ -160,7 +160,7 @@ std::string Watchdog::figures() const {
   return "";
 }
 
-// The other thread still works: nothing of its is touched but the console and atomics.
+// The other thread is still working: only the console and atomics of it are used.
 void Watchdog::cut_off(int code) {
   bool const answered = statistics_.unknown != 0;
   std::string last;
@@ -170,11 +170,11 @@ void Watchdog::cut_off(int code) {
     last += figures();
   } catch (std::bad_alloc const&) {
   }
-  // Nor is there an answer to give when nothing was asked.
+  // No answer is written if no question was asked.
   console_.shut(answered || statistics_.waiting ? std::string_view() : forced_answer_, last);
   if (at_end_ != nullptr) at_end_.load()();
   run::cleanup::discard_all();
-  // Without an answer to give, a run cut off has failed.
+  // If there is no answer to write, a run that was cut off has failed.
   _exit(code == 0 && forced_answer_.empty() ? exit_error : code);
 }
 

@@ -1,10 +1,10 @@
 #pragma once
 
-// Keeps a run within its limits and shows its progress, from a thread of its own.
+// Enforces the limits of a run and shows its progress, on a separate thread.
 //
-// A limit or a signal stops the work politely first, through Limits. Work that cannot hear (a long
-// preprocessing step of the solver, one huge command of a script, a blocked read) is cut off shortly after:
-// the last answer and the figures are written, temporary files removed, and the process ends.
+// A limit or a signal first stops the work through Limits. If the work does not react (a long preprocessing
+// step of the solver, one huge command, a blocked read), the watchdog ends the process shortly after: it
+// writes the last answer and the statistics, and removes temporary files.
 
 #include <atomic>
 #include <condition_variable>
@@ -21,22 +21,23 @@ namespace vell::cli {
 
 class Watchdog {
  public:
-  // forced_answer: what stdout gets when the run is cut off before it gave an unknown answer; "" for nothing.
+  // forced_answer: written to stdout when the process is ended before the run has answered unknown; "" for
+  // nothing.
   Watchdog(CommonOptions const& options, script::Console& console, run::Limits& limits,
            run::Statistics& statistics, std::string forced_answer);
-  // Ends the watch.
+  // Stops watching.
   ~Watchdog();
 
-  // In a dialogue Ctrl-C stops the check that runs, or is left to whoever reads the terminal. at_end: called
-  // before the process ends, from any thread.
+  // In a dialogue Ctrl-C stops the running check; without one it is left to the reader of the terminal.
+  // at_end: called before the process ends, from any thread.
   void set_dialogue(void (*at_end)()) { at_end_ = at_end; }
   // Whether Ctrl-C was pressed since the last call.
   static bool take_interrupt();
 
-  // The figures as --stats asks for them; "" without.
+  // The statistics in the format of --stats; "" without that option.
   std::string figures() const;
-  // Ends the watch and the process: figures, then the code; an interrupt decides on the code itself. Skips
-  // the destructors of what may be gigabytes of terms.
+  // Writes the statistics and ends the process with the code; after an interrupt the code is that of the
+  // interrupt. Destructors are skipped, since there may be gigabytes of terms.
   [[noreturn]] void finish(int code);
 
  private:

@@ -1,9 +1,9 @@
 #pragma once
 
-// Writing on a thread of its own.
+// Writing on a separate thread.
 //
-// Copying a hundred megabytes into the system's cache, and compressing them all the more, takes as long as
-// making them does; side by side the two take the time of one.
+// Copying a hundred megabytes into the system's cache takes as long as making them, and compressing them
+// takes longer. In parallel the two take the time of one.
 //
 // Tested by tests/io/backgroundoutput_test.cpp.
 
@@ -18,20 +18,21 @@
 
 namespace vell::io {
 
-// Hands bytes on to another output, in order, from a thread. Holds two pieces at most, each as long as what
-// one write() was given: one that waits and one at hand. Not to be used by two threads.
+// Passes bytes on to another output, in order, on a separate thread. It holds at most two pieces, each as
+// long as the argument of one write(): one that waits and one that is being written. Only one thread may call
+// it.
 class BackgroundOutput : public ByteOutput {
  public:
-  // out must outlive this, and is the thread's alone until finish() returns.
+  // out must outlive this. Nothing else may use it until finish() returns.
   explicit BackgroundOutput(ByteOutput& out);
-  // Waits for the piece at hand; one that waits is dropped.
+  // Waits until the current piece is written. A waiting piece is dropped.
   ~BackgroundOutput() override;
   BackgroundOutput(BackgroundOutput const&) = delete;
   BackgroundOutput& operator=(BackgroundOutput const&) = delete;
 
-  // Takes a copy. Throws what `out` threw at an earlier piece; nothing is handed on after that.
+  // Copies the bytes. Rethrows what `out` threw for an earlier piece; after that nothing more is written.
   void write(char const* data, std::size_t size) override;
-  // Returns when everything is handed on, or throws as write() does.
+  // Returns when everything is written, or throws as write() does.
   void finish();
 
  private:

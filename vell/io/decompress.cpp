@@ -1,6 +1,6 @@
-// Each decoder is a pump between an input buffer and the caller's buffer. They differ in the call that moves
-// bytes and in how the library says that a member has ended; what must hold for all of them is said once, in
-// Decoder::read: more members may follow, nothing else may, and input that ends inside a member is an error.
+// Each decoder moves bytes from an input buffer to the caller's buffer. They differ in the library call and
+// in how the library reports the end of a member. Decoder::read holds what is common to all: further members
+// may follow, other data may not, and input that ends inside a member is an error.
 
 #include "vell/io/decompress.h"
 
@@ -39,7 +39,7 @@ class Descriptor final : public ByteStream {
   bool owned_;
 };
 
-// The first bytes, read ahead, and then the rest.
+// A stream whose first bytes have been read already.
 class Rewound final : public ByteStream {
  public:
   Rewound(std::string head, std::unique_ptr<ByteStream> rest)
@@ -90,7 +90,7 @@ class Decoder : public ByteStream {
   // Begins a member at in_.
   virtual void start_member() = 0;
   // Moves bytes from [in_, in_ + in_size_), which it shortens, to out, `written` of them; true when the
-  // member ended. With no input left it hands out what is still held.
+  // member ended. Without input it returns the bytes that are still buffered.
   virtual bool step(char* out, std::size_t n, std::size_t& written) = 0;
 
   [[noreturn]] void fail(std::string const& why) const {

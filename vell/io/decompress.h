@@ -11,7 +11,8 @@
 
 namespace vell::io {
 
-// Reading failed: I/O, or compressed data that is damaged or cut off. what() says how, without a file name.
+// Reading failed: an I/O error, or compressed data that is damaged or truncated. what() gives the reason
+// without a file name.
 struct StreamError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
@@ -19,17 +20,18 @@ struct StreamError : std::runtime_error {
 class ByteStream {
  public:
   virtual ~ByteStream() = default;
-  // Between 1 and n bytes into `out`; 0 at the end only. Throws StreamError.
+  // Reads between 1 and n bytes into `out`; returns 0 only at the end. Throws StreamError.
   virtual std::size_t read(char* out, std::size_t n) = 0;
 };
 
-// Reads fd from where it stands; closes it in the end if it is owned.
+// Reads fd from its current position. Closes it at the end if it is owned.
 std::unique_ptr<ByteStream> read_descriptor(int fd, bool owned);
 
-// Whether data that starts so is compressed in a way known here: gzip, xz, zstd or bzip2. Six bytes decide.
+// Whether data that starts with these bytes is compressed by gzip, xz, zstd or bzip2. The first six bytes
+// decide.
 bool is_compressed(std::string_view first_bytes);
 
-// What `input` holds: decompressed when its first bytes say that it is compressed, else as it is.
+// The contents of `input`: decompressed if its first bytes show that it is compressed, unchanged otherwise.
 std::unique_ptr<ByteStream> decompressed(std::unique_ptr<ByteStream> input);
 
 }  // namespace vell::io

@@ -14,10 +14,10 @@ struct Position {
   std::uint64_t column = 1;
 };
 
-// Anything wrong with a script. what() is one line, "FILE:LINE:COLUMN: message"; standard input is "<stdin>".
+// An error in a script. what() is one line, "FILE:LINE:COLUMN: message"; standard input is "<stdin>".
 class Error : public Exception {
  public:
-  // line: the text of the position's line, where it is at hand.
+  // line: the text of the line, if it is known.
   Error(std::string const& file, Position position, std::string const& message, std::string line = "")
       : Exception(file + ":" + std::to_string(position.line) + ":" + std::to_string(position.column) + ": " +
                   message),
@@ -27,8 +27,8 @@ class Error : public Exception {
 
   Position position() const { return position_; }
   std::string const& message() const { return message_; }
-  // The line and, below it, a caret under the place: two lines for a terminal, each ended by a newline. Long
-  // lines are cut. "" where the line is not at hand.
+  // The line and, below it, a caret under the column: two lines for a terminal, each ended by a newline. Long
+  // lines are cut. "" if the line is not known.
   std::string excerpt() const;
 
  private:

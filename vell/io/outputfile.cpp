@@ -38,7 +38,7 @@ class OutputFile::Descriptor : public ByteOutput {
       if (fd_ < 0) fail();
       return;
     }
-    // Through a link the file it names is replaced, not the link.
+    // A symbolic link stays; the file that it names is replaced.
     target_ = path;
     if (exists)
       if (char* real = realpath(path.c_str(), nullptr)) {
@@ -86,7 +86,8 @@ class OutputFile::Descriptor : public ByteOutput {
     throw OutputError((path_ == "-" ? "<stdout>" : path_) + ": " + std::strerror(errno));
   }
 
-  // A file being written to is locked: nobody can remove it before the call returns, not even after Ctrl-C.
+  // A file is locked while it is being written: it cannot be removed before the call returns, not even after
+  // Ctrl-C.
   static constexpr std::size_t most_at_once = std::size_t{1} << 20;
 
   std::string path_;
@@ -108,7 +109,7 @@ void OutputFile::write(char const* data, std::size_t size) {
     try {
       background_ = std::make_unique<BackgroundOutput>(out);
     } catch (std::system_error const&) {
-      // No thread is to be had: it goes on as it began.
+      // No thread is available: continue without one.
     }
   }
   (background_ != nullptr ? *background_ : out).write(data, size);

@@ -1,6 +1,6 @@
 #pragma once
 
-// A file that appears whole or not at all.
+// A file that appears completely or not at all.
 //
 // Tested by tests/io/outputfile_test.cpp.
 
@@ -14,14 +14,14 @@
 
 namespace vell::io {
 
-// A file that cannot be made or written: "PATH: reason".
+// A file cannot be created or written: "PATH: reason".
 class OutputError : public Exception {
  public:
   using Exception::Exception;
 };
 
-// A compressor in front of `out`, told by the path's suffix; null when there is none to use. It ends its
-// stream in finish().
+// A compressor in front of `out`, selected by the path's suffix; null if the suffix selects none. finish()
+// ends its stream.
 class Compressor : public ByteOutput {
  public:
   virtual void finish() = 0;
@@ -29,14 +29,14 @@ class Compressor : public ByteOutput {
 std::unique_ptr<Compressor> make_compressor(std::string const& path, ByteOutput& out);
 
 // Bytes go to a temporary file beside the path, which takes the path's name in commit(). Without commit()
-// nothing remains, nor after leftovers::discard_all(). "-" is standard output, and an existing file that is
-// no regular one (a pipe, a device) is written directly; these cannot be taken back. A path that ends in .gz,
-// .xz, .zst or .bz2 is compressed. The bytes depend on nothing but what is written and the path's suffix.
-// From a megabyte on they are compressed and written in the background, and what goes wrong there is thrown
-// by a later call.
+// nothing remains, nor after cleanup::discard_all(). "-" is standard output. It, and an existing file that is
+// not regular (a pipe, a device), is written directly, so these bytes cannot be taken back. A path that ends
+// in .gz, .xz, .zst or .bz2 is compressed. The resulting bytes depend only on what is written and on the
+// path's suffix. From one megabyte on they are compressed and written in the background; a later call throws
+// the errors that occur there.
 class OutputFile : public ByteOutput {
  public:
-  // Throws OutputError when the file cannot be made; so do write() and commit().
+  // Throws OutputError if the file cannot be created or written; so do write() and commit().
   explicit OutputFile(std::string const& path);
   ~OutputFile() override;
   OutputFile(OutputFile const&) = delete;

@@ -1,6 +1,6 @@
 #pragma once
 
-// Whether a file to be written is one that is read.
+// Whether an output file is also an input file.
 //
 // Tested by tests/io/samefile_test.cpp.
 
@@ -8,11 +8,11 @@
 
 namespace vell::io {
 
-// Whether two paths name one regular file, by links of either kind as well. `input` may be "-" for standard
-// input, `output` "-" for standard output. False where one does not exist.
+// Whether two paths name the same regular file, directly or through links. `input` may be "-" for standard
+// input, `output` "-" for standard output. False if one of them does not exist.
 bool same_file(std::string const& output, std::string const& input);
 
-// Throws OutputError "OUTPUT: it is the input as well" where writing would destroy what is read.
+// Throws OutputError "OUTPUT: it is the input as well" if writing would destroy the input.
 void refuse_same_file(std::string const& output, std::string const& input);
 
 }  // namespace vell::io

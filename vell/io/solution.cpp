@@ -63,7 +63,7 @@ void Solution::line(std::string_view text) {
   } else if (starts_with_word('v')) {
     literals(text.substr(1));
   } else if (bare_) {
-    // Without a single variable, the line of values is a blank and the 0.
+    // Without any variable, the line of values is a blank and the 0.
     std::size_t const start = text.find_first_not_of(" \t");
     if (start != std::string_view::npos && (text[start] == '-' || (text[start] >= '0' && text[start] <= '9')))
       literals(text);

@@ -1,6 +1,6 @@
 #pragma once
 
-// What a SAT solver prints: one `s` line and, for a satisfiable formula, `v` lines.
+// The output of a SAT solver: one `s` line and, for a satisfiable formula, `v` lines.
 //
 // Tested by tests/io/solution_test.cpp.
 
@@ -15,19 +15,19 @@ class Solution {
  public:
   enum class Status : std::uint8_t { none, sat, unsat, unknown };
 
-  // largest: the number of the last variable there is.
+  // largest: the number of the last variable.
   explicit Solution(std::int64_t largest = INT32_MAX) : largest_(largest) {}
 
-  // Takes the next piece of the output, cut anywhere. Other lines are skipped, except that a line SAT, UNSAT
-  // or INDET with bare literals after it, as MiniSat writes its result file, is understood too; so are
-  // answers in small letters, OPTIMUM FOUND, and blanks at the end. Throws Exception for an answer or a
-  // literal that is none, a variable above the largest, and what contradicts what came before.
+  // Takes the next piece of the output, which may end anywhere. Other lines are skipped. MiniSat's result
+  // files are accepted too: a line SAT, UNSAT or INDET, followed by literals without `v`. So are answers in
+  // lower case, OPTIMUM FOUND, and trailing blanks. Throws Exception for an unknown answer, for text that is
+  // no literal, for a variable above the largest, and for contradictions.
   void feed(std::string_view bytes);
-  // Ends the last line. Throws Exception as feed does.
+  // Ends the last line. Throws Exception as feed() does.
   void finish();
 
   Status status() const { return status_; }
-  // Whether variable v is true; false where no v line named it.
+  // Whether variable v is true; false if no v line names it.
   bool value(std::int64_t v) const { return static_cast<std::size_t>(v) < values_.size() && values_[v]; }
   // Whether the values were ended by 0.
   bool complete() const { return complete_; }

@@ -1,6 +1,6 @@
-// A text or a mapping is one window from the first byte to the last; positions are counted when asked for. A
-// stream's window moves, so it keeps where its lines began: the lengths of all lines in a byte-wise code,
-// about one byte a line, with a mark every 4096 lines to search from.
+// A text or a mapping is one window over all bytes; positions are counted on demand. The window of a stream
+// moves, so the stream records where its lines begin: the lengths of all lines in a variable-length code,
+// about one byte per line, with an index entry every 4096 lines.
 
 #include "vell/io/source.h"
 
@@ -19,7 +19,7 @@ namespace vell::io {
 
 namespace {
 
-// Number of line feeds; lines are long enough for a search to beat a count byte by byte.
+// The number of line feeds. Lines are long enough for memchr to be faster than a loop over the bytes.
 std::uint64_t lines_in(char const* p, std::size_t n) {
   std::uint64_t lines = 0;
   char const* const end = p + n;
@@ -49,8 +49,8 @@ class WholeSource : public Source {
     return false;
   }
 
-  // Counts on from the position asked for last: commands ask for theirs in order, and there may be very many
-  // of them on one line.
+  // Continues from the last requested position: commands request theirs in order, and one line may hold very
+  // many.
   Position position(std::uint64_t offset) const override {
     if (offset < seen_) seen_ = 0, line_ = 1, line_start_ = 0;
     std::size_t const n = static_cast<std::size_t>(offset - seen_);
@@ -85,7 +85,7 @@ class MappedSource final : public WholeSource {
   void* memory_;
 };
 
-// Where the lines of the bytes seen so far begin.
+// The beginnings of the lines seen so far.
 class LineIndex {
  public:
   void add(char const* bytes, std::size_t n) {
@@ -99,7 +99,7 @@ class LineIndex {
     seen_ += n;
   }
 
-  // Goes on from the line asked for last where it can.
+  // Continues from the last requested line if possible.
   Position position(std::uint64_t offset) const {
     if (offset < last_.start || offset - last_.start > far) {
       auto const after = std::upper_bound(marks_.begin(), marks_.end(), offset,
@@ -122,7 +122,7 @@ class LineIndex {
  private:
   static constexpr std::uint64_t lines_per_mark = 4096;
   static constexpr std::uint64_t far = 1 << 16;  // bytes; further on the marks are asked
-  // A line: where it starts, its number counted from 0, and where the code of its length begins.
+  // A line: its offset, its number from 0, and where the code of its length begins.
   struct Mark {
     std::uint64_t start = 0;
     std::uint64_t line = 0;
@@ -245,7 +245,7 @@ std::unique_ptr<Source> Source::open(std::string const& path) {
       ::madvise(memory, size, MADV_SEQUENTIAL);
       return std::make_unique<MappedSource>(memory, size, name);
     }
-    // A file system that maps nothing is streamed.
+    // If the file system cannot map files, the file is streamed.
   }
   try {
     stream = decompressed(std::move(stream));

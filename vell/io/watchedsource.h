@@ -1,6 +1,6 @@
 #pragma once
 
-// A script's bytes in windows of bounded size, so that reading can be counted and interrupted.
+// A source with windows of bounded size, so that reading can be counted and interrupted.
 //
 // Tested by tests/io/watchedsource_test.cpp.
 
@@ -15,8 +15,8 @@ namespace vell::io {
 
 class WatchedSource : public Source {
  public:
-  // refill() throws Stopped after an interrupt or when memory ran out. A time limit lets reading go on: what
-  // follows an `unknown` may ask for its reason.
+  // refill() throws Stopped after an interrupt or when memory runs out. A time limit does not stop reading:
+  // commands after an `unknown` may ask for its reason.
   WatchedSource(std::unique_ptr<Source> inner, run::Limits const& limits, run::Statistics& statistics,
                 std::size_t window = std::size_t{1} << 20)
       : inner_(std::move(inner)), limits_(limits), statistics_(statistics), window_(window) {
@@ -42,7 +42,7 @@ class WatchedSource : public Source {
         Waiting const waiting(statistics_.waiting);
         more = inner_->refill(keep);
       } catch (...) {
-        // Reading can go on after some errors: the window is where the inner source has it now.
+        // Reading can continue after some errors, so the window is taken from the inner source again.
         begin_ = inner_->begin();
         end_ = inner_->end();
         throw;
@@ -61,7 +61,7 @@ class WatchedSource : public Source {
   std::string_view line_at(std::uint64_t offset) const override { return inner_->line_at(offset); }
 
  private:
-  // Moves end() forward by at most a window.
+  // Moves end() forward by at most one window.
   void show() {
     char const* const from = end_ == nullptr ? begin_ : end_;
     end_ = from + std::min<std::size_t>(window_, static_cast<std::size_t>(inner_->end() - from));

@@ -1,5 +1,5 @@
-// Each is registered before it is made, in memory that is set aside first: nothing that exists is unknown to
-// the registry, even when memory has run out. For the same reason removing needs no memory.
+// Each resource is registered before it is created, in memory that is allocated first: nothing exists that
+// the registry does not know, even when memory has run out. For the same reason removal allocates nothing.
 
 #include "vell/run/cleanup.h"
 
@@ -26,7 +26,7 @@ namespace vell::run::cleanup {
 
 namespace {
 
-// Never destroyed, since a thread may ask while the process ends, and made without allocating.
+// Never destroyed, since another thread may use it while the process ends; created without allocating.
 struct Registry {
   std::mutex mutex;
   std::set<std::string> files;
@@ -39,7 +39,7 @@ Registry& registry() {
   return *r;
 }
 
-// An element that insert() puts into its set without allocating.
+// An element that insert() can put into its set without allocating.
 template <typename T>
 typename std::set<T>::node_type set_aside(T const& value) {
   std::set<T> one;
@@ -47,10 +47,10 @@ typename std::set<T>::node_type set_aside(T const& value) {
   return one.extract(one.begin());
 }
 
-// Folders inside folders of an external solver, at most; what is deeper stays.
+// The maximum depth of nested folders; deeper ones are not removed.
 constexpr int max_depth = 64;
 
-// Removes everything in an open folder, without allocating.
+// Removes the contents of an open folder without allocating.
 void empty_folder(int folder, int depth) {
   alignas(8) char block[4096];
   for (bool removed = true; removed; removed = removed && lseek(folder, 0, SEEK_SET) == 0) {
@@ -79,7 +79,7 @@ void empty_folder(int folder, int depth) {
 
 int open_folder(char const* name) { return open(name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC); }
 
-// `held` is the folder's descriptor, which goes with it; below 0 where there is none.
+// `held` is the folder's descriptor, which is closed with it; negative if there is none.
 void remove_tree(std::string const& name, int held) {
   int const folder = held >= 0 ? held : open_folder(name.c_str());
   if (folder >= 0) {
@@ -89,7 +89,7 @@ void remove_tree(std::string const& name, int held) {
   rmdir(name.c_str());
 }
 
-// When a process started, in clock ticks since the system did; 0 where there is none of that number.
+// The start time of a process in clock ticks since the system's start; 0 if the process does not exist.
 std::uint64_t start_time(pid_t process) {
   char path[64];
   std::snprintf(path, sizeof path, "/proc/%ld/stat", static_cast<long>(process));
@@ -100,13 +100,13 @@ std::uint64_t start_time(pid_t process) {
   close(fd);
   if (n <= 0) return 0;
   text[n] = '\0';
-  // The 22nd field; the second, the program's name in parentheses, may hold anything.
+  // The 22nd field. The second one, the program's name in parentheses, may contain any character.
   char const* at = std::strrchr(text, ')');
   for (int field = 2; at != nullptr && field < 22; ++field) at = std::strchr(at + 1, ' ');
   return at == nullptr ? 0 : std::strtoull(at, nullptr, 10);
 }
 
-// Whether a folder's name ("PREFIX-PROCESS-START-XXXXXX") tells of a process that is no more.
+// Whether a folder's name ("PREFIX-PROCESS-START-XXXXXX") names a process that has ended.
 bool names_dead_process(std::string_view name, std::string_view prefix) {
   if (!name.starts_with(prefix) || name.size() == prefix.size() || name[prefix.size()] != '-') return false;
   char const* const end = name.data() + name.size();
@@ -121,9 +121,9 @@ bool names_dead_process(std::string_view name, std::string_view prefix) {
   return present != 0 && present != start;
 }
 
-// Folders of processes that were killed. Two signs must agree: the process of that number and start is no
-// more, and nobody holds the folder's lock, which ends with the process that has it (a process of another
-// container has numbers of its own).
+// Removes folders of processes that were killed. Two conditions must hold: the process with that number and
+// start time has ended, and nobody holds the folder's lock, which is released with its process (process
+// numbers of another container are different).
 void remove_stale_folders(std::string const& base, std::string const& prefix) {
   int const folder = open(base.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (folder < 0) return;

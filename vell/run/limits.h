@@ -1,12 +1,12 @@
 #pragma once
 
-// What may end the work before it is done: a time limit, a memory limit, an interrupt.
+// What can stop the work early: a time limit, a memory limit, an interrupt.
 //
-// Whoever watches (a thread, a signal handler's follower) calls stop(); the work asks stopped() at every term
-// and in the solver's callback, and unwinds by Stopped. The first reason stands.
+// The watching thread calls stop(). The working thread checks stopped() at every term and in the solver's
+// callback, and unwinds by throwing Stopped. The first reason is kept.
 //
-// A check can be stopped for itself: by stop_check(), or by its deadline, which the watching thread looks at.
-// What stops one check does not stop the next.
+// A single check can be stopped too: by stop_check(), or by its deadline, which the watching thread checks.
+// The next check is not affected.
 //
 // Tested by tests/run/limits_test.cpp.
 
@@ -57,34 +57,35 @@ class Limits : public TerminationTest {
     return run == StopReason::none && check_stopped() ? check_reason_.load() : run;
   }
   void operator()() const override { check(); }
-  // The reason that holds for the whole run.
+  // The reason to stop the whole run.
   StopReason run_reason() const { return reason_.load(); }
-  // Throws Stopped when the work is to end.
+  // Throws Stopped if the work is to end.
   void check() const {
     if (stopped()) throw Stopped(reason());
   }
 
   // ---- one check ----
   using Clock = std::chrono::steady_clock;
-  // Called by the work: a check begins, which may take so long (zero: as long as it likes), and ends.
+  // Called by the working thread at the beginning and the end of a check. limit: the time of the check; zero
+  // for none.
   void begin_check(std::chrono::milliseconds limit) {
     deadline_.store(limit.count() == 0 ? Clock::duration::max().count()
                                        : (Clock::now() + limit).time_since_epoch().count());
     check_.store(++checks_);
   }
   void end_check() { check_.store(0); }
-  // Stops the check that runs, if one does.
+  // Stops the running check, if there is one.
   void stop_check(StopReason reason) { stop_check(check_.load(), reason); }
-  // Stops the check that runs if its time is over.
+  // Stops the running check if its deadline has passed.
   void watch_check(Clock::time_point now) {
-    // The number is read first: a deadline read later can only be that of a later check, and then this one is
-    // over.
+    // The number is read before the deadline: if the deadline belongs to a later check, the check of this
+    // number is over.
     std::uint64_t const check = check_.load();
     if (check != 0 && now.time_since_epoch().count() >= deadline_.load())
       stop_check(check, StopReason::timeout);
   }
   bool checking() const { return check_.load() != 0; }
-  // Whether the check that runs was told to end.
+  // Whether the running check was stopped.
   bool check_stopped() const {
     std::uint64_t const check = check_.load(std::memory_order_relaxed);
     return check != 0 && stopped_check_.load(std::memory_order_acquire) == check;
@@ -105,7 +106,7 @@ class Limits : public TerminationTest {
   std::atomic<Clock::rep> deadline_{0};
 };
 
-// Limits that nobody stops.
+// Limits that are never reached.
 inline Limits const& no_limits() {
   static Limits const none;
   return none;

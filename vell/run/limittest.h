@@ -1,6 +1,6 @@
 #pragma once
 
-// A clausifier's termination test that asks the limits.
+// A termination test for the clausifier that checks the limits.
 
 #include <functional>
 #include <utility>
@@ -11,10 +11,10 @@
 
 namespace vell::run {
 
-// Ends a clausifier's work when the limits say so, and counts the terms on the way.
+// Stops the clausifier when a limit is reached, and counts its terms.
 class LimitTest : public TerminationTest {
  public:
-  // observe is called now and then, for progress. Both references must outlive the test.
+  // observe is called from time to time, for progress. Both references must outlive the test.
   LimitTest(Limits const& limits, Statistics& statistics, std::function<void()> observe)
       : limits_(limits), statistics_(statistics), observe_(std::move(observe)) {}
   void operator()() const override;

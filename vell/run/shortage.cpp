@@ -1,8 +1,9 @@
-// GMP is C. An exception passes through its functions as through any code with unwind tables, and skips what
-// they would have freed. One thing needs care: some functions free a result's limbs, then allocate more, and
-// set the pointer last (mpz_mul). Thrown in between, the result would point to freed memory, which its
-// destructor frees again. So the block freed last is kept until the next one is freed, and forgotten when an
-// allocation fails: either the result still owns it, or it is lost.
+// GMP is written in C. An exception passes through its functions as through any code with unwind tables, and
+// leaks what they would have freed. One case needs care: some functions (mpz_mul) free a result's limbs, then
+// allocate more, and set the pointer last. An exception in between would leave the result with a pointer to
+// freed memory, which its destructor frees again. Therefore the block that was freed last is kept until the
+// next one is freed. When an allocation fails, that block is abandoned: either the result still owns it, or
+// it is leaked.
 
 #include "vell/run/shortage.h"
 
@@ -19,8 +20,8 @@ namespace vell::run {
 namespace {
 
 std::atomic<void*> reserve{nullptr};
-// Little enough to lie in the heap, where many small pieces can take its place. A mapping of its own would go
-// back to the system, which hands out memory in larger steps than what is left.
+// Small enough to lie in the heap, where many small blocks can replace it. A separate mapping would be
+// returned to the system, which allocates memory in larger steps than what is left.
 constexpr std::size_t reserve_bytes = 120'000;
 
 [[noreturn]] void fail() {
@@ -29,9 +30,8 @@ constexpr std::size_t reserve_bytes = 120'000;
   throw std::bad_alloc();
 }
 
-// The C library ends the process where it has no memory to note that an object is to be destroyed with its
-// thread. The scratch numbers of this comparison are such an object: they are made before main(), with the
-// rest of what a program cannot do without.
+// The C library ends the process if it has no memory to register the destructor of a thread-local object. The
+// scratch numbers of this comparison are such an object, so they are created before main().
 [[maybe_unused]] bool const early = QNumber(1) < QNumber::power_of_two_minus_one(70);
 
 thread_local void* freed_last = nullptr;

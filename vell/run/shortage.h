@@ -1,18 +1,18 @@
 #pragma once
 
-// When memory runs out: std::bad_alloc everywhere, and a little memory left to say so with.
+// Running out of memory: std::bad_alloc everywhere, and a reserve for the last messages.
 //
 // Tested by tests/run/shortage_test.cpp.
 
 namespace vell::run {
 
-// For a program's start. A tenth of a megabyte is set aside and given back when `new` or GMP first fails, so
-// that the answer and what follows it can still be written. From now on an allocation of GMP's that fails
-// throws std::bad_alloc out of the GMP function that was called. Its results keep values that can be
-// destroyed and assigned to; its temporaries are lost.
+// To be called at the start of a program. A tenth of a megabyte is reserved, and released when `new` or GMP
+// fails for the first time, so that the answer and the messages can still be written. From now on, a failing
+// allocation in a GMP function throws std::bad_alloc. The results of that function can still be destroyed and
+// assigned to; its temporaries are leaked.
 //
-// This is for a program, not for a library: the functions that GMP allocates with are the process's. GMP must
-// be compiled with unwind tables, as it is wherever they are the compiler's default (x86-64, arm64).
+// This is for programs, not for libraries: GMP's allocation functions are global. GMP must be compiled with
+// unwind tables, which are the compiler's default on x86-64 and arm64.
 void prepare_for_shortage();
 
 }  // namespace vell::run

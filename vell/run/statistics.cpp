@@ -116,7 +116,7 @@ std::uint64_t peak_memory() {
 }
 
 std::uint64_t present_memory() {
-  // Without the C library's streams, which would allocate.
+  // The C library's streams would allocate, so they are not used.
   int const fd = open("/proc/self/statm", O_RDONLY | O_CLOEXEC);
   if (fd < 0) return 0;
   char text[256];

@@ -1,6 +1,6 @@
 #pragma once
 
-// Figures of a run. One thread writes them, any thread reads them: a progress line, a report at an interrupt.
+// Statistics of a run. One thread writes them; any thread may read them, for the progress line or a report.
 //
 // Tested by tests/run/statistics_test.cpp.
 
@@ -16,7 +16,7 @@ enum class Phase : std::uint8_t { reading, clausifying, solving, checking, writi
 inline constexpr std::size_t phase_count = 5;
 char const* phase_name(Phase phase);
 
-// A counter that its one writer changes without a locked instruction.
+// A counter with a single writer, which needs no locked instruction.
 class Counter {
  public:
   operator std::uint64_t() const { return value_.load(std::memory_order_relaxed); }
@@ -56,10 +56,10 @@ struct Statistics {
   static constexpr std::size_t most_passes = 64;
   PassFigures passes[most_passes];
 
-  // Whether the work waits for input.
+  // Whether the program waits for input.
   std::atomic<bool> waiting{false};
 
-  // Everything from here on is spent in this phase.
+  // The time from now on is counted for this phase.
   void enter(Phase phase);
   Phase phase() const { return phase_.load(std::memory_order_relaxed); }
   double seconds(Phase phase) const;
@@ -85,7 +85,7 @@ struct Statistics {
   Counter spent_[phase_count];  // in ticks of the clock, without the running phase
 };
 
-// Largest resident set so far and the present one, in bytes; 0 where the system does not tell.
+// The peak and the present resident set size in bytes; 0 if the system does not provide it.
 std::uint64_t peak_memory();
 std::uint64_t present_memory();
 

@@ -1,6 +1,6 @@
 #pragma once
 
-// Every constant that decides how hard the program tries at something, with its reason: a table that
+// The constants that bound the effort of simplification and search, with their reasons: the table that
 // --options prints.
 //
 // Tested by tests/run/tunables_test.cpp.
@@ -68,7 +68,7 @@ struct Tunables {
   VELL_TUNABLES(VELL_TUNABLE_FIELD)
 #undef VELL_TUNABLE_FIELD
 
-  // Sets one from "NAME=VALUE". Throws Exception with one line for an unknown name or a value out of its
+  // Sets a value from "NAME=VALUE". Throws Exception with one line for an unknown name or a value out of its
   // range.
   void set(std::string_view assignment);
   // One line per tunable: name, default, range and reason.

@@ -1,6 +1,5 @@
-// One pass over the bytes, one table look-up a byte. A token is a view into the source's window; only where
-// it meets the end of the window is the source asked for more, and the scan goes on behind the bytes it has
-// already seen.
+// One pass over the bytes, with one table look-up per byte. A token is a view into the source's window. If it
+// reaches the end of the window, the source is asked for more bytes, and the scan continues where it stopped.
 
 #include "vell/smtlib/lexer.h"
 
@@ -40,7 +39,7 @@ constexpr std::array<std::uint8_t, 256> classes = make_classes();
 
 bool is(char c, std::uint8_t mask) { return (classes[static_cast<unsigned char>(c)] & mask) != 0; }
 
-// The first byte from p on that is not of the class.
+// The first byte from p on that is not in the class.
 template <std::uint8_t mask>
 char const* past(char const* p, char const* end) {
   while (p != end && is(*p, mask)) ++p;
@@ -71,8 +70,8 @@ void Lexer::drop_window() {
   kind_ = Token::end;
 }
 
-// More bytes behind the window, those from `from` on kept; moves both pointers along. False at the end of the
-// script.
+// Gets more bytes after the window, keeping those from `from` on, and adjusts both pointers. False at the end
+// of the script.
 bool Lexer::more(char const*& from, char const*& at) {
   std::size_t const seen = static_cast<std::size_t>(at - from);
   if (at - from > max_token) stop_ = at, check_length();
@@ -108,8 +107,8 @@ void Lexer::at_end() const {
                                          : "the file ends inside this `" + std::string(command_) + "`");
 }
 
-// Nearly every token is a parenthesis or a simple symbol that ends inside the window; what is not is left to
-// scan_any.
+// Nearly every token is a parenthesis or a simple symbol that ends inside the window; scan_any reads the
+// others.
 Token Lexer::scan() {
   char const* const end = end_;
   char const* p = past<space>(next_, end);

@@ -31,16 +31,16 @@ class Lexer {
   // The source must outlive the lexer.
   explicit Lexer(io::Source& source);
 
-  // The longest symbol, literal or string, as written. What is longer is refused: a few bytes of a compressed
-  // script may stand for a token of gigabytes.
+  // The maximum length of a symbol, literal or string, as written. A longer one is refused: a few bytes of a
+  // compressed script may expand to a token of gigabytes.
   static constexpr std::ptrdiff_t max_token = std::ptrdiff_t{1} << 24;  // bytes
 
-  // Reads a token. Throws Error at bytes that make none, at a token that is too long, and at the end of the
-  // script inside a command.
+  // Reads a token. Throws Error for bytes that form no token, for a token that is too long, and for the end
+  // of the script inside a command.
   Token next();
 
-  // Inside a command, from its opening parenthesis at `offset` on: the script may not end. `name` is that of
-  // the command and must live until the end of it; empty while it is not known.
+  // A command has begun with the parenthesis at `offset`: until its end the script may not end. `name` is the
+  // name of the command, empty while it is not known; it must live until the command ends.
   void begin_command(std::uint64_t offset, std::string_view name) {
     command_offset_ = offset;
     command_ = name;
@@ -49,9 +49,9 @@ class Lexer {
   void end_command() { inside_command_ = false; }
   bool inside_command() const { return inside_command_; }
   // " in the `assert` that began on line 3", for a command that began on an earlier line than the current
-  // token; "" else.
+  // token; "" otherwise.
   std::string open_command() const;
-  // Drops what the source has handed out so far and every state that a broken command left.
+  // Drops all bytes in the source's window and resets the state after an error in a command.
   void drop_window();
 
   // ---- the token read last; text() and raw() hold until the next call of next() ----
@@ -64,7 +64,7 @@ class Lexer {
   std::uint64_t offset() const {
     return source_.offset() + static_cast<std::uint64_t>(start_ - source_.begin());
   }
-  // The token for a message: "`foo`", "`)`", "the end of the file". Long tokens are cut.
+  // The token as messages show it: "`foo`", "`)`", "the end of the file". Long tokens are cut.
   std::string describe() const;
 
   // From now on every token read is appended to *out, with one space between two tokens that are not kept

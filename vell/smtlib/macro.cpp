@@ -70,8 +70,8 @@ Term_ const* Macro::instance(TermManager& terms, std::span<Term_ const* const> a
       Child const& c = children_[s.first_child + i];
       children[i] = c.term != nullptr ? c.term : at[c.place];
     }
-    // A constant that an argument brings to the second place of a product goes first, as where it is written
-    // there.
+    // If an argument makes the second factor of a product constant, the factors are exchanged, as for a
+    // constant written there.
     if (s.symbol->tag() == SymbolTag::bv_mul && terms.is_number(children[1]->symbol) &&
         !terms.is_number(children[0]->symbol))
       std::swap(children[0], children[1]);

@@ -1,6 +1,6 @@
 #pragma once
 
-// Defined functions with parameters.
+// Functions with parameters, as define-fun defines them.
 //
 // Tested by tests/smtlib/macro_test.cpp.
 
@@ -12,26 +12,25 @@
 
 namespace vell::smtlib {
 
-// A body over parameter variables, prepared for putting arguments in their place.
+// A body over parameter variables, prepared for substitution.
 //
-// Only the terms of the body in which a parameter occurs change; they are kept in an order with children
-// first, each child given by its place in that order or as the term itself. An instance is one pass over this
-// list: linear in the size of the body's DAG, however often its parts are shared, and without a look-up or a
-// stack.
+// Only the terms that contain a parameter change. They are stored in a list, children first; each child is an
+// index into that list or a term. An instance is built by one pass over the list, in time linear in the size
+// of the body's DAG, without look-ups and without a stack.
 struct Macro {
-  // The parameters are variables made for this body alone, in the order of their ids, before any term of it.
+  // The parameters are variables made only for this body, before any of its terms, in the order of their ids.
   Macro(std::vector<Term_ const*> parameters, Term_ const* body);
 
   Type const* result_type() const { return body->symbol->get_output_type(); }
 
-  // The body with arguments[i] for parameter i; sorts and number must fit.
+  // The body with arguments[i] substituted for parameter i. Number and sorts of the arguments must match.
   Term_ const* instance(TermManager& terms, std::span<Term_ const* const> arguments) const;
 
   std::vector<Term_ const*> parameters;
   Term_ const* body;
 
  private:
-  // A term without parameters, or, where it is null, a place: first the parameters, then the steps.
+  // A term without parameters or, if it is null, an index: parameters first, then steps.
   struct Child {
     Term_ const* term;
     std::uint32_t place;

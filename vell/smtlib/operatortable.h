@@ -1,7 +1,7 @@
 #pragma once
 
-// The operators of the theories as the reader uses them: the table of vell/terms/theory.h, and what is said
-// of names that are not in it.
+// The operators that the reader knows: the table of vell/terms/theory.h, and messages for names that are not
+// in it.
 //
 // Tested by tests/smtlib/operators_test.cpp.
 
@@ -17,8 +17,8 @@ using theory::Operator;
 using theory::operator_table;
 using theory::Sorts;
 
-// Why a symbol that is not known cannot be used, for names of theories that are not read here: "floating
-// point is not supported yet". Null for any other name.
+// Why an unknown symbol cannot be used, for names of unsupported theories: "floating point is not supported
+// yet". Null for any other name.
 char const* refusal(std::string_view name);
 
 }  // namespace vell::smtlib

@@ -16,7 +16,7 @@ namespace vell::smtlib {
 
 namespace {
 
-// A script's bytes for each term it makes: from 10, of many small atoms, to 80, of long names.
+// Bytes of a script per term: from 10, with many small atoms, to 80, with long names.
 constexpr std::uint64_t bytes_per_term = 16;
 
 std::string quoted(Name const* name) { return "`" + std::string(name->view()) + "`"; }
@@ -121,8 +121,8 @@ Reader::State::CommandInfo const Reader::State::commands[] = {
     {"set-info", CommandKind::set_info, &State::attribute},
     {"set-logic", CommandKind::set_logic, &State::set_logic},
     {"set-option", CommandKind::set_option, &State::set_option},
-    // Other solvers' own: they show a term in some form and change nothing, so that a script goes on without
-    // them.
+    // Commands of other solvers that print a term in some form and change nothing, so the script can continue
+    // without them.
     {"display", CommandKind::unsupported, &State::question},
     {"eval", CommandKind::unsupported, &State::question},
     {"simplify", CommandKind::unsupported, &State::question},
@@ -182,7 +182,7 @@ bool Reader::State::next(Command& command) {
   return true;
 }
 
-// What a command does to the scopes of symbols, once it is read to its end.
+// The effect of a complete command on the scopes of symbols.
 void Reader::State::take_effect(Command const& c) {
   switch (c.kind) {
     case CommandKind::set_option:
@@ -201,8 +201,8 @@ void Reader::State::take_effect(Command const& c) {
 }
 
 void Reader::State::recover() {
-  // A command that was read to its end has been refused by whoever executes it; of those only set-logic left
-  // a trace.
+  // A complete command was refused by the engine. Of such commands only set-logic has changed the reader's
+  // state.
   if (!complete) symbols.forget_since(before);
   if (complete && kind == CommandKind::set_logic) has_logic = false;
   complete = true;
@@ -237,7 +237,7 @@ void Reader::State::attribute(Command& c) {
   skip_attribute_value(lexer, symbols);
   lexer.capture(nullptr);
   ahead = true;
-  // The token behind the value was read to find its end.
+  // The token after the value has been read to find the value's end.
   c.value.resize(c.value.size() - lexer.raw().size());
   if (c.value.ends_with(' ')) c.value.pop_back();
 }
@@ -261,7 +261,7 @@ void Reader::State::echo(Command& c) {
   c.text = lexer.raw();
 }
 
-// A term, and attributes that say how it is to be shown.
+// A term, followed by attributes that say how to print it.
 void Reader::State::question(Command& c) {
   c.terms.push_back(next_term(c));
   lexer.next();
@@ -455,7 +455,7 @@ void Reader::State::levels(Command& c) {
 
 void Reader::State::push(Command& c) {
   levels(c);
-  // Each level is a word here and more in the engine; nobody needs as many as this.
+  // Each level takes memory here and in the engine; a larger number is most likely a mistake.
   constexpr std::uint64_t most = 10'000'000;
   if (c.number > most || c.number + symbols.scopes() > most)
     lexer.fail("more than " + std::to_string(most) + " levels");

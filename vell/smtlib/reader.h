@@ -1,10 +1,9 @@
 #pragma once
 
-// SMT-LIB 2 scripts, command by command.
+// Reads SMT-LIB 2 scripts, command by command.
 //
-// The reader owns what a script's text means: symbols and their scopes, sorts, operators, macros, let. It
-// hands out commands with their terms built; what a command does is the engine's business. Nothing in it
-// recurses over terms or nesting.
+// The reader resolves symbols and their scopes, sorts, operators, macros and let. It returns commands with
+// their terms; the engine executes them. It does not recurse over terms or nesting.
 
 #include <cstdint>
 #include <memory>
@@ -18,7 +17,7 @@
 
 namespace vell::smtlib {
 
-// Symbols are given as they are, without bars; quote_symbol makes them fit for a script.
+// Symbols are given without bars; quote_symbol() adds them where they are needed.
 enum class CommandKind : std::uint8_t {
   set_logic,    // text: the logic
   set_option,   // text: the keyword (":produce-models"), value: the attribute value as written
@@ -47,10 +46,10 @@ enum class CommandKind : std::uint8_t {
   exit
 };
 
-// "As written" is token by token: comments are left out, and one space stands between two tokens, none behind
-// "(" and none in front of ")".
+// "As written" means token by token: without comments, with one space between two tokens, but none after "("
+// and before ")".
 
-// A term with a name of its own, from (! t :named n).
+// A named term, from (! t :named n).
 struct NamedTerm {
   std::string name;  // as it must be printed, quoted where the script had to
   Term_ const* term = nullptr;
@@ -80,26 +79,25 @@ class Reader {
   Reader(TermManager& tm, std::unique_ptr<io::Source> source);
   ~Reader();
 
-  // Reads the next command into `command` (its vectors are reused); false at the end of the script and after
-  // an exit command. Throws Error at the first thing that is wrong, a script without any command included;
-  // the reader must not be used further then. Declarations and definitions are in force when the call
-  // returns; push, pop, reset and reset-assertions have already changed the scopes of symbols, under
-  // :global-declarations as set by a set-option command that the reader has seen.
+  // Reads the next command into `command`, whose vectors are reused. False at the end of the script and after
+  // an exit command. Throws Error for the first error, which includes a script without any command; after
+  // that only recover() may be called. When the call returns, declarations and definitions are in force, and
+  // push, pop, reset and reset-assertions have changed the scopes of symbols, under the last value of
+  // :global-declarations that was read.
   bool next(Command& command);
 
-  // Throws Error for something wrong at an offset of the command that was read last.
+  // Throws Error for an error at an offset of the command that was read last.
   [[noreturn]] void fail(std::uint64_t offset, std::string const& message) const;
-  // After an error, for a dialogue: forgets the command that the error was in, and drops the bytes that the
-  // source has handed out. The reader can be used again.
+  // After an error in a dialogue: drops the command with the error and the bytes in the source's window. The
+  // reader can be used again.
   void recover();
   // Whether next() is between the parentheses of a command.
   bool inside_command() const;
-  // Every name that a script could use now and that starts with the prefix: commands, operators, declared
-  // symbols.
+  // All names that start with the prefix and can be used now: commands, operators, declared symbols.
   std::vector<std::string> names(std::string_view prefix) const;
 
   std::string const& file() const;
-  // Bytes of the script behind, and in all; the latter is 0 where only the script's end will tell.
+  // The number of bytes read so far, and the size of the script; 0 if that is not known before the end.
   std::uint64_t bytes_read() const;
   std::uint64_t bytes_total() const;
 
@@ -108,7 +106,7 @@ class Reader {
   std::unique_ptr<State> state_;
 };
 
-// The symbol as a script must write it: quoted with bars unless it is a simple symbol.
+// The symbol as a script has to write it: between bars unless it is a simple symbol.
 std::string quote_symbol(std::string_view symbol);
 
 }  // namespace vell::smtlib

@@ -1,5 +1,5 @@
-// The only sorts are Bool and the bit-vectors, so a sort definition, whatever it is built from, comes down to
-// a sort or to one of its arguments; that is all that is kept of it.
+// The only sorts are Bool and the bit-vectors, so every sort definition is equivalent to a sort or to one of
+// its arguments. Only that is stored.
 
 #include "vell/smtlib/sortparser.h"
 
@@ -62,7 +62,7 @@ SortParser::Value SortParser::symbol_value() {
   return {n->sort->type, 0};
 }
 
-// Behind "(_".
+// After "(_".
 Type const* SortParser::indexed() {
   lexer_.next();
   Name const* const n = read_symbol(lexer_, symbols_, "the name of a sort");

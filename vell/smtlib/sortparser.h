@@ -1,8 +1,8 @@
 #pragma once
 
-// Sorts of a script.
+// Parses sorts.
 //
-// Tested by tests/smtlib/terms_test.cpp.
+// Tested by tests/smtlib/terms_test.cpp and tests/smtlib/commands_test.cpp.
 
 #include <unordered_map>
 #include <vector>

@@ -1,5 +1,5 @@
-// Edit distance as optimal string alignment, by three rows of the table. Names that differ in length by more
-// than the limit cost nothing, so a script of a million names can be searched.
+// The edit distance is the optimal string alignment, computed with three rows of the table. Names whose
+// lengths differ by more than the limit are skipped at once, so a million names can be searched.
 
 #include "vell/smtlib/spelling.h"
 

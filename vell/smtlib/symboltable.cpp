@@ -22,8 +22,8 @@ std::uint64_t load4(char const* p) {
 
 constexpr std::uint64_t multiplier = 0x9e3779b97f4a7c15u;
 
-// The last 1 to 8 bytes as a word, by loads that may overlap so that no loop runs over bytes: for a given
-// number of bytes, different words for different bytes.
+// The last 1 to 8 bytes as a word, read by overlapping loads instead of a loop over bytes. For a given number
+// of bytes, different bytes give different words.
 std::uint64_t tail_word(char const* p, std::size_t n) {
   if (n >= 4) return load4(p) << 32 | load4(p + n - 4);
   if (n == 0) return 0;

@@ -1,11 +1,11 @@
 #pragma once
 
-// Symbols of a script and what they stand for now.
+// The symbols of a script and their present meanings.
 //
-// A symbol is interned once; afterwards everything known about it - the reserved word, command or theory
-// operator it spells, its global meaning, the let variable or parameter that shadows it - is read from one
-// entry without hashing again. Local meanings nest, so they are restored from a stack; global ones do not,
-// since a symbol may be declared only once in a visible scope, so leaving a scope clears them.
+// A symbol is interned once. Its entry holds everything known about it, so it is hashed only once: the
+// reserved word, command or operator of that name, its global meaning, and the let variable or parameter that
+// shadows it. Local meanings nest and are restored from a stack. Global ones do not nest, since a symbol may
+// be declared only once in the visible scopes; leaving a scope clears them.
 //
 // Tested by tests/smtlib/symboltable_test.cpp.
 
@@ -28,7 +28,7 @@ using theory::Operator;
 
 struct Macro;  // macro.h
 
-// Words that a simple symbol cannot be.
+// Reserved words, which are no simple symbols.
 enum class Reserved : std::uint8_t {
   none,
   annotation,  // !
@@ -43,7 +43,7 @@ enum class Reserved : std::uint8_t {
   token_class  // BINARY, DECIMAL, HEXADECIMAL, NUMERAL, STRING
 };
 
-// What a sort symbol stands for: a sort, or, for a sort definition with parameters, one of its arguments.
+// The meaning of a sort symbol: a sort or, for a sort definition with parameters, one of its arguments.
 struct SortDefinition {
   std::uint64_t parameters = 0;
   Type const* type = nullptr;  // null: argument number `argument`
@@ -76,11 +76,11 @@ class SymbolTable {
  public:
   SymbolTable();
 
-  // The entry of the symbol; made where there is none. Entries keep their addresses.
+  // The entry of the symbol; created if there is none. The addresses of entries do not change.
   Name* intern(std::string_view symbol);
 
-  // ---- global meanings ----
-  // They hold until the scope ends that is open now, or forever while `global` is set.
+  // ---- global meanings ---- They hold until the current scope ends; those made while `global` is set hold
+  // permanently.
   void bind(Name* name, Name::Meaning meaning, Term_ const* term);
   void bind(Name* name, std::unique_ptr<Macro> macro);
   void bind_sort(Name* name, SortDefinition const& sort);
@@ -90,15 +90,13 @@ class SymbolTable {
   void push(std::uint64_t levels);
   // levels <= scopes()
   void pop(std::uint64_t levels);
-  // Leaves all scopes and forgets what was declared in and outside them, but for what was declared while
-  // `global` was set.
+  // Leaves all scopes and removes all declarations, except those made while `global` was set.
   void reset_assertions();
-  // Forgets everything declared.
+  // Removes all declarations.
   void reset();
 
-  // ---- a command that is dropped ----
-  // What has been declared so far; forgets what was declared since then, with no scope opened or closed in
-  // between.
+  // ---- a command that is dropped ---- The number of declarations so far, and the removal of those made
+  // since then. No scope may be opened or closed in between.
   struct Mark {
     std::size_t scoped;
     std::size_t unscoped;
@@ -124,7 +122,7 @@ class SymbolTable {
       undo_.pop_back();
     }
   }
-  // Gives memory back that very many local meanings took; while some are in force it does nothing.
+  // Releases the memory of very many local meanings. Does nothing while any are in force.
   void shrink_locals() {
     if (undo_.empty() && undo_.capacity() > 1u << 20) std::vector<Undo>().swap(undo_);
   }

@@ -1,6 +1,6 @@
-// One loop and one stack of open parentheses. A finished value goes to the frame on top: an application
-// collects it, a let binds it or passes it on, an annotation names it or passes it on. Nothing calls itself,
-// so nesting costs 24 bytes a level and no machine stack.
+// One loop with a stack of open parentheses (frames). A complete value is passed to the frame on top: an
+// application collects it, a let binds it or passes it on, an annotation names it or passes it on. There is
+// no recursion: nesting costs 24 bytes per level and no machine stack.
 
 #include "vell/smtlib/termparser.h"
 
@@ -58,7 +58,7 @@ Term_ const* TermParser::parse(std::vector<NamedTerm>& named) {
       default: not_a_term();
     }
     if (!deliver(value)) continue;
-    // What a very deep term took is given back: solving it will need the memory.
+    // The memory of a very deep term is released, since solving will need it.
     shrink(frames_);
     shrink(values_);
     symbols_.shrink_locals();
@@ -75,7 +75,8 @@ void TermParser::recover() {
   parameters_.clear();
 }
 
-// Hands the value to the frames that wait for one; true when none is left and `value` is the whole term.
+// Passes the value to the frames that wait for one; true if no frame is left, so that `value` is the whole
+// term.
 bool TermParser::deliver(Term_ const*& value) {
   for (;;) {
     if (frames_.empty()) return true;
@@ -111,7 +112,7 @@ TermParser::Frame& TermParser::push(Kind kind, std::uint64_t offset) {
 
 // ---- parentheses ----
 
-// At "(": a frame, or a whole term such as (_ bv5 8).
+// At "(": pushes a frame, or reads a whole term such as (_ bv5 8).
 Term_ const* TermParser::open() {
   std::uint64_t const offset = lexer_.offset();
   switch (lexer_.next()) {
@@ -164,7 +165,7 @@ void TermParser::push_function(Name const* name, std::uint64_t offset) {
   push(Kind::operation, offset).op = op;
 }
 
-// Behind "((_", with the parenthesis that opens the application at `offset`.
+// After "((_"; the parenthesis that opens the application is at `offset`.
 void TermParser::push_indexed_function(std::uint64_t offset) {
   lexer_.next();
   Name const* const n = read_symbol(lexer_, symbols_, "an indexed function");
@@ -273,9 +274,9 @@ Term_ const* TermParser::constant(Name const* name, std::uint64_t offset) {
   return apply(terms_, *name->theory, {}, nullptr);
 }
 
-// Behind "(_": a constant, (_ bv5 8).
+// After "(_": a constant such as (_ bv5 8).
 Term_ const* TermParser::indexed_constant() {
-  // Numerals are not interned: there may be very many.
+  // Numerals are not interned as symbols, since there may be very many.
   if (lexer_.next() == Token::symbol && is_numeral(lexer_.text())) return bit_vector_numeral();
   Name const* const n = read_symbol(lexer_, symbols_, "an indexed symbol");
   if (n->theory != nullptr && n->theory->indices != 0)
@@ -335,7 +336,7 @@ Term_ const* TermParser::number(std::uint64_t value, std::uint64_t width) {
   return r.term;
 }
 
-// Behind "(as": a constant with its sort stated.
+// After "(as": a constant with its sort.
 Term_ const* TermParser::qualified_constant(std::uint64_t offset) {
   Term_ const* t = nullptr;
   if (lexer_.next() == Token::open) {
@@ -359,9 +360,9 @@ void TermParser::check_sort(Term_ const* term, Type const* sort, std::uint64_t o
 
 // ---- let and annotations ----
 
-// At the parenthesis in front of a let binding or at the one that ends their list. Reads up to the binding's
-// value, or puts the bindings in force, all at once: no value sees another variable of its list. False at an
-// empty list.
+// At the parenthesis that opens a let binding or closes their list. Reads up to the binding's value, or puts
+// all bindings into force together, so that no value uses another variable of its list. False for an empty
+// list.
 bool TermParser::next_binding(Frame& frame) {
   Token const t = lexer_.next();
   if (t == Token::open) {
@@ -380,7 +381,7 @@ bool TermParser::next_binding(Frame& frame) {
   for (std::size_t i = 0; i < count; ++i) {
     Binder const& b = binders_[first + i];
     if (count > 1) {
-      // To one and the same term: nobody can be misled, and other solvers read such scripts.
+      // Bound twice to the same term: this is unambiguous, and other solvers accept such scripts.
       if (b.name->stamp == stamp && b.name->local != values_[frame.base + i])
         lexer_.fail(b.offset, quoted(b.name) + " is bound to two terms in one let");
       b.name->stamp = stamp;
@@ -392,7 +393,7 @@ bool TermParser::next_binding(Frame& frame) {
   return true;
 }
 
-// Behind an annotated term: attributes up to the closing parenthesis.
+// After an annotated term: reads attributes up to the closing parenthesis.
 void TermParser::read_attributes(Term_ const* term) {
   if (lexer_.next() != Token::keyword) lexer_.fail("expected an attribute, found " + lexer_.describe());
   while (lexer_.kind() != Token::close) {
@@ -437,8 +438,8 @@ void TermParser::unknown(Name const* name, std::uint64_t offset) const {
   lexer_.fail(offset, "unknown symbol " + quoted(name) + spelling.hint());
 }
 
-// How the integer that is the current token is written as a bit-vector, as wide as the arguments in front of
-// it.
+// The current token, an integer, as a bit-vector of the width of the preceding arguments; for an error
+// message.
 std::string TermParser::bit_vector_hint() const {
   std::string width = "WIDTH";
   if (!frames_.empty() && frames_.back().kind == Kind::operation && frames_.back().op->indices == 0) {

@@ -1,6 +1,6 @@
 #pragma once
 
-// Terms of a script.
+// Parses terms.
 //
 // Tested by tests/smtlib/terms_test.cpp and operators_test.cpp.
 
@@ -20,13 +20,13 @@ class TermParser {
  public:
   TermParser(TermManager& terms, Lexer& lexer, SymbolTable& symbols, SortParser& sorts);
 
-  // The term that begins with the current token; its last token is the current one afterwards. Terms named
-  // inside are bound in the symbol table and appended to `named`.
+  // Parses the term that begins with the current token; afterwards its last token is the current one. Terms
+  // that are named inside are declared in the symbol table and appended to `named`.
   Term_ const* parse(std::vector<NamedTerm>& named);
-  // The name given to the whole of the term parsed last; "" when it has none.
+  // The name of the whole term parsed last; "" if it has none.
   std::string const& outer_name() const { return outer_name_; }
 
-  // Drops what a broken term left behind; local meanings in the symbol table are the caller's to drop.
+  // Resets the state after an error in a term. The caller removes the local meanings from the symbol table.
   void recover();
 
   // Variables that may not occur in a named term: the parameters of the definition that is being read.
@@ -34,7 +34,7 @@ class TermParser {
 
  private:
   enum class Kind : std::uint8_t { operation, macro, let_bindings, let_body, annotation };
-  // An open parenthesis whose term is not complete. 24 bytes: ten million of them may be open.
+  // An open parenthesis. 24 bytes, since ten million of them may be open.
   struct Frame {
     union {
       Operator const* op;
@@ -90,7 +90,7 @@ class TermParser {
   std::vector<NamedTerm>* named_ = nullptr;
   std::string outer_name_;
 
-  // Numerals of up to 64 bits met lately, in front of the manager's table.
+  // A cache of recent numerals of up to 64 bits, which saves look-ups in the manager's table.
   struct Recent {
     std::uint64_t value = 0;
     std::uint64_t width = 0;

@@ -11,7 +11,7 @@ namespace vell::smtlib {
 
 namespace {
 
-// A floating-point numeral has its value as the bits of its format.
+// The value of a floating-point numeral is the bits of its format.
 std::string numeral_text(TermManager const& tm, Term_ const* t) {
   Type const* type = t->symbol->get_output_type();
   if (!tm.is_fp_type(type)) return t->symbol->name;
@@ -64,7 +64,8 @@ class Printer {
  private:
   std::string name(Term_ const* t) const { return std::string(prefix_) + std::to_string(t->id); }
 
-  // Counts the uses of every subterm; those with operands and two uses are shared, children before parents.
+  // Counts the uses of every subterm. Subterms with operands and at least two uses are shared; children
+  // precede parents.
   void find_shared(Term_ const* root) {
     std::vector<Term_ const*> stack{root};
     while (!stack.empty()) {
@@ -86,7 +87,7 @@ class Printer {
     return i != uses_.end() && i->second > 1;
   }
 
-  // Writes t itself in full, everything below down to named terms and leaves.
+  // Writes t itself in full, and everything below it down to named terms and leaves.
   void expand(Term_ const* top) {
     struct Frame {
       Term_ const* t;

@@ -9,11 +9,11 @@
 namespace vell::smtlib {
 
 // The term as SMT-LIB text. A subterm with operands that occurs more than once is named by a let, so the text
-// is linear in the size of the DAG. prefix: the names are prefix and a number; no symbol of the script may
-// look so. Tested by tests/smtlib/termprinter_test.cpp.
+// is linear in the size of the DAG. The names are prefix and a number; no symbol of the script may have this
+// form. Tested by tests/smtlib/termprinter_test.cpp.
 std::string term_text(TermManager const& tm, Term_ const* t, std::string_view prefix = "_t");
 
-// One level of the term: an argument with arguments of its own is # and its id.
+// One level of the term: an argument that has arguments itself is printed as # and its id.
 std::string shallow_text(TermManager const& tm, Term_ const* t);
 
 }  // namespace vell::smtlib
