@@ -2,7 +2,8 @@
 
 // What each pass over the terms does at a term whose operands it has been at: take them as they are now.
 //
-// Tested by those of the passes: sharedproducts_test.cpp, unconstrained_test.cpp and wordidentities_test.cpp.
+// Tested by tests/words/sharedproducts_test.cpp, tests/words/unconstrained_test.cpp and
+// tests/words/wordidentities_test.cpp.
 
 #include <vector>
 
