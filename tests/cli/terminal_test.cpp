@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include <chrono>
+#include <thread>
+
 #include "tests/cli/process.h"
 #include "tests/cli/scripts.h"
 
@@ -66,7 +69,8 @@ class Dialogue {
   int code() {
     for (int i = 0; i < 3000; ++i) {
       int status = 0;
-      read_more();
+      // A program that is about to end has closed its terminal: then reading does not wait.
+      if (!read_more()) std::this_thread::sleep_for(std::chrono::milliseconds(10));
       if (waitpid(child_, &status, WNOHANG) != child_) continue;
       child_ = -1;
       while (read_more()) continue;
