@@ -80,7 +80,7 @@ void Statistics::each(F f) const {
 }
 
 std::string Statistics::text() const {
-  std::size_t width = 0;
+  std::size_t width = 20;
   each([&](char const* name, std::string const&) { width = std::max(width, std::strlen(name)); });
   std::string out;
   each([&](char const* name, std::string const& value) {
