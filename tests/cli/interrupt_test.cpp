@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <stdlib.h>
+#include <unistd.h>
 
 #include "tests/cli/process.h"
 #include "tests/cli/scripts.h"
@@ -35,7 +36,9 @@ TEST(Interrupt, LeavesNothingOfAnExternalSolver) {
   EXPECT_EQ("unknown\n", f.out);
   EXPECT_EQ(130, f.code);
   EXPECT_EQ(1u, s.files());
+  // The child is killed with the program. It is gone when its new parent has waited for it.
   pid_t const child = std::stoi(s.read("pid"));
+  for (int i = 0; i < 500 && kill(child, 0) == 0; ++i) usleep(10'000);
   EXPECT_NE(0, kill(child, 0));
 }
 

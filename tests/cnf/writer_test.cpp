@@ -60,6 +60,7 @@ Cnf written(CnfOptions options, std::string const& text = script) {
 
 bool satisfiable(Cnf const& cnf) {
   sinks::SolverSink sink(std::make_unique<sat::CadicalSolver>());
+  for (std::uint64_t v = 0; v < cnf.variables; ++v) sink.new_lit();
   for (auto const& c : cnf.list) {
     sink.lits.clear();
     for (int n : c) sink.lits.push_back(n > 0 ? n + 1 : n - 1);

@@ -176,7 +176,6 @@ Symbol const* TermManager::make_symbol(SymbolSpec const& spec) {
 Symbol const* TermManager::operator_symbol(SymbolTag::tag tag, std::uint64_t arity, Type const* output_type,
                                            std::uint64_t parameter0, std::uint64_t parameter1) {
   assert(output_type != nullptr);
-  assert(operator_arity(tag) < 0 || arity == static_cast<std::uint64_t>(operator_arity(tag)));
   std::uint64_t h = mix(mix(tag, arity), reinterpret_cast<std::uintptr_t>(output_type));
   h = mix(mix(h, parameter0), parameter1);
   auto same = [&](Symbol const* s) {
