@@ -75,7 +75,7 @@ Term_ const* Macro::instance(TermManager& terms, std::span<Term_ const* const> a
     if (s.symbol->tag() == SymbolTag::bv_mul && terms.is_number(children[1]->symbol) &&
         !terms.is_number(children[0]->symbol))
       std::swap(children[0], children[1]);
-    at.push_back(terms.mk_term(s.symbol, children));
+    at.push_back(terms.mk_term(s.symbol, std::span(children).first(s.symbol->arity)));
   }
   return result_.term != nullptr ? result_.term : at[result_.place];
 }
