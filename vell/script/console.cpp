@@ -26,8 +26,9 @@ void Console::write(Channel& channel, std::initializer_list<std::string_view> pi
   if (shut_ || channel.failed) return;
   clear_progress();
   bool written = true;
-  for (std::string_view const text : pieces)
-    written = std::fwrite(text.data(), 1, text.size(), channel.file) == text.size() && written;
+  for (std::string_view const text : pieces)  // a view of nothing may have no address
+    written =
+        (text.empty() || std::fwrite(text.data(), 1, text.size(), channel.file) == text.size()) && written;
   if (std::fflush(channel.file) == 0 && written) return;
   channel.failed = true;
   good_ = false;
