@@ -28,9 +28,24 @@ class CadicalSolver::Observer : public CaDiCaL::Terminator, public CaDiCaL::Lear
   }
   void learn(int) override {}
 
+  // Puts the two into the list of what was abandoned, without an allocation. There they can be reached, so
+  // leak checkers do not report them.
+  static void abandon(Observer* observer, CaDiCaL::Solver* solver) {
+    observer->abandoned_ = solver;
+    observer->next_ = all_abandoned.load();
+    while (!all_abandoned.compare_exchange_weak(observer->next_, observer)) continue;
+  }
+
   std::function<bool()> stop;
   std::atomic<std::uint64_t> learned{0};
+
+ private:
+  static std::atomic<Observer*> all_abandoned;
+  CaDiCaL::Solver* abandoned_ = nullptr;
+  Observer* next_ = nullptr;
 };
+
+std::atomic<CadicalSolver::Observer*> CadicalSolver::Observer::all_abandoned{nullptr};
 
 namespace {
 
@@ -47,8 +62,7 @@ auto CadicalSolver::call(F f) {
   try {
     return f(*solver_);
   } catch (...) {
-    static_cast<void>(solver_.release());
-    static_cast<void>(observer_.release());
+    Observer::abandon(observer_.release(), solver_.release());
     throw;
   }
 }
