@@ -366,7 +366,12 @@ TEST(CommandLine, MemoryLimit) {
       "(declare-const a (_ BitVec 600))(declare-const b (_ BitVec 600))(assert (= (bvmul a b) (bvudiv a b)))"
       "(check-sat)(get-info :reason-unknown)";
   Finished const f = vell_bv({"-", "--memory-limit", "60"}, script);
+#ifdef __SANITIZE_ADDRESS__
+  // Malloc does not fail, and the program may be ended before it comes to the next command.
+  EXPECT_EQ(0u, f.out.find("unknown\n")) << f.out;
+#else
   EXPECT_EQ("unknown\n(:reason-unknown memout)\n", f.out);
+#endif
   EXPECT_EQ(1, f.code);
   EXPECT_LT(f.seconds, 20);
 }

@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <fstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -28,7 +29,7 @@ struct Finished {
 struct Start {
   std::vector<std::string> arguments;
   std::string input = {};
-  int signal = 0;  // sent after signal_after seconds
+  int signal = 0;  // sent after signal_after seconds, and not before the program handles it
   double signal_after = 0;
   std::string folder = {};     // working directory
   unsigned short columns = 0;  // stderr is a terminal this wide; 0 for a pipe
@@ -49,6 +50,17 @@ inline void open_terminal(unsigned short columns, int ends[2]) {
   size.ws_row = 24;
   size.ws_col = columns;
   ioctl(ends[1], TIOCSWINSZ, &size);
+}
+
+// Whether the program is past its start, where the signal would end it as it ends any other.
+inline bool handles(pid_t program, int signal) {
+  if (signal == SIGKILL) return true;
+  std::ifstream status("/proc/" + std::to_string(program) + "/status");
+  std::string const name = "SigCgt:";
+  for (std::string line; std::getline(status, line);)
+    if (line.rfind(name, 0) == 0)
+      return (std::stoull(line.substr(name.size()), nullptr, 16) >> (signal - 1) & 1) != 0;
+  return false;
 }
 
 inline Finished vell_bv(Start const& start) {
@@ -97,7 +109,7 @@ inline Finished vell_bv(Start const& start) {
       close(in[1]);
       in_open = false;
     }
-    if (start.signal != 0 && !signalled && seconds() >= start.signal_after) {
+    if (start.signal != 0 && !signalled && seconds() >= start.signal_after && handles(child, start.signal)) {
       kill(child, start.signal);
       signalled = true;
       since = seconds();
