@@ -205,6 +205,7 @@ TEST(CommandLine, SolveAndHelpAreCommands) {
   EXPECT_EQ(vell_bv({"--help"}).out, vell_bv({"help"}).out);
   EXPECT_EQ(vell_bv({"cnf", "--help"}).out, vell_bv({"help", "cnf"}).out);
   EXPECT_NE(std::string::npos, vell_bv({"help"}).out.find("Exit codes: 0 "));
+  EXPECT_NE(std::string::npos, vell_bv({"help"}).out.find("memory that ran out"));
   EXPECT_NE(
       0,
       shell(std::string(VELL_BINARY_DIR) + "/vell-bv --help >/dev/full 2>/dev/null; echo $?").compare("0\n"));

@@ -59,10 +59,9 @@ inline constexpr int exit_usage = 2;  // a bad command line
 inline constexpr int exit_interrupted = 130;
 // The same for --help.
 inline constexpr char exit_codes[] =
-    "Exit codes: 0 success, whatever the answers; 1 an error in the input, an answer that :status "
-    "contradicts under\n"
-    "--check-status, or output that cannot be written; 2 a wrong command line; 130 after Ctrl-C, 143 after "
-    "SIGTERM.";
+    "Exit codes: 0 success, whatever the answers; 1 an error in the input, an answer that :status\n"
+    "contradicts under --check-status, output that cannot be written, or memory that ran out;\n"
+    "2 a wrong command line; 130 after Ctrl-C, 143 after SIGTERM.";
 
 // Checks for options, with messages of one line.
 CLI::Validator seconds();  // a number above 0

@@ -165,7 +165,7 @@ void Watchdog::cut_off(int code) {
   bool const answered = statistics_.unknown != 0;
   std::string last;
   try {
-    if (forced_answer_.empty())
+    if (forced_answer_.empty() || limits_.run_reason() == run::StopReason::memout)
       last = std::string("vell-bv: not finished: ") + run::reason_text(limits_.run_reason()) + "\n";
     last += figures();
   } catch (std::bad_alloc const&) {

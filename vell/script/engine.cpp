@@ -110,11 +110,8 @@ bool ScriptEngine::run(std::unique_ptr<io::Source> source) {
   } catch (run::Stopped const& s) {
     // Stopped between two checks: the answer to the script as a whole is unknown, unless that was answered
     // already.
-    if (statistics_.unknown == 0 && !dialogue_) {
-      console_.answer("unknown");
-      if (s.reason() == run::StopReason::memout)
-        console_.message(file, ": memory limit reached while reading");
-    }
+    if (statistics_.unknown == 0 && !dialogue_) console_.answer("unknown");
+    if (s.reason() == run::StopReason::memout) console_.message(file, ": out of memory");
     ++statistics_.unknown;
     return false;
   } catch (io::Error const& e) {
@@ -129,8 +126,9 @@ bool ScriptEngine::run(std::unique_ptr<io::Source> source) {
   }
   // Where exactly memory runs out varies from run to run. The exit code does not: a script that runs out of
   // memory never succeeds.
-  bool const ended_early =
-      limits_.reason() == run::StopReason::interrupted || limits_.reason() == run::StopReason::memout;
+  bool const memout = limits_.reason() == run::StopReason::memout;
+  if (memout) console_.message(file, ": out of memory");
+  bool const ended_early = memout || limits_.reason() == run::StopReason::interrupted;
   return !model_failed_ && !query_refused_ && !failed_ && !ended_early;
 }
 
