@@ -255,9 +255,10 @@ def mutations_of(file, source):
     def balanced(line):
         return all(line.count(a) == line.count(b) for a, b in ("()", "[]", "{}"))
 
+    texts = [line for _, line in lines]
     for i, (offset, line) in enumerate(lines):
         indent = len(line) - len(line.lstrip())
-        if indent == 0 or not is_statement(line) or not balanced(line):
+        if indent == 0 or not is_statement(line) or not balanced(line) or continues(texts, i):
             continue
         begin = offset + indent
         end = offset + len(line.rstrip())
@@ -277,6 +278,16 @@ def mutations_of(file, source):
                 add(begin, next_end,
                     source[next_offset + indent : next_end] + "\n" + " " * indent + source[begin:end], "swap statements")
     return sorted(set(found), key=lambda m: (m.begin, m.end, m.text))
+
+
+def continues(lines, i):
+    """Whether line i goes on with the statement of the line above."""
+    if re.match(r"\s*(\?|:|&&|\|\||<<|[-+*/%<>&|^] |[=!<>]= |\.)", lines[i]):
+        return True
+    above = next((line.strip() for line in reversed(lines[:i]) if line.strip()), "")
+    if re.match(r"(case\b.*|default|public|private|protected)\s*:$", above):
+        return False
+    return re.search(r"([-=(,?:+*/%&|^<]|\breturn)$", above) is not None
 
 
 def matching_colon(text, start):

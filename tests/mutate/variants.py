@@ -8,7 +8,7 @@ A case is a block of its own, so what does not compile in it is an error on its 
 
 import re
 
-from mutations import closing, mask
+from mutations import closing, continues, mask
 
 DECLARATION = "extern int vell_mutant;"
 # Set before anything of the library runs.
@@ -62,7 +62,7 @@ def plain_runs(source, begin, end):
         indent = len(line) - len(line.lstrip())
         following = lines[i + 1].strip() if i + 1 < len(lines) else ""
         if (PLAIN.fullmatch(statement) and all(line.count(a) == line.count(b) for a, b in ("()", "[]", "{}"))
-                and not following.startswith("else")):
+                and not following.startswith("else") and not continues(lines, i)):
             here = (offset + indent, offset + len(line.rstrip()))
             if runs and runs[-1][2] == i - 1 and runs[-1][3] == indent:
                 runs[-1] = (runs[-1][0], here[1], i, indent)
