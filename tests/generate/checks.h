@@ -32,7 +32,6 @@ class StructureCheck : public Watcher {
   std::unordered_set<std::int64_t> known_;  // variables handed out or named by the script
   bool zeros_ = false;
   bool tested_ = false;  // a termination test is installed
-  bool combination_ = false;
 };
 
 // Trail, cache and pools after every command are what the command makes of those before it. The earlier list
