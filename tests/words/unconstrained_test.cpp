@@ -51,6 +51,8 @@ class UnconstrainedTest : public testing::Test {
       if (!hold(tm, now, values)) continue;
       still = true;
       for (std::size_t i = definitions.size(); i-- > 0;) {
+        EXPECT_EQ(definitions[i].variable->symbol->get_output_type(),
+                  definitions[i].value->symbol->get_output_type());
         values::Evaluator evaluator(tm);
         evaluator.set_assignment(values);
         std::uint64_t const value = *evaluator.value(definitions[i].value);
