@@ -14,6 +14,7 @@ using bv::BvLitList;
 using bv::WordClausifier;
 
 constexpr BvLit T = bv::l_true;
+constexpr BvLit F = bv::l_false;
 
 constexpr int variable_mode = -1;
 
