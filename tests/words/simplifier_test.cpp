@@ -82,7 +82,7 @@ TEST_F(SimplifierTest, ReportsTheFiguresOfEveryPass) {
 }
 
 TEST_F(SimplifierTest, OnlyEquivalenceKeepsTheVariables) {
-  Simplifier simplifier(tm, false, Passes::all, limits, tunables);
+  Simplifier simplifier(tm, false, parse_passes("-rewrite"), limits, tunables);
   Formulas batch;
   batch.first = true;
   Term_ const* formula = with_unconstrained_x();
@@ -93,7 +93,7 @@ TEST_F(SimplifierTest, OnlyEquivalenceKeepsTheVariables) {
 }
 
 TEST_F(SimplifierTest, SwitchedOffAPassIsNotRun) {
-  for (char const* text : {"none", "-unconstrained"}) {
+  for (char const* text : {"none", "-rewrite,-unconstrained"}) {
     Simplifier simplifier(tm, false, parse_passes(text), limits, tunables);
     Formulas batch;
     batch.first = batch.may_define = true;
@@ -105,7 +105,7 @@ TEST_F(SimplifierTest, SwitchedOffAPassIsNotRun) {
 }
 
 TEST_F(SimplifierTest, FreeDivisionKeepsTheVariables) {
-  Simplifier simplifier(tm, true, Passes::all, limits, tunables);
+  Simplifier simplifier(tm, true, parse_passes("-rewrite"), limits, tunables);
   Formulas batch;
   batch.first = batch.may_define = true;
   Term_ const* formula = with_unconstrained_x();
@@ -116,7 +116,7 @@ TEST_F(SimplifierTest, FreeDivisionKeepsTheVariables) {
 
 TEST_F(SimplifierTest, ALaterFormulaBringsTheFormulasBack) {
   for (bool assumed : {false, true}) {
-    Simplifier simplifier(tm, false, Passes::all, limits, tunables);
+    Simplifier simplifier(tm, false, parse_passes("-rewrite"), limits, tunables);
     Formulas batch;
     batch.first = batch.may_define = true;
     Term_ const* formula = with_unconstrained_x();

@@ -6,6 +6,7 @@
 #include <chrono>
 
 #include "vell/words/linearequations.h"
+#include "vell/words/rewriter.h"
 #include "vell/words/sharedproducts.h"
 #include "vell/words/unconstrained.h"
 #include "vell/words/wordidentities.h"
@@ -17,6 +18,8 @@ namespace {
 // Identities come first: what they decide, nothing else needs to look at. Definitions are made before
 // products are shared, since a product may go with its variable.
 constexpr PassRow rows[] = {
+    {"rewrite", "bring terms into a normal form, rule by rule", Guarantee::equivalent, false, true,
+     make_rewriter},
     {"identities", "decide equalities of products by a normal form, and comparisons with a successor",
      Guarantee::equivalent, false, true, make_word_identities},
     {"equations", "solve systems of linear equations", Guarantee::equivalent, true, true,
@@ -27,7 +30,7 @@ constexpr PassRow rows[] = {
      true, make_shared_products},
 };
 constexpr std::size_t pass_count = std::size(rows);
-constexpr std::size_t identities = 0;  // may run again over formulas that come back
+constexpr std::size_t identities = 1;  // may run again over formulas that come back
 
 }  // namespace
 

@@ -1,0 +1,58 @@
+#pragma once
+
+// The rules that the rewriter applies, one file per family of operators.
+//
+// A rule looks at the root of a term whose operands are in normal form already and gives an equivalent term,
+// or null where it does not apply. It may leave new terms below the root that are not in normal form: the
+// rewriter takes them up again. A rule never makes a circuit larger as long as its operands are used nowhere
+// else, and leaves operands that others may use as they are.
+//
+// Tested by tests/words/rules_test.cpp: every rule there is proved on instances of its own.
+
+#include <cstdint>
+#include <initializer_list>
+#include <span>
+
+#include "vell/words/builder.h"
+
+namespace vell::words {
+
+// A set of operators.
+class Tags {
+ public:
+  constexpr Tags(std::initializer_list<SymbolTag::tag> tags) {
+    for (SymbolTag::tag t : tags) bits_ |= std::uint64_t{1} << t;
+  }
+  constexpr bool contain(std::uint32_t tag) const { return tag < 64 && (bits_ >> tag & 1) != 0; }
+
+ private:
+  std::uint64_t bits_ = 0;
+};
+
+struct Rule {
+  char const* name;
+  Tags roots;            // the operators of the terms that it applies to
+  char const* equation;  // what it does, in short
+  Term_ const* (*apply)(Builder const& b, Term_ const* t);
+};
+
+namespace rules {
+
+// In the order in which they are tried.
+std::span<Rule const> booleans();
+std::span<Rule const> conditionals();
+std::span<Rule const> equalities();
+std::span<Rule const> comparisons();
+std::span<Rule const> bitwise();
+std::span<Rule const> sums();
+std::span<Rule const> products();
+std::span<Rule const> divisions();
+std::span<Rule const> shifts();
+std::span<Rule const> slices();
+
+}  // namespace rules
+
+// All of them, family after family.
+std::span<Rule const> all_rules();
+
+}  // namespace vell::words

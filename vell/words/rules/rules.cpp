@@ -1,0 +1,20 @@
+#include <vector>
+
+#include "vell/words/rules/rule.h"
+
+namespace vell::words {
+
+std::span<Rule const> all_rules() {
+  static std::vector<Rule> const table = [] {
+    std::vector<Rule> out;
+    for (std::span<Rule const> family :
+         {rules::booleans(), rules::conditionals(), rules::equalities(), rules::comparisons(),
+          rules::bitwise(), rules::sums(), rules::products(), rules::divisions(), rules::shifts(),
+          rules::slices()})
+      out.insert(out.end(), family.begin(), family.end());
+    return out;
+  }();
+  return table;
+}
+
+}  // namespace vell::words
