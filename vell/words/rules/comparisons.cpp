@@ -84,9 +84,9 @@ Term_ const* extended_sides(Builder const& b, Term_ const* t) {
   Term_ const* const y = t->children[1];
   bool const zero = b.is(x, Tag::bv_zero_extend);
   if ((!zero && !b.is(x, Tag::bv_sign_extend)) || b.tag(x) != b.tag(y) ||
-      b.width(x->children[0]) != b.width(y->children[0]))
+      b.width(x->children[0]) != b.width(y->children[0]) || b.width(x->children[0]) == b.width(x))
     return nullptr;
-  // A word that was extended by zeros is not negative.
+  // A word that was extended by a zero at least is not negative.
   return b.order(zero ? Tag::bv_ule : b.tag(t), x->children[0], y->children[0]);
 }
 
@@ -96,6 +96,7 @@ Term_ const* zero_extended_side(Builder const& b, Term_ const* t) {
   Term_ const* const k = t->children[1];
   if (!b.is(x, Tag::bv_zero_extend) || !b.is_numeral(k)) return nullptr;
   std::uint64_t const w = b.width(x->children[0]);
+  if (w == b.width(x)) return nullptr;
   mpz_class const n = b.value(k);
   if (b.is(t, Tag::bv_sle) && mpz_tstbit(n.get_mpz_t(), b.width(k) - 1) != 0) return b.boolean(false);
   if (mpz_sizeinbase(n.get_mpz_t(), 2) > w) return b.boolean(true);
