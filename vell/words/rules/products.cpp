@@ -45,8 +45,11 @@ Term_ const* nested_factor(Builder const& b, Term_ const* t) {
   std::uint64_t const w = b.width(t);
   if (b.is(x, Tag::bv_mul) && b.is_numeral(x->children[0]))
     return b.word(Tag::bv_mul, b.number(b.value(k) * b.value(x->children[0]), w), x->children[1]);
-  if (b.is(x, Tag::bv_neg)) return b.word(Tag::bv_mul, b.number(-b.value(k), w), x->children[0]);
-  return nullptr;
+  if (!b.is(x, Tag::bv_neg)) return nullptr;
+  // Each one of the numeral is an operand of a sum: more of them than before are not worth the negation.
+  Term_ const* const opposite = b.number(-b.value(k), w);
+  if (mpz_popcount(b.value(opposite).get_mpz_t()) > mpz_popcount(b.value(k).get_mpz_t())) return nullptr;
+  return b.word(Tag::bv_mul, opposite, x->children[0]);
 }
 
 Term_ const* negated_operands(Builder const& b, Term_ const* t) {

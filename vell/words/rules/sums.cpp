@@ -74,19 +74,19 @@ class Sum {
     }
   }
 
-  // Reduces the factors to -2^(w-1) < f <= 2^(w-1), drops the words with factor zero; whether words met.
+  // Reduces the factors to -2^w < f < 2^w, drops the words with factor zero; whether words met. Of the two
+  // factors that are the same modulo 2^w it takes the one with fewer ones: each is an operand of the
+  // product's sum.
   bool reduce() {
     bool met = numerals_ > 1;
-    mpz_class const half = mpz_class(1) << (width_ - 1);
-    auto const wrap = [&](mpz_class& n) {
-      mpz_fdiv_r_2exp(n.get_mpz_t(), n.get_mpz_t(), width_);
-      if (n > half) n -= 2 * half;
-    };
+    mpz_class const end = mpz_class(1) << width_;
     for (Word& w : words_) {
       met = met || w.places > 1;
-      wrap(w.factor);
+      mpz_fdiv_r_2exp(w.factor.get_mpz_t(), w.factor.get_mpz_t(), width_);
+      mpz_class const opposite = end - w.factor;
+      if (mpz_popcount(opposite.get_mpz_t()) < mpz_popcount(w.factor.get_mpz_t())) w.factor = -opposite;
     }
-    wrap(constant_);
+    mpz_fdiv_r_2exp(constant_.get_mpz_t(), constant_.get_mpz_t(), width_);
     std::erase_if(words_, [](Word const& w) { return w.factor == 0; });
     return met;
   }
