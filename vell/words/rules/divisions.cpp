@@ -36,7 +36,12 @@ Term_ const* by_large_numeral(Builder const& b, Term_ const* t) {
   if (!b.is_numeral(k) || !b.manager().number(k->symbol)->test_bit(w - 1) || w == 1) return nullptr;
   Term_ const* const reached = b.order(Tag::bv_ule, k, x);
   if (b.is(t, Tag::bv_udiv)) return b.ite(reached, b.one(w), b.zero(w));
-  return b.ite(reached, b.word(Tag::bv_sub, x, k), x);
+  // x - k is less than 2^w - k: the bits above are zero, and only those below are subtracted.
+  mpz_class const most = (mpz_class(1) << w) - 1 - b.value(k);
+  if (most == 0) return b.ite(reached, b.zero(w), x);
+  std::uint64_t const n = mpz_sizeinbase(most.get_mpz_t(), 2);
+  Term_ const* const low = b.word(Tag::bv_sub, b.extract(x, n - 1, 0), b.extract(k, n - 1, 0));
+  return b.ite(reached, b.zero_extend(low, w - n), x);
 }
 
 Term_ const* zero_dividend(Builder const& b, Term_ const* t) {
@@ -85,6 +90,8 @@ Term_ const* extended_operands(Builder const& b, Term_ const* t) {
 Term_ const* signed_division(Builder const& b, Term_ const* t) {
   Term_ const* const x = t->children[0];
   Term_ const* const y = t->children[1];
+  // The negation of a difference would be a second difference beside it.
+  if (b.is(x, Tag::bv_sub) || b.is(y, Tag::bv_sub)) return nullptr;
   auto const absolute = [&](Term_ const* o) { return b.ite(b.is_set(o, b.width(o) - 1), b.minus(o), o); };
   Term_ const* const x_negative = b.is_set(x, b.width(x) - 1);
   if (b.is(t, Tag::bv_srem)) {
