@@ -156,7 +156,7 @@ class Generator {
 
   void step() {
     unsigned const w = std::min(some_width(), max_width);
-    switch (r_.below(24)) {
+    switch (r_.below(30)) {
       case 0: add(app(r_.pick({S::bv_not, S::bv_neg}), {word(w)})); return;
       case 1:
       case 2: add(app(r_.pick({S::bv_add, S::bv_sub, S::bv_add}), {word(w), word(w)})); return;
@@ -211,6 +211,12 @@ class Generator {
       case 20:
       case 21:
       case 22: two_widths(); return;
+      case 23: wires(w); return;
+      case 24: junctions(w); return;
+      case 25: choices(w); return;
+      case 26: order_of_parts(w); return;
+      case 27: extended_division(w); return;
+      case 28: overflow(std::min(w, max_width / 2)); return;
       default: remainder_of_remainder(w); return;
     }
   }
@@ -225,6 +231,201 @@ class Generator {
     S const tag = r_.pick({S::bv_ult, S::bv_ule, S::bv_slt, S::bv_sle});
     add_bool(r_.percent(50) ? app(tag, {y, stepped}) : app(tag, {stepped, y}));
   }
+
+  T complement(T t) { return app(S::bv_not, {t}); }
+  T maybe_complement(T t) { return r_.percent(50) ? complement(t) : t; }
+
+  // Rotations, and slices of what is put together of slices.
+  void wires(unsigned w) {
+    T x = word(w);
+    switch (r_.below(6)) {
+      case 0: add(app(r_.pick({S::bv_rotate_left, S::bv_rotate_right}), {x}, r_.below(w + 1))); return;
+      case 1: {
+        if (w == 1) return;
+        unsigned const split = 1 + static_cast<unsigned>(r_.below(w - 1));
+        T high = app(S::bv_extract, {x}, w - 1, split);
+        T low = app(S::bv_extract, {x}, split - 1, 0);
+        if (r_.percent(30)) {
+          high = complement(high);
+          low = complement(low);
+        }
+        add(r_.percent(70) ? app(S::bv_concat, {high, low}) : app(S::bv_concat, {low, high}));
+        return;
+      }
+      case 2: {
+        if (2 * w > max_width) return;
+        T y = r_.percent(50) ? complement(word(w)) : numeral(w);
+        add(complement(r_.percent(50) ? app(S::bv_concat, {maybe_complement(x), y})
+                                      : app(S::bv_concat, {y, maybe_complement(x)})));
+        return;
+      }
+      case 3: {
+        unsigned const low = static_cast<unsigned>(r_.below(w));
+        T masked = app(r_.pick({S::bv_and, S::bv_or, S::bv_xor}), {x, numeral(w)});
+        T inner = r_.percent(40) ? masked : r_.percent(50) ? complement(x) : chosen_numeral(w);
+        add(app(S::bv_extract, {inner}, low + r_.below(w - low), low));
+        return;
+      }
+      case 4: {
+        if (w + 3 > max_width) return;
+        T extended = app(r_.pick({S::bv_zero_extend, S::bv_sign_extend}), {x}, r_.below(3));
+        add(r_.percent(60) ? app(r_.pick({S::bv_zero_extend, S::bv_sign_extend}), {extended}, 1)
+                           : app(S::bv_sign_extend, {app(S::bv_concat, {numeral(1), x})}, 1));
+        return;
+      }
+      default: {
+        if (w + 2 > max_width) return;
+        T choice = chosen_numeral(w);
+        add(r_.percent(50) ? app(S::bv_concat, {numeral(2), choice})
+                           : app(S::bv_concat, {choice, numeral(2)}));
+      }
+    }
+  }
+  T chosen_numeral(unsigned w) { return app(S::term_ite, {boolean(), numeral(w), numeral(w)}); }
+
+  // Bitwise operators that meet themselves, their complements and masks.
+  void junctions(unsigned w) {
+    S const outer = r_.pick({S::bv_and, S::bv_or, S::bv_xor});
+    S const inner = r_.percent(60) ? outer : r_.pick({S::bv_and, S::bv_or, S::bv_xor});
+    T x = word(w);
+    T y = r_.percent(40) ? numeral(w) : word(w);
+    switch (r_.below(5)) {
+      case 0: add(app(outer, {maybe_complement(x), app(inner, {maybe_complement(x), y})})); return;
+      case 1: add(app(outer, {complement(x), complement(word(w))})); return;
+      case 2: add(app(outer, {app(inner, {x, numeral(w)}), numeral(w)})); return;
+      case 3: {
+        // A mask of one run of ones.
+        std::uint64_t const low = r_.below(w);
+        std::uint64_t const run = ((1u << (1 + r_.below(w - low))) - 1) << low;
+        std::uint64_t const all = (1u << w) - 1;
+        add(app(outer, {x, tm_.mk_bv((outer == S::bv_or ? ~run : run) & all, w)}));
+        return;
+      }
+      default: {
+        T sides[2] = {app(inner, {x, y}), r_.percent(50) ? app(inner, {x, word(w)}) : numeral(w)};
+        add_bool(app(S::equal, {sides[0], sides[1]}));
+      }
+    }
+  }
+
+  // If-then-else in each other, and conditions in branches.
+  void choices(unsigned w) {
+    T c = boolean();
+    T d = boolean();
+    T x = word(w);
+    T y = word(w);
+    switch (r_.below(6)) {
+      case 0: {
+        T inner = app(S::term_ite, {r_.percent(40) ? c : d, x, y});
+        T other = r_.percent(60) ? r_.pick({x, y}) : word(w);
+        add(r_.percent(50) ? app(S::term_ite, {c, inner, other}) : app(S::term_ite, {c, other, inner}));
+        return;
+      }
+      case 1:
+        add(app(S::term_ite, {app(S::bool_not, {c}), maybe_complement(x), maybe_complement(y)}));
+        return;
+      case 2: {
+        T p = r_.percent(30) ? c : r_.percent(50) ? tm_.mk_bool(r_.percent(50)) : d;
+        T q = r_.percent(40) ? app(S::bool_not, {p}) : boolean();
+        add_bool(r_.percent(50) ? app(S::bool_ite, {c, p, q}) : app(S::bool_ite, {c, q, p}));
+        return;
+      }
+      case 3: {
+        if (w + 2 > max_width) return;
+        S const tag = r_.pick({S::bv_zero_extend, S::bv_sign_extend});
+        add(app(S::term_ite, {c, app(tag, {x}, 2), r_.percent(50) ? app(tag, {y}, 2) : numeral(w + 2)}));
+        return;
+      }
+      case 4: {
+        if (2 * w > max_width) return;
+        T z = word(w);
+        add(r_.percent(50) ? app(S::term_ite, {c, app(S::bv_concat, {x, y}), app(S::bv_concat, {x, z})})
+                           : app(S::term_ite, {c, app(S::bv_concat, {y, x}), app(S::bv_concat, {z, x})}));
+        return;
+      }
+      default: {
+        T p = r_.percent(50) ? app(S::bool_not, {c}) : c;
+        T q = app(r_.pick({S::bool_and, S::bool_or}), {r_.percent(50) ? app(S::bool_not, {c}) : c, d});
+        add_bool(app(r_.pick({S::bool_and, S::bool_or, S::bool_iff}),
+                     {p, r_.percent(40) ? app(S::bool_not, {q}) : q}));
+      }
+    }
+  }
+
+  // Comparisons of extensions, complements and concatenations, and with the numerals at the ends.
+  void order_of_parts(unsigned w) {
+    T x = word(w);
+    T y = word(w);
+    unsigned const wide = std::min(w + 2, max_width);
+    S const tag = r_.pick({S::bv_zero_extend, S::bv_sign_extend});
+    T a = x;
+    T b = r_.pick({y, x});
+    switch (r_.below(4)) {
+      case 0:
+        a = app(tag, {x}, wide - w);
+        b = r_.percent(50) ? app(tag, {y}, wide - w) : numeral(wide);
+        break;
+      case 1:
+        a = complement(x);
+        b = r_.percent(50) ? complement(y) : numeral(w);
+        break;
+      case 2:
+        if (2 * w > max_width) return;
+        a = r_.percent(50) ? app(S::bv_concat, {x, y}) : app(S::bv_concat, {y, x});
+        b = r_.percent(50) ? app(S::bv_concat, {x, word(w)}) : app(S::bv_concat, {word(w), x});
+        break;
+      default: {
+        std::uint64_t const end = std::uint64_t{1} << w;
+        std::uint64_t const step = end >> (1 + r_.below(w));
+        b = tm_.mk_bv(
+            r_.pick<std::uint64_t>({end / 2, end / 2 - 1, end - 1, 0, step - 1, end - step - 1, end - step}) &
+                (end - 1),
+            w);
+      }
+    }
+    add_bool(r_.percent(60) ? comparison(a, b) : comparison(b, a));
+  }
+
+  // Division and shift of words that are extended, large numerals or the same.
+  void extended_division(unsigned w) {
+    S const tag =
+        r_.pick({S::bv_udiv, S::bv_urem, S::bv_sdiv, S::bv_srem, S::bv_lshr, S::bv_shl, S::bv_ashr});
+    T x = word(w);
+    T y = r_.percent(20) ? x : word(w);
+    std::uint64_t const all = (std::uint64_t{1} << w) - 1;
+    if (r_.percent(40)) {
+      unsigned const by = std::min(2u, max_width - w);
+      if (by == 0) return;
+      x = app(S::bv_zero_extend, {x}, by);
+      y = r_.percent(60) ? app(S::bv_zero_extend, {y}, by) : numeral(w + by);
+    } else if (r_.percent(40)) {
+      y = tm_.mk_bv(r_.pick<std::uint64_t>({all, all / 2 + 1, r_.next() | (all / 2 + 1), 1, 2, 0}) & all, w);
+    } else if (r_.percent(30)) {
+      x = tm_.mk_bv(r_.pick<std::uint64_t>({0, all}), w);
+    }
+    add(app(tag, {x, y}));
+  }
+
+  // Whether a sum, a difference or a product leaves its width, as scripts say it.
+  void overflow(unsigned w) {
+    T x = word(w);
+    T y = word(w);
+    bool const is_signed = r_.percent(50);
+    S const extend = is_signed ? S::bv_sign_extend : S::bv_zero_extend;
+    S const tag = r_.pick({S::bv_add, S::bv_sub, S::bv_mul});
+    unsigned const by = tag == S::bv_mul ? w : 1;
+    T wide = app(tag, {app(extend, {x}, by), app(extend, {y}, by)});
+    T narrow = app(tag, {x, y});
+    if (r_.percent(50))
+      add_bool(app(S::bool_not, {app(S::equal, {wide, app(extend, {narrow}, by)})}));
+    else if (is_signed)
+      add_bool(app(S::bool_and, {app(S::equal, {sign_of(x), sign_of(y)}),
+                                 app(S::bool_not, {app(S::equal, {sign_of(x), sign_of(narrow)})})}));
+    else
+      add_bool(
+          app(S::equal, {app(S::bv_extract, {wide}, w + by - 1, w), tm_.mk_bv(r_.percent(50) ? 1 : 0, by)}));
+  }
+  T sign_of(T t) { return app(S::bv_extract, {t}, width(t) - 1, width(t) - 1); }
 
   // A term that is equal to t, or mostly: written otherwise.
   T twin(T t, unsigned depth) {

@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "vell/words/rewriter.h"
+
 namespace vell::test {
 namespace {
 
@@ -28,6 +30,19 @@ TEST(Simplification, EveryPassFindsSomethingInTheFormulas) {
   EXPECT_GT(defined("unconstrained-defining"), 10u);
   EXPECT_GT(defined("equations-defining"), 0u);
   EXPECT_GT(defined("solver"), 10u);
+}
+
+TEST(Simplification, EveryRuleOfTheRewriterAppliesToSomeFormula) {
+  std::vector<std::uint64_t> counts(words::all_rules().size());
+  for (std::uint64_t seed = 0; seed < 8000; ++seed) {
+    TermManager tm;
+    Case const c = random_case(tm, seed);
+    words::Rewriter rewriter(tm, c.free_division, run::no_limits());
+    for (auto const part : parts_of_a_case())
+      for (Term_ const* f : c.*part) rewriter.rewrite(f);
+    for (std::size_t i = 0; i < counts.size(); ++i) counts[i] += rewriter.counts()[i];
+  }
+  for (std::size_t i = 0; i < counts.size(); ++i) EXPECT_GT(counts[i], 2u) << words::all_rules()[i].name;
 }
 
 TEST(Simplification, TheFormulasOfASeedAreAlwaysTheSame) {
