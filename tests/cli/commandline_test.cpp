@@ -120,9 +120,9 @@ TEST(CommandLine, NumbersAndPassesAreSet) {
     std::string const err = vell_bv(options).err;
     return std::stoi(err.substr(err.find("\nclauses") + 21));
   };
-  EXPECT_GT(clauses({}), 50);
-  EXPECT_LT(clauses({"--set", "unconstrained_saving=0"}), 50);
-  EXPECT_GT(clauses({"--set", "unconstrained_saving=0", "--words=-unconstrained"}), 50);
+  EXPECT_GT(clauses({"--words=-definitions"}), 50);
+  EXPECT_LT(clauses({"--set", "unconstrained_saving=0", "--words=-definitions"}), 50);
+  EXPECT_GT(clauses({"--set", "unconstrained_saving=0", "--words=-definitions,-unconstrained"}), 50);
   Finished const bad = vell_bv({"--set", "sweep_rivals=0", path});
   EXPECT_EQ(2, bad.code);
   EXPECT_NE(std::string::npos, bad.err.find("sweep_rivals takes a number from 1 to 1000"));
@@ -255,15 +255,15 @@ TEST(CommandLine, Statistics) {
   for (std::vector<std::string> const& arguments : {std::vector<std::string>{path, "--stats=json"},
                                                     {"cnf", path, "-o", s.file("a.cnf"), "--stats=json"}}) {
     f = vell_bv({arguments});
-    EXPECT_NE(std::string::npos,
-              f.err.find("\"words-identities-formulas\": 1, \"words-identities-replaced\": "))
+    EXPECT_NE(std::string::npos, f.err.find("\"words-rewrite-formulas\": 1, \"words-rewrite-replaced\": "))
         << f.err;
     EXPECT_NE(std::string::npos, f.err.find("\"words-products-time\": ")) << f.err;
   }
 }
 
 TEST(CommandLine, TraceAndVerbosity) {
-  Finished const f = vell_bv({"-", "--trace", "3"}, "(declare-const p Bool)(assert (not p))(check-sat)");
+  Finished const f =
+      vell_bv({"-", "--trace", "3", "--words=none"}, "(declare-const p Bool)(assert (not p))(check-sat)");
   EXPECT_NE(std::string::npos, f.err.find("BV:Word clausifier - calling a hook for p"));
   EXPECT_EQ("sat\n", f.out);
   EXPECT_NE(std::string::npos, vell_bv({"-", "-v"}, "(check-sat)").err.find("check-sat 1: sat"));
@@ -293,7 +293,7 @@ TEST(CommandLine, ExternalSolvers) {
 TEST(CommandLine, AModelThatIsNoneIsTheFaultOfWhoPrintedIt) {
   // Values that satisfy nothing, from a program: its name is in the message.
   std::string const command = "true {cnf}; printf 's SATISFIABLE\\nv 0\\n'";
-  Finished const f = vell_bv({"-", "--solver", command}, small);
+  Finished const f = vell_bv({"-", "--words=none", "--solver", command}, small);
   EXPECT_EQ(0u, f.out.find("unknown\n")) << f.out;
   EXPECT_EQ("vell-bv: --solver: the model that " + command + " printed does not satisfy the assertions\n",
             f.err);

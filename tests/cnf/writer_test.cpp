@@ -170,16 +170,17 @@ TEST(CnfWriter, NamedAndDefinedTermsHaveMapLines) {
                                              "c map p Bool 3",
                                              "c names",
                                              "c map |a b| (_ BitVec 2) ? ?",
-                                             "c map two (_ BitVec 2) ? ?",
+                                             "c map two (_ BitVec 2) F T",
                                              "c map top Bool 2",
-                                             "c map |all\\nof it| Bool 4"};
+                                             "c map |all\\nof it| Bool T"};
   std::vector<std::string> const found(cnf.comments.begin() + 4, cnf.comments.end());
   EXPECT_EQ(expected, found);
   EXPECT_EQ(6u, written({.symbols = "to?"}, formula).comments.size());
-  EXPECT_EQ("c map |a b| (_ BitVec 2) -1 -2", written({},
-                                                      "(declare-const x (_ BitVec 2))(define-fun |a b| () (_ "
-                                                      "BitVec 2) (bvnot x))(assert (distinct |a b| #b00))")
-                                                  .comments[6]);
+  EXPECT_EQ("c map |a b| (_ BitVec 2) 5 6",
+            written({},
+                    "(declare-const x (_ BitVec 2))(declare-const y (_ BitVec 2))"
+                    "(define-fun |a b| () (_ BitVec 2) (bvand x y))(assert (distinct |a b| x))")
+                .comments[7]);
 }
 
 TEST(CnfWriter, SimplificationsAreSwitchedAndNamed) {

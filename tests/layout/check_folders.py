@@ -12,7 +12,7 @@ def main():
     lines = collections.Counter()
     for file in (root / "vell").rglob("*"):
         if file.suffix in (".h", ".cpp"):
-            lines[file.relative_to(root / "vell").parts[0]] += file.read_text().count("\n")
+            lines[file.parent.relative_to(root / "vell").as_posix()] += file.read_text().count("\n")
     total = sum(lines.values())
     large = [f"vell/{folder} holds {n} of {total} lines: split it" for folder, n in lines.items() if 5 * n > total]
     folder, n = lines.most_common(1)[0]

@@ -2,7 +2,7 @@
 """The bytes of CNF files, whatever built the program that writes them.
 
     cnf_bytes.py check VELL_BV
-        Writes the CNF of every script beside this file, plain and --raw, and compares its SHA-256 with the one in
+        Writes the CNF of every script beside this file, plain, --raw and --words=none, and compares its SHA-256 with the one in
         sha256.txt, which every compiler and build type has to reproduce. The scripts use every operator there is.
     cnf_bytes.py update VELL_BV
         Writes sha256.txt: for a change that is meant to change clauses.
@@ -24,7 +24,7 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 SOURCE = os.path.dirname(os.path.dirname(HERE))
 SCRIPTS = os.path.join(HERE, "scripts")
 SUMS = os.path.join(HERE, "sha256.txt")
-FORMS = {"plain": [], "raw": ["--raw"]}
+FORMS = {"plain": [], "raw": ["--raw"], "none": ["--words=none"]}
 
 
 def cnf(binary, path, form):

@@ -87,8 +87,8 @@ TEST(Incremental, APoppedTermIsNotTranslatedAgain) {
   EXPECT_EQ(0u, cost[1].terms);
   EXPECT_EQ(1u, cost[1].literals);
   EXPECT_EQ(2u, cost[1].clauses);
-  // The product is there; one comparison is new.
-  EXPECT_EQ(1u, cost[2].terms);
+  // The product is there; a comparison and its negation are new.
+  EXPECT_EQ(2u, cost[2].terms);
   EXPECT_LT(cost[2].clauses, 100u);
   EXPECT_EQ(2u, cost[3].clauses);
 }

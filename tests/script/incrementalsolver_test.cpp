@@ -99,7 +99,8 @@ std::string with_wrong_pass(std::string const& script, bool check_unsat, bool go
 }
 
 TEST(IncrementalSolver, AWrongUnsatIsRecalled) {
-  std::string const declarations = "(declare-const p Bool)(declare-const q Bool)(assert (not p))";
+  std::string const declarations =
+      "(declare-const p Bool)(declare-const q Bool)(declare-const r Bool)(assert (not (and p r)))";
   std::string const message =
       "vell-bv: internal error: unsat, but without simplifications on words there is a model\n";
   std::string const asserted = declarations + "(assert (or p q))(check-sat)";
@@ -111,8 +112,9 @@ TEST(IncrementalSolver, AWrongUnsatIsRecalled) {
   EXPECT_EQ("unknown\n" + message,
             with_wrong_pass(declarations + "(push)(assert (or p q))(check-sat)", true, false));
   // What is right stays.
-  EXPECT_EQ("unsat\nsat\n",
-            with_wrong_pass(declarations + "(push)(assert p)(check-sat)(pop)(check-sat)", true, true));
+  EXPECT_EQ(
+      "unsat\nsat\n",
+      with_wrong_pass(declarations + "(push)(assert (and r p))(check-sat)(pop)(check-sat)", true, true));
 }
 
 TEST(IncrementalSolver, ALaterFormulaBringsThemBack) {

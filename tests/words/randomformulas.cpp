@@ -456,10 +456,13 @@ class Generator {
         T high = app(S::bv_shl, {app(S::bv_zero_extend, {child(0)}, low), tm_.mk_bv(low, w)});
         return app(r_.pick({S::bv_or, S::bv_add}), {high, app(S::bv_zero_extend, {child(1)}, w - low)});
       }
-      case S::bv_zero_extend: return app(S::bv_concat, {tm_.mk_bv(0, w - width(t->children[0])), child(0)});
+      case S::bv_zero_extend:
+        if (width(t->children[0]) == w) return child(0);
+        return app(S::bv_concat, {tm_.mk_bv(0, w - width(t->children[0])), child(0)});
       case S::bv_sign_extend: {
         T x = t->children[0];
         unsigned const from = width(x);
+        if (from == w) return child(0);
         T sign = app(S::equal, {app(S::bv_extract, {x}, from - 1, from - 1), tm_.mk_bv(1, 1)});
         T high =
             app(S::term_ite, {sign, tm_.mk_bv((1u << (w - from)) - 1, w - from), tm_.mk_bv(0, w - from)});

@@ -295,6 +295,12 @@ inline constexpr RuleInstance rule_instances[] = {
     {"extend-numeral", "((_ sign_extend {i+1}) (concat k x))", "2"},
     {"rotate", "((_ [rotate_left|rotate_right] {i}) x)"},
     {"rotate", "((_ [rotate_left|rotate_right] {w}) x)"},
+    // ---- circuits.cpp ----
+    {"circuit-product", "(bvmul k x)", "w", "w", 1, true},
+    {"circuit-difference", "(bvsub x y)", "w", "w", 1, true},
+    {"circuit-difference", "(bvsub k x)", "w", "w", 1, true},
+    {"circuit-signed", "([bvslt|bvsle] x y)", "w", "w", 1, true},
+    {"circuit-signed", "([bvslt|bvsle] x k)", "w", "w", 1, true},
 };
 
 // By how many clauses a rule may make a term of unshared operands larger, each time that it applies.

@@ -70,7 +70,8 @@ std::vector<Pass> const& passes() {
         out.push_back({name, &row, Guarantee::together, false, false});
         if (!row.first_batch_only) out.push_back({name + "-retractable", &row, Guarantee::each, false, true});
       }
-      if (row.first_batch_only) out.push_back({name + "-defining", &row, Guarantee::completed, true, false});
+      if (row.first_batch_only || row.guarantee != words::Guarantee::equivalent)
+        out.push_back({name + "-defining", &row, Guarantee::completed, true, false});
     }
     return out;
   }();
@@ -151,7 +152,7 @@ bool Checked::tabulate(Work const& work, Terms& surviving, Terms& fresh, unsigne
 }
 
 // Fills the table with the assignments of what is left, and the values that the definitions bring back.
-std::string Checked::complete(Work const& work, TruthTable& table) {
+std::string Checked::fill(Work const& work, TruthTable& table) const {
   Terms surviving;
   Terms fresh;
   unsigned bits = 0;
@@ -168,7 +169,6 @@ std::string Checked::complete(Work const& work, TruthTable& table) {
       table.assign(v, first);
       first += bits_of(tm_, v);
     }
-  Column const now = table.conjunction(work.formulas);
   for (std::size_t i = work.definitions.size(); i-- > 0;) {
     words::Definition const& d = work.definitions[i];
     if (table.has(d.variable))
@@ -176,6 +176,17 @@ std::string Checked::complete(Work const& work, TruthTable& table) {
     Column value = table.column(d.value);
     table.assign(d.variable, std::move(value));
   }
+  return "";
+}
+
+// Whether the models of what is left, completed in the table, are those of the formulas.
+std::string Checked::complete(Work const& work, TruthTable& table) {
+  if (std::string what = fill(work, table); !what.empty()) return what;
+  Terms surviving;
+  Terms fresh;
+  unsigned bits = 0;
+  tabulate(work, surviving, fresh, bits);
+  Column const now = table.conjunction(work.formulas);
   Column const before = table.conjunction(case_.formulas);
   for (std::size_t i = 0; i < now.size(); ++i)
     if (now[i] != 0 && before[i] == 0) return "a completed model is none of the formulas" + at(i);
@@ -236,16 +247,22 @@ std::string Checked::solver() {
   batch.retractable = with_origins(case_.passing);
   simplifier.simplify(batch);
   Terms now = work.formulas;
-  Terms permanent = words::terms_of(batch.permanent);
-  if (permanent.size() < case_.permanent.size()) return "a later formula that holds for good is lost";
-  if (permanent.size() > case_.permanent.size()) {
-    // One mentions a variable that was eliminated: the formulas come back as they were.
-    if (!completed) return "formulas come back that were not replaced";
+  Terms const permanent = words::terms_of(batch.permanent);
+  Terms const passing = words::terms_of(batch.retractable);
+  bool const restored = simplifier.definitions().size() < work.definitions.size();
+  if (restored) {
+    // One mentions a variable that was eliminated: the formulas are among the later ones again, and only what
+    // formulas define stays defined.
     now.clear();
-    completed.reset();
+    Work const left{tm_, case_.free_division, permanent, passing, simplifier.definitions(), limits_};
+    Terms surviving;
+    Terms fresh;
+    unsigned bits = 0;
+    if (!tabulate(left, surviving, fresh, bits)) return "";
+    completed.emplace(tm_, bits, case_.free_division, case_.salt);
+    if (std::string what = fill(left, *completed); !what.empty()) return "restored: " + what;
   }
   now.insert(now.end(), permanent.begin(), permanent.end());
-  Terms const passing = words::terms_of(batch.retractable);
   TruthTable& table = completed ? *completed : table_;
   // New variables may remain in high bits that a slice leaves out: nothing depends on their values.
   for (Terms const* terms : {&std::as_const(work.formulas), &std::as_const(now), &passing})
@@ -255,7 +272,8 @@ std::string Checked::solver() {
   // Where the formulas were completed, the first ones are equal only where those that are left hold.
   Column const first = table.conjunction(work.formulas);
   Column const holds = table.conjunction(now);
-  if (auto const row = difference(table.conjunction(before), holds, completed ? &first : nullptr))
+  if (auto const row =
+          difference(table.conjunction(before), holds, completed && !restored ? &first : nullptr))
     return "later formulas change their value" + at(*row);
   for (std::size_t i = 0; i < passing.size(); ++i) {
     if (auto const row = difference(table.column(case_.passing[i]), table.column(passing[i]), &holds))
@@ -268,13 +286,13 @@ std::string Checked::solver() {
 std::string Checked::writer() {
   words::Simplifier simplifier(tm_, case_.free_division, words::Passes::all, limits_, eager());
   words::Formulas formulas;
-  formulas.first = true;
+  formulas.first = formulas.may_substitute = true;
   formulas.permanent = with_origins(case_.formulas);
   formulas.retractable = with_origins(case_.kept);
   simplifier.simplify(formulas);
   return outcome({tm_, case_.free_division, words::terms_of(formulas.permanent),
                   words::terms_of(formulas.retractable), formulas.definitions, limits_},
-                 Guarantee::together);
+                 Guarantee::completed);
 }
 
 std::string Checked::polynomials() {

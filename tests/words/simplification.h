@@ -78,6 +78,7 @@ class Checked {
  private:
   struct Completion;
 
+  std::string fill(Work const& work, TruthTable& table) const;
   std::string complete(Work const& work, TruthTable& table);
   bool tabulate(Work const& work, std::vector<Term_ const*>& surviving, std::vector<Term_ const*>& fresh,
                 unsigned& bits) const;

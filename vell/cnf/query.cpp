@@ -51,7 +51,7 @@ class PassesOfScript {
 void simplify(CnfOptions const& options, TermManager& tm, std::size_t permanent, std::size_t retractable,
               run::Limits const& limits, run::Statistics& statistics, Query& query) {
   words::Formulas formulas;
-  formulas.first = true;
+  formulas.first = formulas.may_substitute = true;
   for (std::size_t i = 0; i < query.formulas.size(); ++i) {
     bool const above = i >= permanent;
     std::vector<words::Formula>& part = !above                        ? formulas.permanent
@@ -59,9 +59,12 @@ void simplify(CnfOptions const& options, TermManager& tm, std::size_t permanent,
                                                                       : formulas.assumed;
     part.push_back({query.formulas[i], i});
   }
+  for (smtlib::NamedTerm const& n : query.names) formulas.watched.push_back(n.term);
   words::Simplifier simplifier(tm, options.free_division, query.passes, limits, options.tunables);
   simplifier.simplify(formulas);
   simplifier.report(statistics);
+  query.definitions = simplifier.definitions();
+  query.name_terms = formulas.watched;
   std::vector<io::Position> const positions = std::move(query.positions);
   query.formulas.clear();
   query.positions.clear();
@@ -112,7 +115,6 @@ Query read_query(CnfOptions const& options, TermManager& tm, run::Limits const& 
       query.positions.push_back(command.position);
     }
   std::size_t const permanent = state.levels() == 0 ? state.assertions().size() : state.level_start(1);
-  simplify(options, tm, permanent, state.assertions().size() - permanent, limits, statistics, query);
   auto const asked_for = [&](char const* name) { return fnmatch(options.symbols.c_str(), name, 0) == 0; };
   for (Term_ const* c : state.declared())
     if (asked_for(c->symbol->name)) query.constants.push_back(c);
@@ -122,6 +124,9 @@ Query read_query(CnfOptions const& options, TermManager& tm, run::Limits const& 
       std::string const bare = quoted ? n.name.substr(1, n.name.size() - 2) : n.name;
       if (asked_for(bare.c_str())) query.names.push_back(n);
     }
+  simplify(options, tm, permanent, state.assertions().size() - permanent, limits, statistics, query);
+  std::erase_if(query.definitions,
+                [&](words::Definition const& d) { return !asked_for(d.variable->symbol->name); });
   return query;
 }
 

@@ -10,14 +10,18 @@
 #include "vell/io/error.h"
 #include "vell/smtlib/reader.h"
 #include "vell/terms/termmanager.h"
+#include "vell/words/definition.h"
 
 namespace vell::cnf {
 
 struct Query {
-  std::vector<Term_ const*> formulas;         // assertions and assumptions, in this order
-  std::vector<io::Position> positions;        // of each formula's assertion or check in the script
-  std::vector<Term_ const*> constants;        // those with a map line
-  std::vector<smtlib::NamedTerm> names;       // other terms with a map line
+  std::vector<Term_ const*> formulas;    // assertions and assumptions, in this order
+  std::vector<io::Position> positions;   // of each formula's assertion or check in the script
+  std::vector<Term_ const*> constants;   // those with a map line
+  std::vector<smtlib::NamedTerm> names;  // other terms with a map line
+  std::vector<Term_ const*> name_terms;  // of each name: its term as the formulas have it
+  // Of the constants that formulas no longer hold: their bits are those of the values.
+  std::vector<words::Definition> definitions;
   words::Passes passes = words::Passes::all;  // what the formulas went through
 };
 

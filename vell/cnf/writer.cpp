@@ -8,6 +8,7 @@
 #include "vell/cnf/writer.h"
 
 #include <optional>
+#include <unordered_map>
 #include <vector>
 
 #include "vell/bv/inspector.h"
@@ -29,8 +30,8 @@ namespace vell::cnf {
 
 namespace {
 
-// Each formula's clauses and the unit clause of its literal. translate: from a formula's number to its
-// literal.
+// Each formula's clauses and the unit clause of its literal, then the clauses of the values of constants that
+// the formulas no longer hold. translate: from a root's number to its literal.
 template <typename Translate>
 void clausify(CnfOptions const& options, Query const& query, bv::ClauseSink& sink, Translate translate) {
   for (std::size_t i = 0; i < query.formulas.size(); ++i) {
@@ -47,6 +48,17 @@ void clausify(CnfOptions const& options, Query const& query, bv::ClauseSink& sin
     sink.lits.assign(1, holds);
     sink.add_clause();
   }
+  for (std::size_t i = 0; i < query.definitions.size(); ++i) translate(query.formulas.size() + i);
+}
+
+// The bits of a numeral, true or false, which need not have been translated; false for another term.
+bool constant_bits(TermManager const& tm, Term_ const* t, std::uint64_t width, bv::BvLitList& out) {
+  QNumber const* const number = tm.number(t->symbol);
+  bool const is_true = tm.get_tag(t->symbol) == SymbolTag::bool_true;
+  if (number == nullptr && !is_true && tm.get_tag(t->symbol) != SymbolTag::bool_false) return false;
+  for (std::uint64_t i = 0; i < width; ++i)
+    out.push_back((number != nullptr ? number->test_bit(i) : is_true) ? bv::l_true : bv::l_false);
+  return true;
 }
 
 std::string base_name(std::string const& path) {
@@ -68,11 +80,18 @@ void write_cnf(CnfOptions const& options, run::Limits const& limits, run::Statis
   sinks::CountingSink count;
   std::vector<std::string> map_lines;
   std::optional<bv::Schedule> schedule;
+  std::vector<Term_ const*> roots = query.formulas;
+  for (words::Definition const& d : query.definitions) roots.push_back(d.value);
   {
     sat::ScriptClausifier clausifier(&tm, &config);
     std::vector<Term_ const*> kept = query.constants;
-    for (smtlib::NamedTerm const& n : query.names) kept.push_back(n.term);
-    schedule.emplace(bv::WordClausifierInspector(clausifier).hooks(), tm.term_count(), query.formulas, kept);
+    std::unordered_map<Term_ const*, Term_ const*> values;
+    for (words::Definition const& d : query.definitions) {
+      values[d.variable] = d.value;
+      kept.push_back(d.value);
+    }
+    kept.insert(kept.end(), query.name_terms.begin(), query.name_terms.end());
+    schedule.emplace(bv::WordClausifierInspector(clausifier).hooks(), tm.term_count(), roots, kept);
     auto const report = [&] {
       statistics.fresh_literals = count.fresh_literals();
       statistics.clauses = count.clauses();
@@ -83,20 +102,26 @@ void write_cnf(CnfOptions const& options, run::Limits const& limits, run::Statis
     if (options.logger != nullptr) {
       // The trace tells of the traversal, which the schedule leaves out.
       clausifier.set_logger(options.logger);
-      clausify(options, query, count,
-               [&](std::size_t i) { return clausifier.bit_blast(query.formulas[i], &count); });
+      clausify(options, query, count, [&](std::size_t i) { return clausifier.bit_blast(roots[i], &count); });
     } else {
       clausify(options, query, count,
                [&](std::size_t i) { return schedule->translate(i, clausifier, &count); });
     }
     report();
-    auto const line = [&](std::string const& symbol, Term_ const* t) {
-      map_lines.push_back(map_line(symbol, t, clausifier.lookup(t),
-                                   values::value_width(tm, t->symbol->get_output_type()), form));
+    auto const line = [&](std::string const& symbol, Term_ const* t, Term_ const* with_bits) {
+      bv::BvLitList const* bits = clausifier.lookup(with_bits);
+      std::uint64_t const width = values::value_width(tm, t->symbol->get_output_type());
+      bv::BvLitList constant;
+      if (bits == nullptr && constant_bits(tm, with_bits, width, constant)) bits = &constant;
+      map_lines.push_back(map_line(symbol, t, bits, width, form));
     };
-    for (Term_ const* c : query.constants) line(smtlib::quote_symbol(c->symbol->name), c);
+    for (Term_ const* c : query.constants) {
+      auto const value = values.find(c);
+      line(smtlib::quote_symbol(c->symbol->name), c, value == values.end() ? c : value->second);
+    }
     if (!query.names.empty()) map_lines.emplace_back(names_heading);
-    for (smtlib::NamedTerm const& n : query.names) line(n.name, n.term);
+    for (std::size_t i = 0; i < query.names.size(); ++i)
+      line(query.names[i].name, query.names[i].term, query.name_terms[i]);
   }
 
   statistics.enter(run::Phase::writing);
@@ -123,9 +148,9 @@ void write_cnf(CnfOptions const& options, run::Limits const& limits, run::Statis
     AnnotatingSink sink(file, form);
     AnnotatingClausifier clausifier(&tm, &config, sink);
     write(sink, clausifier, [&](std::size_t i) {
-      clausifier.set_line(query.positions[i].line);
+      if (i < query.formulas.size()) clausifier.set_line(query.positions[i].line);
       bv::BvLit const literal = schedule->translate(i, clausifier, &sink);
-      clausifier.announce_root(query.formulas[i], literal);
+      if (i < query.formulas.size()) clausifier.announce_root(query.formulas[i], literal);
       return literal;
     });
   } else {

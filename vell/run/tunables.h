@@ -36,6 +36,8 @@ namespace vell::run {
       "literals of the clauses; a larger formula, which takes a gigabyte, is not searched twice")           \
   row(product_group, 64, 1, 1'000'000,                                                                      \
       "products of the same roots that are compared with each other")                                       \
+  row(rounds, 12, 0, 1'000'000,                                                                             \
+      "rounds of rewriting, facts and definitions over one batch of formulas")                              \
   row(sweep_circuits, 1'000'000, 0, 1'000'000'000'000,                                                      \
       "squared widths of products and quotients; more is not swept")                                        \
   row(sweep_clauses, 1'000'000, 0, 1'000'000'000,                                                           \

@@ -26,14 +26,28 @@ struct Formulas {
   bool first = false;
   // Whether variables may be eliminated; if not, every pass keeps `permanent` equivalent.
   bool may_define = false;
+  // Whether variables that a formula defines may be eliminated, if no others may.
+  bool may_substitute = false;
+  // How often the repeated passes ran over this batch before.
+  unsigned round = 0;
   // Of the variables that were eliminated from this batch.
   Definitions definitions;
+  // Terms that the caller would like to find again in what is left. Passes put equal ones in their place
+  // where that takes no more than to look them up, and leave formulas as if they were not there.
+  std::vector<Term_ const*> watched;
 
   // Calls f with every formula: those that hold for good first.
   template <typename F>
   void each(F f) {
     for (std::vector<Formula>* part : {&permanent, &retractable, &assumed})
       for (Formula& formula : *part) f(formula);
+  }
+  // Puts f(t) in the place of every term t beside the formulas: values of definitions, and terms that are
+  // watched.
+  template <typename F>
+  void replace_values(F f) {
+    for (Definition& d : definitions) d.value = f(d.value);
+    for (Term_ const*& t : watched) t = f(t);
   }
 };
 

@@ -17,6 +17,9 @@ enum class Guarantee : std::uint8_t {
   // formulas by others with the same models. With Formulas::may_define the pass may also move a permanent
   // formula to the definitions.
   equivalent,
+  // The permanent formulas have the same models, less variables whose value follows from the others; the
+  // definitions say what it is.
+  substituting,
   // The permanent formulas stay satisfiable or not; a model, completed by the definitions, is a model of
   // those before.
   equisatisfiable

@@ -26,10 +26,15 @@ NoVariables const no_variables;
 
 }  // namespace
 
-Rewriter::Rewriter(TermManager& tm, bool free_division, run::Limits const& limits)
-    : tm_(tm), builder_(tm), free_division_(free_division), limits_(limits), evaluator_(tm, free_division) {
+Rewriter::Rewriter(TermManager& tm, bool free_division, run::Limits const& limits,
+                   std::span<Rule const> rules)
+    : tm_(tm),
+      builder_(tm),
+      rules_(rules),
+      free_division_(free_division),
+      limits_(limits),
+      evaluator_(tm, free_division) {
   evaluator_.set_assignment(no_variables);
-  std::span<Rule const> const rules = all_rules();
   counts_.resize(rules.size());
   for (std::uint32_t tag = 0; tag < rules_of_.size(); ++tag)
     for (std::uint32_t i = 0; i < rules.size(); ++i)
@@ -101,9 +106,8 @@ Term_ const* Rewriter::step(Term_ const* t) {
     ++folded_;
     return constant;
   }
-  std::span<Rule const> const rules = all_rules();
   for (std::uint32_t i : rules_of_[tag]) {
-    Term_ const* const after = rules[i].apply(builder_, t);
+    Term_ const* const after = rules_[i].apply(builder_, t);
     if (after == nullptr || after == t) continue;
     ++counts_[i];
     ++steps_;
@@ -141,6 +145,7 @@ class RewriterPass : public Pass {
       replaced += now != f.term ? 1 : 0;
       f.term = now;
     });
+    formulas.replace_values([this](Term_ const* t) { return rewriter_.rewrite(t); });
     return replaced;
   }
 

@@ -21,14 +21,16 @@ namespace vell::words {
 // Remembers what it was given: each term is rewritten once. tm and limits must outlive it.
 class Rewriter {
  public:
-  // free_division: terms whose operands leave their value open stay as they are, with all below them.
-  Rewriter(TermManager& tm, bool free_division, run::Limits const& limits);
+  // rules: that bring about the normal form. free_division: terms whose operands leave their value open stay
+  // as they are, with all below them.
+  Rewriter(TermManager& tm, bool free_division, run::Limits const& limits,
+           std::span<Rule const> rules = normal_rules());
 
   // An equivalent term in normal form. No recursion. Throws run::Stopped when the limits say so; what was
   // rewritten until then stays known.
   Term_ const* rewrite(Term_ const* t);
 
-  // By place in all_rules(): how often the rule applied.
+  // By place in the rules: how often the rule applied.
   std::vector<std::uint64_t> const& counts() const { return counts_; }
   // Terms with constant operands only that were computed.
   std::uint64_t folded() const { return folded_; }
@@ -41,10 +43,11 @@ class Rewriter {
 
   TermManager& tm_;
   Builder const builder_;
+  std::span<Rule const> const rules_;
   bool const free_division_;
   run::Limits const& limits_;
   values::Evaluator evaluator_;
-  std::array<std::vector<std::uint32_t>, 64> rules_of_;  // by operator: places in all_rules()
+  std::array<std::vector<std::uint32_t>, 64> rules_of_;  // by operator: places in rules_
   std::vector<Term_ const*> normal_;                     // by id; null where not known
   std::vector<Term_ const*> next_;                       // by id: what a rule made of the term
   std::vector<std::uint64_t> counts_;

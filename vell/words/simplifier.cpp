@@ -5,7 +5,11 @@
 #include <algorithm>
 #include <chrono>
 
+#include "vell/words/demandedbits.h"
+#include "vell/words/elimination.h"
+#include "vell/words/facts.h"
 #include "vell/words/linearequations.h"
+#include "vell/words/lowering.h"
 #include "vell/words/rewriter.h"
 #include "vell/words/sharedproducts.h"
 #include "vell/words/unconstrained.h"
@@ -15,11 +19,17 @@ namespace vell::words {
 
 namespace {
 
-// Identities come first: what they decide, nothing else needs to look at. Definitions are made before
-// products are shared, since a product may go with its variable.
+// The first passes run in rounds, until none of them finds anything. Identities come next: what they decide,
+// nothing else needs to look at. Equations are solved before products are shared, since a product may go with
+// its variable.
 constexpr PassRow rows[] = {
     {"rewrite", "bring terms into a normal form, rule by rule", Guarantee::equivalent, false, true,
      make_rewriter},
+    {"facts", "put in what a formula decides", Guarantee::equivalent, false, true, make_facts},
+    {"definitions", "eliminate variables that a formula defines", Guarantee::substituting, false, true,
+     make_elimination},
+    {"demanded", "narrow operators to the bits that are asked for", Guarantee::equivalent, false, true,
+     make_demanded_bits},
     {"identities", "decide equalities of products by a normal form, and comparisons with a successor",
      Guarantee::equivalent, false, true, make_word_identities},
     {"equations", "solve systems of linear equations", Guarantee::equivalent, true, true,
@@ -28,9 +38,13 @@ constexpr PassRow rows[] = {
      make_unconstrained},
     {"products", "build one circuit for products that differ in width only", Guarantee::equivalent, false,
      true, make_shared_products},
+    {"circuits", "choose among circuits of the same value", Guarantee::equivalent, false, true,
+     make_lowering},
 };
 constexpr std::size_t pass_count = std::size(rows);
-constexpr std::size_t identities = 1;  // may run again over formulas that come back
+constexpr std::size_t rewriting = 0;   // finds something wherever it comes first
+constexpr std::size_t repeated = 4;    // so many passes run in rounds
+constexpr std::size_t identities = 4;  // may run again over formulas that come back
 
 }  // namespace
 
@@ -49,32 +63,53 @@ Simplifier::Simplifier(TermManager& tm, bool free_division, Passes selected, run
 Simplifier::~Simplifier() = default;
 
 void Simplifier::simplify(Formulas& formulas) {
-  using Clock = std::chrono::steady_clock;
   if (formulas.first) {
     definitions_.clear();
+    solved_ = 0;
     completed_.clear();
     known_free_of_them_ = Cone();
   }
-  std::vector<Formula> given;
-  for (std::size_t i = 0; i < pass_count; ++i) {
-    if (passes_[i] != nullptr && (formulas.first || !rows[i].first_batch_only) &&
-        (formulas.may_define || rows[i].guarantee == Guarantee::equivalent)) {
-      Clock::time_point const start = Clock::now();
-      PassCounts& counts = counts_[i];
-      counts.formulas += formulas.permanent.size() + formulas.retractable.size() + formulas.assumed.size();
-      counts.replaced += passes_[i]->apply(formulas);
-      counts.seconds += std::chrono::duration<double>(Clock::now() - start).count();
+  for (formulas.round = 0; formulas.round < tunables_.rounds; ++formulas.round) {
+    std::uint64_t replaced = 0;
+    for (std::size_t i = 0; i < repeated; ++i) {
+      std::uint64_t const n = run(i, formulas);
+      if (i != rewriting) replaced += n;
     }
-    // What identities decide may no longer mention a variable; what comes after them may be undone.
-    if (i != identities) continue;
-    given = formulas.permanent;
-    if (!formulas.first) restore(formulas);
+    if (replaced == 0) break;
   }
+  run(identities, formulas);
+  // What identities decide may no longer mention a variable; what comes after them may be undone.
+  std::vector<Formula> const given = formulas.permanent;
+  std::size_t const solved = formulas.definitions.size();
+  if (!formulas.first) restore(formulas);
+  for (std::size_t i = identities + 1; i < pass_count; ++i) run(i, formulas);
   if (formulas.definitions.empty()) return;
   definitions_ = formulas.definitions;
-  eliminated_from_ = std::move(given);
+  solved_ = solved;
+  eliminated_from_ = given;
   known_free_of_them_ = Cone();
   formulas.each([this](Formula const& f) { known_free_of_them_.add(f.term); });
+}
+
+std::uint64_t Simplifier::run(std::size_t pass, Formulas& formulas) {
+  using Clock = std::chrono::steady_clock;
+  if (passes_[pass] == nullptr || (rows[pass].first_batch_only && !formulas.first)) return 0;
+  switch (rows[pass].guarantee) {
+    case Guarantee::equivalent: break;
+    case Guarantee::substituting:
+      if (!formulas.may_define && !formulas.may_substitute) return 0;
+      break;
+    case Guarantee::equisatisfiable:
+      if (!formulas.may_define) return 0;
+      break;
+  }
+  Clock::time_point const start = Clock::now();
+  PassCounts& counts = counts_[pass];
+  counts.formulas += formulas.permanent.size() + formulas.retractable.size() + formulas.assumed.size();
+  std::uint64_t const replaced = passes_[pass]->apply(formulas);
+  counts.replaced += replaced;
+  counts.seconds += std::chrono::duration<double>(Clock::now() - start).count();
+  return replaced;
 }
 
 void Simplifier::report(run::Statistics& statistics) const {
@@ -91,17 +126,17 @@ void Simplifier::report(run::Statistics& statistics) const {
 bool Simplifier::mentions_eliminated(Term_ const* formula) {
   if (known_free_of_them_.contains(formula)) return false;
   known_free_of_them_.add(formula);
-  return std::any_of(definitions_.begin(), definitions_.end(),
+  return std::any_of(definitions_.begin() + static_cast<std::ptrdiff_t>(solved_), definitions_.end(),
                      [this](Definition const& d) { return known_free_of_them_.contains(d.variable); });
 }
 
+// What a formula defines stays eliminated: the pass puts it into later formulas as well.
 void Simplifier::restore(Formulas& formulas) {
+  if (definitions_.size() == solved_) return;
   bool mentioned = false;
-  formulas.each([&](Formula const& f) {
-    mentioned = mentioned || (!definitions_.empty() && mentions_eliminated(f.term));
-  });
+  formulas.each([&](Formula const& f) { mentioned = mentioned || mentions_eliminated(f.term); });
   if (!mentioned) return;
-  definitions_.clear();
+  definitions_.resize(solved_);
   completed_.clear();
   formulas.permanent.insert(formulas.permanent.begin(), eliminated_from_.begin(), eliminated_from_.end());
   eliminated_from_.clear();

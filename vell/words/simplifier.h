@@ -50,12 +50,17 @@ class Simplifier {
   // eliminated.
   std::vector<std::uint64_t> const* completed(Term_ const* variable) const;
 
+  // Of the variables that are eliminated at present.
+  Definitions const& definitions() const { return definitions_; }
+
   // By place in passes().
   std::vector<PassCounts> const& counts() const { return counts_; }
   // Copies them, with the names of the passes.
   void report(run::Statistics& statistics) const;
 
  private:
+  // Runs one pass; what apply() gave.
+  std::uint64_t run(std::size_t pass, Formulas& formulas);
   bool mentions_eliminated(Term_ const* formula);
   void restore(Formulas& formulas);
 
@@ -65,6 +70,7 @@ class Simplifier {
   std::vector<std::unique_ptr<Pass>> passes_;  // null where switched off
   std::vector<PassCounts> counts_;
   Definitions definitions_;               // of the variables that were eliminated
+  std::size_t solved_ = 0;                // so many of them follow from formulas, and need not be undone
   std::vector<Formula> eliminated_from_;  // the formulas that held them
   Cone known_free_of_them_;               // terms that hold none of those variables
   std::unordered_map<Term_ const*, std::vector<std::uint64_t>> completed_;

@@ -50,9 +50,14 @@ std::span<Rule const> divisions();
 std::span<Rule const> shifts();
 std::span<Rule const> slices();
 
+// What is built in the end; not a part of the normal form.
+std::span<Rule const> circuits();
+
 }  // namespace rules
 
-// All of them, family after family.
+// Those of the normal form, family after family.
+std::span<Rule const> normal_rules();
+// All of them.
 std::span<Rule const> all_rules();
 
 }  // namespace vell::words

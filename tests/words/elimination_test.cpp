@@ -1,0 +1,119 @@
+#include "vell/words/elimination.h"
+
+#include "tests/words/passfixture.h"
+
+namespace vell::words {
+namespace {
+
+using Texts = std::vector<std::string>;
+
+class EliminationTest : public test::PassTest {
+ protected:
+  Formulas formulas;
+
+  // The formulas that are left; "x := t" for each definition after them.
+  Texts after(std::string const& script) {
+    formulas = read(
+        "(declare-const p Bool)(declare-const q Bool)(declare-const x (_ BitVec 4))"
+        "(declare-const y (_ BitVec 4))(declare-const z (_ BitVec 4))(declare-const b (_ BitVec 1))" +
+        script);
+    make_elimination(context)->apply(formulas);
+    Texts out = texts(formulas.permanent);
+    for (Definition const& d : formulas.definitions)
+      out.push_back(std::string(d.variable->symbol->name) + " := " + smtlib::term_text(tm, d.value));
+    return out;
+  }
+};
+
+TEST_F(EliminationTest, AnEquationDefinesAVariable) {
+  EXPECT_EQ((Texts{"(bvult (bvmul y z) y)", "x := (bvmul y z)"}),
+            after("(assert (= x (bvmul y z)))(assert (bvult x y))"));
+  EXPECT_EQ((Texts{"x := (_ bv3 4)"}), after("(assert (= #b0011 x))"));
+  // Of two variables the younger one goes.
+  EXPECT_EQ((Texts{"y := x"}), after("(assert (= x y))"));
+}
+
+TEST_F(EliminationTest, ALiteralDefinesABoolean) {
+  EXPECT_EQ((Texts{"p := true", "q := false"}), after("(assert p)(assert (not q))"));
+  EXPECT_EQ((Texts{"p := (bvult x y)"}), after("(assert (= p (bvult x y)))"));
+  EXPECT_EQ((Texts{"p := (not (bvult x y))"}), after("(assert (not (= p (bvult x y))))"));
+  EXPECT_EQ((Texts{"b := (_ bv0 1)"}), after("(assert (not (= b #b1)))"));
+}
+
+TEST_F(EliminationTest, FormulasAreSolvedForAVariable) {
+  EXPECT_EQ((Texts{"x := (bvsub (bvmul z z) y)"}), after("(assert (= (bvadd x y) (bvmul z z)))"));
+  EXPECT_EQ((Texts{"x := (bvadd (bvmul z z) (bvmul y y))"}),
+            after("(assert (= (bvsub x (bvmul y y)) (bvmul z z)))"));
+  EXPECT_EQ((Texts{"x := (bvsub (bvmul y y) (bvmul z z))"}),
+            after("(assert (= (bvsub (bvmul y y) x) (bvmul z z)))"));
+  EXPECT_EQ((Texts{"x := (bvxor (bvmul z z) (bvmul y y))"}),
+            after("(assert (= (bvxor x (bvmul y y)) (bvmul z z)))"));
+  EXPECT_EQ((Texts{"x := (bvnot (bvmul y z))"}), after("(assert (= (bvnot x) (bvmul y z)))"));
+  EXPECT_EQ((Texts{"x := (bvneg (bvmul y z))"}), after("(assert (= (bvneg x) (bvmul y z)))"));
+}
+
+TEST_F(EliminationTest, AVariableIsNotDefinedByItself) {
+  EXPECT_EQ((Texts{"(= x (bvmul x x))"}), after("(assert (= x (bvmul x x)))"));
+}
+
+TEST_F(EliminationTest, ACircleKeepsOneVariable) {
+  Texts const left = after("(assert (= x (bvmul y y)))(assert (= y (bvmul z z)))(assert (= z (bvmul x x)))");
+  EXPECT_EQ(1u, formulas.permanent.size());
+  EXPECT_EQ(2u, formulas.definitions.size()) << testing::PrintToString(left);
+}
+
+TEST_F(EliminationTest, AChainIsFollowedToItsEnd) {
+  EXPECT_EQ((Texts{"x := (bvmul (bvnot z) z)", "y := (bvnot z)"}),
+            after("(assert (= x (bvmul y z)))(assert (= y (bvnot z)))"));
+}
+
+TEST_F(EliminationTest, AChainOfAMillionDefinitions) {
+  Formulas chain;
+  chain.first = chain.may_define = true;
+  Term_ const* last = tm.mk_variable("x", tm.bv_type(8));
+  for (unsigned i = 0; i < 1'000'000; ++i) {
+    Term_ const* const next = tm.mk_variable("n", tm.bv_type(8));
+    chain.permanent.push_back(
+        {tm.mk_app(SymbolTag::equal, {next, tm.mk_app(SymbolTag::bv_mul, {last, last})}), i});
+    last = next;
+  }
+  EXPECT_EQ(1'000'000u, make_elimination(context)->apply(chain));
+  EXPECT_TRUE(chain.permanent.empty());
+}
+
+TEST_F(EliminationTest, LaterFormulasTakeTheValue) {
+  std::unique_ptr<Pass> const pass = make_elimination(context);
+  Formulas first = read(
+      "(declare-const x (_ BitVec 4))(declare-const y (_ BitVec 4))(assert (= x (bvmul y y)))"
+      "(assert (bvult x y))");
+  Term_ const* const comparison = first.permanent[1].term;
+  pass->apply(first);
+  Formulas later;
+  later.assumed.push_back({comparison, 0});
+  pass->apply(later);
+  EXPECT_EQ((Texts{"(bvult (bvmul y y) y)"}), texts(later.assumed));
+  EXPECT_TRUE(later.permanent.empty());
+}
+
+// With free division each quotient by zero has a value of its own: the term has to stay as it is.
+TEST_F(EliminationTest, BelowATermWithAnOpenValueVariablesStay) {
+  PassContext const free{tm, true, limits, tunables};
+  Formulas both = read(
+      "(declare-const x (_ BitVec 4))(declare-const y (_ BitVec 4))(assert (= x (bvmul y y)))"
+      "(assert (bvult (bvudiv y x) y))");
+  EXPECT_EQ(0u, make_elimination(free)->apply(both));
+  EXPECT_EQ((Texts{"(= x (bvmul y y))", "(bvult (bvudiv y x) y)"}), texts(both.permanent));
+
+  std::unique_ptr<Pass> const pass = make_elimination(free);
+  Formulas first;
+  first.first = first.may_define = true;
+  first.permanent.push_back(both.permanent[0]);
+  EXPECT_EQ(1u, pass->apply(first));
+  Formulas later;
+  later.permanent.push_back(both.permanent[1]);
+  pass->apply(later);
+  EXPECT_EQ((Texts{"(bvult (bvudiv y x) y)", "(= x (bvmul y y))"}), texts(later.permanent));
+}
+
+}  // namespace
+}  // namespace vell::words

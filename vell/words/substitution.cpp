@@ -1,0 +1,77 @@
+// A search in depth that goes through replaced terms as if what stands for them were their only operand. A
+// cycle comes back to a replaced term that is entered but not left: that term stays, and breaks it.
+
+#include "vell/words/substitution.h"
+
+#include <algorithm>
+
+#include "vell/words/operands.h"
+
+namespace vell::words {
+
+namespace {
+
+template <typename T>
+void put(std::vector<T>& table, TermManager const& tm, Term_ const* t, T value) {
+  if (t->id >= table.size()) table.resize(std::max<std::size_t>(tm.term_count() + 1, t->id + 1));
+  table[t->id] = value;
+}
+
+}  // namespace
+
+void Substitution::replace(Term_ const* t, Term_ const* by) {
+  put(by_, tm_, t, by);
+  replaced_.push_back(t);
+}
+
+void Substitution::set(Term_ const* t, Term_ const* image) { put(image_, tm_, t, image); }
+
+Term_ const* Substitution::apply(Term_ const* root) {
+  if (Term_ const* image = known(root)) return image;
+  std::vector<Term_ const*> stack{root};
+  std::vector<Term_ const*> operands;
+  while (!stack.empty()) {
+    limits_.check();
+    Term_ const* const t = stack.back();
+    if (known(t) != nullptr) {
+      stack.pop_back();
+      continue;
+    }
+    if (is_replaced(t) && !stays(t)) {
+      Term_ const* const by = by_[t->id];
+      if (Term_ const* image = known(by)) {
+        set(t, image);
+        stack.pop_back();
+      } else if (t->id < entered_.size() && entered_[t->id]) {
+        put(stays_, tm_, t, true);
+      } else {
+        put(entered_, tm_, t, true);
+        stack.push_back(by);
+      }
+      continue;
+    }
+    if (t->symbol->arity == 0 || open_valued(tm_, t, free_division_)) {
+      set(t, t);
+      stack.pop_back();
+      continue;
+    }
+    std::size_t const waiting = stack.size();
+    for (std::uint64_t i = t->symbol->arity; i-- > 0;)
+      if (known(t->children[i]) == nullptr) stack.push_back(t->children[i]);
+    if (stack.size() != waiting) continue;
+    bool const changed = map_operands(t, operands, [this](Term_ const* o) { return known(o); });
+    set(t, changed ? tm_.mk_term(t->symbol, operands) : t);
+    stack.pop_back();
+  }
+  return known(root);
+}
+
+Term_ const* Substitution::apply_below(Term_ const* t) {
+  if (open_valued(tm_, t, free_division_)) return t;
+  for (std::uint64_t i = 0; i < t->symbol->arity; ++i) apply(t->children[i]);
+  std::vector<Term_ const*> operands;
+  bool const changed = map_operands(t, operands, [this](Term_ const* o) { return known(o); });
+  return changed ? tm_.mk_term(t->symbol, operands) : t;
+}
+
+}  // namespace vell::words
