@@ -71,6 +71,7 @@ words::Formulas IncrementalSolver::fresh_formulas(ScriptState const& state,
   words::Formulas fresh;
   fresh.first = !named_selectors && selectors_.empty();
   fresh.may_define = !proof_;
+  fresh.may_substitute = true;
   for (std::size_t i = selectors_.size(); i < assertions.size(); ++i) {
     bool const permanent = i < first_level && !named_selectors;
     (permanent ? fresh.permanent : fresh.retractable).push_back({assertions[i].term, i});
@@ -129,6 +130,10 @@ void IncrementalSolver::popped(ScriptState const& state) {
     if (selectors_.back() != bv::l_undef) solver_->add_clause({-selectors_.back()});
     selectors_.pop_back();
   }
+  // The proof is of the file that cnf writes, and that has the bits of these in its map.
+  if (proof_)
+    for (words::Definition const& d : simplifier_.definitions())
+      clausifier_.bit_blast(d.value, solver_.get());
 }
 
 bool IncrementalSolver::limit_conflicts(std::uint64_t conflicts) {
