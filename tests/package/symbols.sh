@@ -20,7 +20,7 @@ else
 fi
 count=$(wc -l <<< "$symbols")
 [ "$count" -ge 100 ] || { echo "only $count symbols in $library"; exit 1; }
-for name in 'vell::bv::WordClausifier::bit_blast(' 'vell::TermManager::mk_app(' 'vell::sinks::IpasirSink::solve('; do
+for name in 'vell::bv::WordClausifier::bit_blast(' 'vell::TermManager::mk_app(' 'vell::sinks::SolverSink::solve('; do
   grep -qF "$name" <<< "$symbols" || { echo "missing: $name"; exit 1; }
 done
 # A function's name comes after its result type where it is a template's instance.

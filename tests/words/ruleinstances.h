@@ -252,8 +252,8 @@ inline constexpr RuleInstance rule_instances[] = {
     {"div-extended", "([bvudiv|bvurem] ((_ zero_extend 2) x) ((_ zero_extend {w}) a))", "w", "w", 1, true},
     {"div-extended", "([bvudiv|bvurem] ((_ zero_extend {w}) a) ((_ zero_extend 2) x))", "w", "w", 1, true},
     {"div-extended", "([bvudiv|bvurem] ((_ zero_extend 2) x) ((_ zero_extend 2) y))", "w", "w", 1, true},
-    {"div-signed", "([bvsdiv|bvsrem] x [x|y|k])", "w", "w", 1, true},
-    {"div-signed", "([bvsdiv|bvsrem] k x)", "w", "w", 1, true},
+    {"div-signed", "([bvsdiv|bvsrem] ((_ zero_extend 1) x) [k|((_ zero_extend 1) y)])", "w+1", "w", 1, true},
+    {"div-signed", "([bvsdiv|bvsrem] k ((_ zero_extend 1) x))", "w+1", "w", 1, true},
 
     // ---- shifts.cpp ----
     {"shift-numeral", "([bvshl|bvlshr|bvashr] x k)"},

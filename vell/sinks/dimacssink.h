@@ -20,7 +20,7 @@ namespace vell::sinks {
 // count them by a run into a CountingSink, which sees the same clauses.
 class VELL_API DimacsSink : public bv::ClauseSink {
  public:
-  using Form = sinks::Form;
+  using Form = sinks::Form;  // see numbering.h
 
   // out must outlive the sink. Takes a buffer of 256 KiB and 16 KiB for the text of variables.
   DimacsSink(ByteOutput& out, Form form);

@@ -16,8 +16,8 @@ enum class Answer : std::uint8_t { sat, unsat, unknown };
 
 // When a search is to end with Answer::unknown.
 struct Effort {
-  static constexpr std::uint64_t any = UINT64_MAX;
-  std::uint64_t conflicts = any;  // after so many
+  static constexpr std::uint64_t any = UINT64_MAX;  // no bound
+  std::uint64_t conflicts = any;                    // after so many
   std::uint64_t decisions = any;  // after so many; without conflicts a model takes one for each variable
 };
 

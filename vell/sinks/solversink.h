@@ -20,6 +20,7 @@ namespace vell::sinks {
 // neither the constants nor the clauses that the constant true satisfies.
 class VELL_API SolverSink : public bv::ClauseSink {
  public:
+  // solver: owned from now on; not null.
   explicit SolverSink(std::unique_ptr<SatSolver> solver);
   ~SolverSink() override;
   SolverSink(SolverSink const&) = delete;

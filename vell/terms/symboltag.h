@@ -74,12 +74,12 @@ struct OperatorInfo {
     fp_as_word   // fp -> e + s + 1
   };
 
-  SymbolTag::tag tag;   // its number
-  char const* name;     // as SMT-LIB writes it
-  int arity;            // number of arguments
-  Typing typing;        // what TermManager::mk_app checks
-  unsigned parameters;  // number of indices
-  bool commutative = false;
+  SymbolTag::tag tag;        // its number
+  char const* name;          // as SMT-LIB writes it
+  int arity;                 // number of arguments
+  Typing typing;             // what TermManager::mk_app checks
+  unsigned parameters;       // number of indices
+  bool commutative = false;  // whether two arguments may change places
 };
 
 // The operators that TermManager::mk_app builds.

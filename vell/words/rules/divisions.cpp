@@ -85,13 +85,16 @@ Term_ const* extended_operands(Builder const& b, Term_ const* t) {
   return b.ite(b.equal(low_y, b.zero(n)), b.ones(w), narrow);
 }
 
-// Signed division is the unsigned one of the absolute values: where the signs are known it needs none of the
-// circuits around it, and quotient and remainder have one divider.
+bool sign_is_known(Builder const& b, Term_ const* t) {
+  return b.is_numeral(t) || (b.is(t, Tag::bv_zero_extend) && b.width(t) > b.width(t->children[0]));
+}
+
+// Signed division is the unsigned one of the absolute values, and where the signs are known it needs none of
+// the circuits around it. Where they are not it stays: other simplifications know the signed one.
 Term_ const* signed_division(Builder const& b, Term_ const* t) {
   Term_ const* const x = t->children[0];
   Term_ const* const y = t->children[1];
-  // The negation of a difference would be a second difference beside it.
-  if (b.is(x, Tag::bv_sub) || b.is(y, Tag::bv_sub)) return nullptr;
+  if (!sign_is_known(b, x) || !sign_is_known(b, y)) return nullptr;
   auto const absolute = [&](Term_ const* o) { return b.ite(b.is_set(o, b.width(o) - 1), b.minus(o), o); };
   Term_ const* const x_negative = b.is_set(x, b.width(x) - 1);
   if (b.is(t, Tag::bv_srem)) {
