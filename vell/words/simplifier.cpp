@@ -69,15 +69,9 @@ void Simplifier::simplify(Formulas& formulas) {
     completed_.clear();
     known_free_of_them_ = Cone();
   }
-  for (formulas.round = 0; formulas.round < tunables_.rounds; ++formulas.round) {
-    std::uint64_t replaced = 0;
-    for (std::size_t i = 0; i < repeated; ++i) {
-      std::uint64_t const n = run(i, formulas);
-      if (i != rewriting) replaced += n;
-    }
-    if (replaced == 0) break;
-  }
-  run(identities, formulas);
+  formulas.round = 0;
+  repeat(formulas);
+  if (run(identities, formulas) > 0) repeat(formulas);
   // What identities decide may no longer mention a variable; what comes after them may be undone.
   std::vector<Formula> const given = formulas.permanent;
   std::size_t const solved = formulas.definitions.size();
@@ -89,6 +83,17 @@ void Simplifier::simplify(Formulas& formulas) {
   eliminated_from_ = given;
   known_free_of_them_ = Cone();
   formulas.each([this](Formula const& f) { known_free_of_them_.add(f.term); });
+}
+
+void Simplifier::repeat(Formulas& formulas) {
+  std::uint64_t replaced = 1;
+  for (std::uint64_t i = 0; i < tunables_.rounds && replaced > 0; ++i, ++formulas.round) {
+    replaced = 0;
+    for (std::size_t pass = 0; pass < repeated; ++pass) {
+      std::uint64_t const n = run(pass, formulas);
+      if (pass != rewriting) replaced += n;
+    }
+  }
 }
 
 std::uint64_t Simplifier::run(std::size_t pass, Formulas& formulas) {

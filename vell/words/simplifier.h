@@ -59,6 +59,8 @@ class Simplifier {
   void report(run::Statistics& statistics) const;
 
  private:
+  // Runs the repeated passes in rounds, until none of them finds anything.
+  void repeat(Formulas& formulas);
   // Runs one pass; what apply() gave.
   std::uint64_t run(std::size_t pass, Formulas& formulas);
   bool mentions_eliminated(Term_ const* formula);
