@@ -3,6 +3,8 @@
 // else for all bits. For each word that gives one range of bits. From the leaves up, each operator is built
 // over that range alone, in the same number of terms.
 //
+// Later batches may ask for bits of what is translated already; there it would only make a second circuit.
+//
 // (The backward half of bit-width reduction: Budiu, Goldstein et al., "BitValue Inference", 2000.)
 
 #include "vell/words/demandedbits.h"

@@ -46,7 +46,7 @@ class Facts : public Pass {
       }
     }
     if (facts.empty() || (formulas.first && !fresh)) return replaced_;
-    Substitution put_in(context_.tm, context_.free_division, context_.limits);
+    Substitution put_in(context_.tm, context_.free_division, context_.limits, !formulas.first);
     for (Fact const& fact : facts) put_in.replace(fact.term, fact.constant);
     for (Formula& f : formulas.permanent) change(f, below_fact(f.term, put_in));
     for (std::vector<Formula>* part : {&formulas.retractable, &formulas.assumed})

@@ -28,7 +28,7 @@ constexpr PassRow rows[] = {
     {"facts", "put in what a formula decides", Guarantee::equivalent, false, true, make_facts},
     {"definitions", "eliminate variables that a formula defines", Guarantee::substituting, false, true,
      make_elimination},
-    {"demanded", "narrow operators to the bits that are asked for", Guarantee::equivalent, false, true,
+    {"demanded", "narrow operators to the bits that are asked for", Guarantee::equivalent, true, true,
      make_demanded_bits},
     {"identities", "decide equalities of products by a normal form, and comparisons with a successor",
      Guarantee::equivalent, false, true, make_word_identities},

@@ -3,28 +3,14 @@
 
 #include "vell/words/substitution.h"
 
-#include <algorithm>
-
 #include "vell/words/operands.h"
 
 namespace vell::words {
 
-namespace {
-
-template <typename T>
-void put(std::vector<T>& table, TermManager const& tm, Term_ const* t, T value) {
-  if (t->id >= table.size()) table.resize(std::max<std::size_t>(tm.term_count() + 1, t->id + 1));
-  table[t->id] = value;
-}
-
-}  // namespace
-
 void Substitution::replace(Term_ const* t, Term_ const* by) {
-  put(by_, tm_, t, by);
+  entries_.at(tm_, t).by = by;
   replaced_.push_back(t);
 }
-
-void Substitution::set(Term_ const* t, Term_ const* image) { put(image_, tm_, t, image); }
 
 Term_ const* Substitution::apply(Term_ const* root) {
   if (Term_ const* image = known(root)) return image;
@@ -37,15 +23,16 @@ Term_ const* Substitution::apply(Term_ const* root) {
       stack.pop_back();
       continue;
     }
-    if (is_replaced(t) && !stays(t)) {
-      Term_ const* const by = by_[t->id];
+    Entry const entry = entries_.find(t);
+    if (entry.by != nullptr && !entry.stays) {
+      Term_ const* const by = entry.by;
       if (Term_ const* image = known(by)) {
         set(t, image);
         stack.pop_back();
-      } else if (t->id < entered_.size() && entered_[t->id]) {
-        put(stays_, tm_, t, true);
+      } else if (entry.entered) {
+        entries_.at(tm_, t).stays = true;
       } else {
-        put(entered_, tm_, t, true);
+        entries_.at(tm_, t).entered = true;
         stack.push_back(by);
       }
       continue;

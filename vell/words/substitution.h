@@ -4,6 +4,9 @@
 //
 // Tested by tests/words/substitution_test.cpp.
 
+#include <algorithm>
+#include <cstdint>
+#include <unordered_map>
 #include <vector>
 
 #include "vell/run/limits.h"
@@ -15,14 +18,15 @@ namespace vell::words {
 class Substitution {
  public:
   // free_division: terms whose operands leave their value open stay as they are, with all below them.
-  Substitution(TermManager& tm, bool free_division, run::Limits const& limits)
-      : tm_(tm), free_division_(free_division), limits_(limits) {}
+  // Takes memory for every term that exists or, when sparse, for those that it meets.
+  Substitution(TermManager& tm, bool free_division, run::Limits const& limits, bool sparse = false)
+      : tm_(tm), free_division_(free_division), limits_(limits), entries_(sparse) {}
 
   // From now on `by` stands for t. `by` may hold replaced terms, which are replaced in turn. Where that leads
   // back to t, t stays: see stays().
   void replace(Term_ const* t, Term_ const* by);
   bool empty() const { return replaced_.empty(); }
-  bool is_replaced(Term_ const* t) const { return t->id < by_.size() && by_[t->id] != nullptr; }
+  bool is_replaced(Term_ const* t) const { return entries_.find(t).by != nullptr; }
 
   // The term with everything replaced. No recursion. Throws run::Stopped when the limits say so.
   Term_ const* apply(Term_ const* t);
@@ -30,22 +34,46 @@ class Substitution {
   Term_ const* apply_below(Term_ const* t);
 
   // Whether t was to be replaced, but by itself in the end. Known once what should stand for it was applied.
-  bool stays(Term_ const* t) const { return t->id < stays_.size() && stays_[t->id]; }
+  bool stays(Term_ const* t) const { return entries_.find(t).stays; }
   // What was given to replace(), in that order.
   std::vector<Term_ const*> const& replaced() const { return replaced_; }
 
  private:
-  Term_ const* known(Term_ const* t) const { return t->id < image_.size() ? image_[t->id] : nullptr; }
-  void set(Term_ const* t, Term_ const* image);
+  struct Entry {
+    Term_ const* by = nullptr;     // null for a term that is not replaced
+    Term_ const* image = nullptr;  // null where not known yet
+    bool entered = false;          // on the way to its image
+    bool stays = false;
+  };
+  // By the ids of terms.
+  class Entries {
+   public:
+    explicit Entries(bool sparse) : sparse_(sparse) {}
+    Entry find(Term_ const* t) const {
+      if (!sparse_) return t->id < dense_.size() ? dense_[t->id] : Entry();
+      auto const found = few_.find(t->id);
+      return found == few_.end() ? Entry() : found->second;
+    }
+    Entry& at(TermManager const& tm, Term_ const* t) {
+      if (sparse_) return few_[t->id];
+      if (t->id >= dense_.size()) dense_.resize(std::max<std::size_t>(tm.term_count() + 1, t->id + 1));
+      return dense_[t->id];
+    }
+
+   private:
+    bool const sparse_;
+    std::vector<Entry> dense_;
+    std::unordered_map<std::uint64_t, Entry> few_;
+  };
+
+  Term_ const* known(Term_ const* t) const { return entries_.find(t).image; }
+  void set(Term_ const* t, Term_ const* image) { entries_.at(tm_, t).image = image; }
 
   TermManager& tm_;
   bool const free_division_;
   run::Limits const& limits_;
   std::vector<Term_ const*> replaced_;
-  std::vector<Term_ const*> by_;     // by id; null for a term that is not replaced
-  std::vector<Term_ const*> image_;  // by id; null where not known yet
-  std::vector<bool> entered_;        // by id: on the way to its image
-  std::vector<bool> stays_;          // by id
+  Entries entries_;
 };
 
 }  // namespace vell::words
