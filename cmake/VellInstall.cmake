@@ -12,7 +12,7 @@ install(TARGETS vell EXPORT vell
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 # Headers. The sources include some that no caller needs.
-set(VELL_INTERNAL_HEADERS terms/theorybuilders.h bv/emit.h bv/gates.h bv/poollist.h bv/trace.h)
+set(VELL_INTERNAL_HEADERS terms/termbuilder.h terms/theorybuilders.h bv/emit.h bv/gates.h bv/poollist.h bv/trace.h)
 foreach(layer utils terms bv sinks)
   file(GLOB headers CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/vell ${PROJECT_SOURCE_DIR}/vell/${layer}/*.h)
   list(REMOVE_ITEM headers ${VELL_INTERNAL_HEADERS})

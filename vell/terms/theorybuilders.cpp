@@ -7,8 +7,8 @@
 #include "vell/terms/theorybuilders.h"
 
 #include <bit>
-#include <cassert>
-#include <vector>
+
+#include "vell/terms/termbuilder.h"
 
 namespace vell::theory::build {
 
@@ -19,79 +19,11 @@ using Tag = SymbolTag::tag;
 Type const* type_of(Term_ const* t) { return t->symbol->get_output_type(); }
 
 // Makes applications whose sorts are known to fit.
-struct Builder {
-  TermManager& terms;
-
-  std::uint64_t width(Term_ const* t) const { return terms.width(t); }
-  Term_ const* make(Tag tag, Type const* type, std::initializer_list<Term_ const*> children,
-                    std::uint64_t p0 = 0, std::uint64_t p1 = 0) const {
-    assert(operator_arity(tag) == static_cast<int>(children.size()));
-    return terms.mk_term(terms.operator_symbol(tag, children.size(), type, p0, p1),
-                         std::span(children.begin(), children.size()));
-  }
-  Term_ const* negated(Term_ const* a) const { return make(Tag::bool_not, terms.bool_type, {a}); }
-  Term_ const* both(Term_ const* a, Term_ const* b) const {
-    return make(Tag::bool_and, terms.bool_type, {a, b});
-  }
-  Term_ const* either(Term_ const* a, Term_ const* b) const {
-    return make(Tag::bool_or, terms.bool_type, {a, b});
-  }
-  Term_ const* equal(Term_ const* a, Term_ const* b) const {
-    return make(type_of(a) == terms.bool_type ? Tag::bool_iff : Tag::equal, terms.bool_type, {a, b});
-  }
-  Term_ const* ite(Term_ const* c, Term_ const* a, Term_ const* b) const {
-    assert(type_of(c) == terms.bool_type && type_of(a) == type_of(b));
-    return make(type_of(a) == terms.bool_type ? Tag::bool_ite : Tag::term_ite, type_of(a), {c, a, b});
-  }
-  // op.tag over words of one width, with a word of that width as result.
-  Term_ const* word(Tag tag, Term_ const* a, Term_ const* b) const {
-    assert(type_of(a) == type_of(b) && width(a) != 0);
-    return make(tag, type_of(a), {a, b});
-  }
-  Term_ const* complement(Term_ const* a) const { return make(Tag::bv_not, type_of(a), {a}); }
-  // A predicate over words.
-  Term_ const* relation(Tag tag, Term_ const* a, Term_ const* b) const {
-    assert(type_of(a) == type_of(b) && width(a) != 0);
-    return make(tag, terms.bool_type, {a, b}, tag == Tag::bv_slt ? width(a) : 0);
-  }
-  Term_ const* extract(Term_ const* a, std::uint64_t msb, std::uint64_t lsb) const {
-    assert(lsb <= msb && msb < width(a));
-    return make(Tag::bv_extract, terms.bv_type(msb - lsb + 1), {a}, msb, lsb);
-  }
-  Term_ const* sign(Term_ const* a) const { return extract(a, width(a) - 1, width(a) - 1); }
-  Term_ const* concat(Term_ const* high, Term_ const* low) const {
-    return make(Tag::bv_concat, terms.bv_type(width(high) + width(low)), {high, low});
-  }
+struct Builder : TermBuilder {
   Term_ const* product(Term_ const* a, Term_ const* b) const {
     // The clausifier multiplies by a constant in fewer gates, and looks for it in front.
     if (terms.is_number(b->symbol) && !terms.is_number(a->symbol)) std::swap(a, b);
     return word(Tag::bv_mul, a, b);
-  }
-
-  // Words of the argument's width.
-  Term_ const* zeros(Term_ const* a) const { return terms.mk_number(QNumber(0), type_of(a)); }
-  Term_ const* ones(Term_ const* a) const {
-    std::uint64_t const w = width(a);
-    std::vector<std::uint64_t> words((w + 63) / 64, UINT64_MAX);
-    if (w % 64 != 0) words.back() >>= 64 - w % 64;
-    return terms.mk_number(QNumber::from_words(words.data(), words.size()), type_of(a));
-  }
-  Term_ const* least_signed(Term_ const* a) const {
-    std::vector<std::uint64_t> words((width(a) + 63) / 64, 0);
-    words.back() = std::uint64_t{1} << ((width(a) - 1) % 64);
-    return terms.mk_number(QNumber::from_words(words.data(), words.size()), type_of(a));
-  }
-  // by more bits
-  Term_ const* extended(Tag tag, Term_ const* a, std::uint64_t by) const {
-    Type const* const type = terms.bv_type(width(a) + by);
-    QNumber const* const value = terms.number(a->symbol);
-    if (value == nullptr) return make(tag, type, {a}, by);
-    std::uint64_t const w = width(a);
-    std::vector<std::uint64_t> words((w + by + 63) / 64, 0);
-    bool const filled = tag == Tag::bv_sign_extend && value->test_bit(w - 1);
-    for (std::uint64_t i = 0; i < w + by; ++i)
-      if (i < w ? value->test_bit(i) : filled) words[i / 64] |= std::uint64_t{1} << (i % 64);
-    return terms.mk_number(QNumber::from_words(words.data(), words.size()), type);
   }
 
   void check_width(Operator const& op, std::uint64_t width, std::uint64_t more) const {
@@ -109,7 +41,7 @@ Term_ const* constant(Application const& a) { return a.terms.mk_bool(a.op.tag ==
 
 Term_ const* direct(Application const& a) {
   auto const x = a.arguments;
-  Builder const m{a.terms};
+  Builder const m{{a.terms}};
   switch (a.op.tag) {
     case Tag::bool_not: return m.negated(x[0]);
     case Tag::term_ite: return m.ite(x[0], x[1], x[2]);
@@ -118,13 +50,13 @@ Term_ const* direct(Application const& a) {
     case Tag::bv_ult:
     case Tag::bv_ule:
     case Tag::bv_slt:
-    case Tag::bv_sle: return m.relation(a.op.tag, x[0], x[1]);
+    case Tag::bv_sle: return m.order(a.op.tag, x[0], x[1]);
     default: return m.word(a.op.tag, x[0], x[1]);
   }
 }
 
 Term_ const* fold_left(Application const& a) {
-  Builder const m{a.terms};
+  Builder const m{{a.terms}};
   Term_ const* t = a.arguments[0];
   if (a.op.tag == Tag::bv_concat) {
     for (Term_ const* x : a.arguments.subspan(1)) {
@@ -143,7 +75,7 @@ Term_ const* fold_left(Application const& a) {
 }
 
 Term_ const* swapped(Application const& a) {
-  return Builder{a.terms}.relation(a.op.tag, a.arguments[1], a.arguments[0]);
+  return Builder{a.terms}.order(a.op.tag, a.arguments[1], a.arguments[0]);
 }
 
 Term_ const* product(Application const& a) {
@@ -154,21 +86,21 @@ Term_ const* product(Application const& a) {
 
 // a => (b => c)
 Term_ const* implies(Application const& a) {
-  Builder const m{a.terms};
+  Builder const m{{a.terms}};
   Term_ const* t = a.arguments.back();
   for (std::size_t i = a.arguments.size() - 1; i-- > 0;) t = m.either(m.negated(a.arguments[i]), t);
   return t;
 }
 
 Term_ const* exclusive_or(Application const& a) {
-  Builder const m{a.terms};
+  Builder const m{{a.terms}};
   Term_ const* t = a.arguments[0];
   for (Term_ const* x : a.arguments.subspan(1)) t = m.negated(m.equal(t, x));
   return t;
 }
 
 Term_ const* equal(Application const& a) {
-  Builder const m{a.terms};
+  Builder const m{{a.terms}};
   Term_ const* t = m.equal(a.arguments[0], a.arguments[1]);
   for (std::size_t i = 2; i < a.arguments.size(); ++i)
     t = m.both(t, m.equal(a.arguments[i - 1], a.arguments[i]));
@@ -176,7 +108,7 @@ Term_ const* equal(Application const& a) {
 }
 
 Term_ const* distinct(Application const& a) {
-  Builder const m{a.terms};
+  Builder const m{{a.terms}};
   Term_ const* t = nullptr;
   for (std::size_t i = 0; i < a.arguments.size(); ++i)
     for (std::size_t j = i + 1; j < a.arguments.size(); ++j) {
@@ -189,19 +121,19 @@ Term_ const* distinct(Application const& a) {
 // ---- words ----
 
 Term_ const* complemented(Application const& a) {
-  Builder const m{a.terms};
+  Builder const m{{a.terms}};
   return m.complement(m.word(a.op.tag, a.arguments[0], a.arguments[1]));
 }
 
 Term_ const* xnor(Application const& a) {
-  Builder const m{a.terms};
+  Builder const m{{a.terms}};
   Term_ const* t = a.arguments[0];
   for (Term_ const* x : a.arguments.subspan(1)) t = m.complement(m.word(Tag::bv_xor, t, x));
   return t;
 }
 
 Term_ const* compare(Application const& a) {
-  Builder const m{a.terms};
+  Builder const m{{a.terms}};
   return m.ite(m.equal(a.arguments[0], a.arguments[1]), a.terms.mk_bv(1, 1), a.terms.mk_bv(0, 1));
 }
 
@@ -209,7 +141,7 @@ Term_ const* compare(Application const& a) {
 // divisor is added. A divisor of zero leaves the dividend as the remainder, and adding zero changes nothing:
 // smod x 0 = x.
 Term_ const* smod(Application const& a) {
-  Builder const m{a.terms};
+  Builder const m{{a.terms}};
   Term_ const* const dividend = a.arguments[0];
   Term_ const* const divisor = a.arguments[1];
   Term_ const* const remainder = m.word(Tag::bv_srem, dividend, divisor);
@@ -219,7 +151,7 @@ Term_ const* smod(Application const& a) {
 }
 
 Term_ const* extract(Application const& a) {
-  Builder const m{a.terms};
+  Builder const m{{a.terms}};
   std::uint64_t const msb = a.indices[0];
   std::uint64_t const lsb = a.indices[1];
   std::uint64_t const w = m.width(a.arguments[0]);
@@ -233,7 +165,7 @@ Term_ const* extract(Application const& a) {
 }
 
 Term_ const* rotate(Application const& a) {
-  Builder const m{a.terms};
+  Builder const m{{a.terms}};
   Term_ const* const x = a.arguments[0];
   return m.make(a.op.tag, type_of(x), {x}, a.indices[0] % m.width(x));
 }
@@ -241,7 +173,7 @@ Term_ const* rotate(Application const& a) {
 // By a word: (x << r) | (x >> (w - r)) with r = amount mod w, and the same mirrored. For r = 0 the second
 // shift moves all bits out. w itself fits a word of w bits, so the constants below do.
 Term_ const* rotate_by_word(Application const& a) {
-  Builder const m{a.terms};
+  Builder const m{{a.terms}};
   Term_ const* const x = a.arguments[0];
   Term_ const* const amount = a.arguments[1];
   std::uint64_t const w = m.width(x);
@@ -262,7 +194,7 @@ Term_ const* rotate_by_word(Application const& a) {
 
 // By doubling, so that many copies take few terms.
 Term_ const* repeat(Application const& a) {
-  Builder const m{a.terms};
+  Builder const m{{a.terms}};
   Term_ const* power = a.arguments[0];
   std::uint64_t count = a.indices[0];
   if (count == 0) throw SortError("the index of `repeat` is 0; it must be at least 1");
@@ -276,20 +208,20 @@ Term_ const* repeat(Application const& a) {
 }
 
 Term_ const* extend(Application const& a) {
-  Builder const m{a.terms};
+  Builder const m{{a.terms}};
   Term_ const* const x = a.arguments[0];
   m.check_width(a.op, m.width(x), a.indices[0]);
   return m.make(a.op.tag, a.terms.bv_type(m.width(x) + a.indices[0]), {x}, a.indices[0]);
 }
 
 Term_ const* reduce_or(Application const& a) {
-  Builder const m{a.terms};
+  Builder const m{{a.terms}};
   Term_ const* const x = a.arguments[0];
   return m.ite(m.equal(x, m.zeros(x)), a.terms.mk_bv(0, 1), a.terms.mk_bv(1, 1));
 }
 
 Term_ const* reduce_and(Application const& a) {
-  Builder const m{a.terms};
+  Builder const m{{a.terms}};
   Term_ const* const x = a.arguments[0];
   return m.ite(m.equal(x, m.ones(x)), a.terms.mk_bv(1, 1), a.terms.mk_bv(0, 1));
 }
@@ -297,12 +229,12 @@ Term_ const* reduce_and(Application const& a) {
 // ---- overflow ----
 
 Term_ const* negation_overflows(Application const& a) {
-  Builder const m{a.terms};
+  Builder const m{{a.terms}};
   return m.equal(a.arguments[0], m.least_signed(a.arguments[0]));
 }
 
 Term_ const* unsigned_sum_overflows(Application const& a) {
-  Builder const m{a.terms};
+  Builder const m{{a.terms}};
   Term_ const* const sum = m.word(Tag::bv_add, m.extended(Tag::bv_zero_extend, a.arguments[0], 1),
                                   m.extended(Tag::bv_zero_extend, a.arguments[1], 1));
   return m.equal(m.sign(sum), a.terms.mk_bv(1, 1));
@@ -310,7 +242,7 @@ Term_ const* unsigned_sum_overflows(Application const& a) {
 
 // The exact result fits w bits iff its two top bits, w and w - 1, agree.
 Term_ const* signed_sum_overflows(Application const& a) {
-  Builder const m{a.terms};
+  Builder const m{{a.terms}};
   std::uint64_t const w = m.width(a.arguments[0]);
   Term_ const* const exact = m.word(a.op.tag, m.extended(Tag::bv_sign_extend, a.arguments[0], 1),
                                     m.extended(Tag::bv_sign_extend, a.arguments[1], 1));
@@ -318,7 +250,7 @@ Term_ const* signed_sum_overflows(Application const& a) {
 }
 
 Term_ const* unsigned_product_overflows(Application const& a) {
-  Builder const m{a.terms};
+  Builder const m{{a.terms}};
   std::uint64_t const w = m.width(a.arguments[0]);
   m.check_width(a.op, w, w);
   Term_ const* const exact = m.product(m.extended(Tag::bv_zero_extend, a.arguments[0], w),
@@ -329,7 +261,7 @@ Term_ const* unsigned_product_overflows(Application const& a) {
 
 // The exact result fits w bits iff its high half repeats bit w - 1.
 Term_ const* signed_product_overflows(Application const& a) {
-  Builder const m{a.terms};
+  Builder const m{{a.terms}};
   std::uint64_t const w = m.width(a.arguments[0]);
   m.check_width(a.op, w, w);
   Term_ const* const exact = m.product(m.extended(Tag::bv_sign_extend, a.arguments[0], w),
@@ -340,7 +272,7 @@ Term_ const* signed_product_overflows(Application const& a) {
 
 // Only the least word by -1.
 Term_ const* signed_quotient_overflows(Application const& a) {
-  Builder const m{a.terms};
+  Builder const m{{a.terms}};
   Term_ const* const x = a.arguments[0];
   return m.both(m.equal(x, m.least_signed(x)), m.equal(a.arguments[1], m.ones(x)));
 }

@@ -3,20 +3,20 @@
 namespace vell::words {
 
 bool Builder::is_ones(Term_ const* t) const {
-  QNumber const* const n = tm_.number(t->symbol);
+  QNumber const* const n = terms.number(t->symbol);
   if (n == nullptr || !n->test_bit(0)) return false;
   std::uint64_t const w = width(t);
   return w != 0 && n->size_in_base_2() == w && mpz_popcount(value(t).get_mpz_t()) == w;
 }
 
 bool Builder::is_least_signed(Term_ const* t) const {
-  QNumber const* const n = tm_.number(t->symbol);
+  QNumber const* const n = terms.number(t->symbol);
   std::uint64_t const w = width(t);
   return n != nullptr && w != 0 && n->sign() != 0 && n->lowest_set_bit(0) == w - 1;
 }
 
 bool Builder::is_greatest_signed(Term_ const* t) const {
-  QNumber const* const n = tm_.number(t->symbol);
+  QNumber const* const n = terms.number(t->symbol);
   std::uint64_t const w = width(t);
   if (n == nullptr || w == 0 || n->test_bit(w - 1)) return false;
   return w == 1 || (n->size_in_base_2() == w - 1 && mpz_popcount(value(t).get_mpz_t()) == w - 1);
@@ -32,58 +32,29 @@ bool Builder::complementary(Term_ const* a, Term_ const* b) const {
 Term_ const* Builder::negation(Term_ const* p) const {
   if (is(p, SymbolTag::bool_not)) return p->children[0];
   if (is_true(p) || is_false(p)) return boolean(is_false(p));
-  return make(SymbolTag::bool_not, tm_.bool_type, {p});
-}
-
-Term_ const* Builder::ite(Term_ const* condition, Term_ const* then, Term_ const* otherwise) const {
-  return make(is_bool(then) ? SymbolTag::bool_ite : SymbolTag::term_ite, then->symbol->get_output_type(),
-              {condition, then, otherwise});
-}
-
-Term_ const* Builder::order(Tag tag, Term_ const* a, Term_ const* b) const {
-  return make(tag, tm_.bool_type, {a, b}, tag == SymbolTag::bv_slt ? width(a) : 0);
+  return negated(p);
 }
 
 Term_ const* Builder::complement(Term_ const* a) const {
   if (is(a, SymbolTag::bv_not)) return a->children[0];
   if (is_numeral(a)) return number(-1 - value(a), width(a));
-  return make(SymbolTag::bv_not, a->symbol->get_output_type(), {a});
+  return TermBuilder::complement(a);
 }
 
 Term_ const* Builder::extract(Term_ const* a, std::uint64_t msb, std::uint64_t lsb) const {
   if (lsb == 0 && msb + 1 == width(a)) return a;
   if (is_numeral(a)) return number(value(a) >> lsb, msb - lsb + 1);
-  return make(SymbolTag::bv_extract, tm_.bv_type(msb - lsb + 1), {a}, msb, lsb);
+  return TermBuilder::extract(a, msb, lsb);
 }
 
 Term_ const* Builder::concat(Term_ const* high, Term_ const* low) const {
   if (high == nullptr) return low;
   if (low == nullptr) return high;
+  if (!is_numeral(high) || !is_numeral(low)) return TermBuilder::concat(high, low);
   std::uint64_t const low_width = width(low);
-  std::uint64_t const w = width(high) + low_width;
-  if (is_numeral(high) && is_numeral(low)) {
-    mpz_class n = value(high) << low_width;
-    n += value(low);
-    return number(n, w);
-  }
-  return make(SymbolTag::bv_concat, tm_.bv_type(w), {high, low});
-}
-
-Term_ const* Builder::zero_extend(Term_ const* a, std::uint64_t by) const {
-  if (by == 0) return a;
-  if (is_numeral(a)) return number(value(a), width(a) + by);
-  return make(SymbolTag::bv_zero_extend, tm_.bv_type(width(a) + by), {a}, by);
-}
-
-Term_ const* Builder::sign_extend(Term_ const* a, std::uint64_t by) const {
-  if (by == 0) return a;
-  std::uint64_t const w = width(a);
-  if (is_numeral(a)) {
-    mpz_class n = value(a);
-    if (mpz_tstbit(n.get_mpz_t(), w - 1) != 0) n -= mpz_class(1) << w;
-    return number(n, w + by);
-  }
-  return make(SymbolTag::bv_sign_extend, tm_.bv_type(w + by), {a}, by);
+  mpz_class n = value(high) << low_width;
+  n += value(low);
+  return number(n, width(high) + low_width);
 }
 
 }  // namespace vell::words

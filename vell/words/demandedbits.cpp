@@ -15,12 +15,16 @@
 #include "vell/terms/cone.h"
 #include "vell/words/builder.h"
 #include "vell/words/operands.h"
+#include "vell/words/tags.h"
 
 namespace vell::words {
 
 namespace {
 
 using Tag = SymbolTag::tag;
+
+constexpr Tags bitwise{Tag::bv_and, Tag::bv_or, Tag::bv_xor, Tag::bv_not, Tag::term_ite};
+constexpr Tags carrying{Tag::bv_add, Tag::bv_sub, Tag::bv_mul, Tag::bv_neg};  // from low bits to high ones
 
 // Bits low to high, both of them; nothing where high is below low.
 struct Range {
@@ -66,8 +70,8 @@ class Narrowing {
       }
       Range const r = demand_[i];
       if (r.empty()) continue;  // all who might ask are asked for nothing themselves
-      narrower = narrower || (costly(t) && (r.high + 1 < w || (r.low > 0 && bitwise(b_.tag(t)))));
-      ask_operands(t, w, r);
+      narrower = narrower || (costly(t) && (r.high + 1 < w || (r.low > 0 && is_bitwise(t))));
+      ask_operands(t, r);
     }
     return narrower;
   }
@@ -79,16 +83,10 @@ class Narrowing {
   }
 
  private:
-  static bool bitwise(Tag tag) {
-    return tag == Tag::bv_and || tag == Tag::bv_or || tag == Tag::bv_xor || tag == Tag::bv_not ||
-           tag == Tag::term_ite;
-  }
-  static bool carries_up(Tag tag) {
-    return tag == Tag::bv_add || tag == Tag::bv_sub || tag == Tag::bv_mul || tag == Tag::bv_neg;
-  }
+  bool is_bitwise(Term_ const* t) const { return bitwise.contain(b_.tag(t)); }
+  bool carries(Term_ const* t) const { return carrying.contain(b_.tag(t)); }
   // An operator that has a circuit, and one that can be narrower.
-  static bool costly(Tag tag) { return (bitwise(tag) && tag != Tag::bv_not) || carries_up(tag); }
-  bool costly(Term_ const* t) const { return costly(b_.tag(t)); }
+  bool costly(Term_ const* t) const { return (is_bitwise(t) && !b_.is(t, Tag::bv_not)) || carries(t); }
 
   void ask(Term_ const* t, Range const& r) { demand_[place_[t->id]].add(r); }
   void ask_all(Term_ const* t) {
@@ -96,11 +94,11 @@ class Narrowing {
     if (w != 0) ask(t, {0, w - 1});
   }
 
-  void ask_operands(Term_ const* t, std::uint64_t w, Range const& r) {
+  void ask_operands(Term_ const* t, Range const& r) {
     Tag const tag = b_.tag(t);
-    if (bitwise(tag)) {
+    if (is_bitwise(t)) {
       for (std::uint64_t k = tag == Tag::term_ite ? 1 : 0; k < t->symbol->arity; ++k) ask(t->children[k], r);
-    } else if (carries_up(tag)) {
+    } else if (carries(t)) {
       for (std::uint64_t k = 0; k < t->symbol->arity; ++k) ask(t->children[k], {0, r.high});
     } else if (tag == Tag::bv_extract) {
       ask(t->children[0], {r.low + b_.lsb(t), r.high + b_.lsb(t)});
@@ -113,7 +111,6 @@ class Narrowing {
       if (r.low <= top) ask(t->children[0], {r.low, std::min(r.high, top)});
       if (r.high > top && tag == Tag::bv_sign_extend) ask(t->children[0], {top, top});
     } else {
-      static_cast<void>(w);
       for (std::uint64_t k = 0; k < t->symbol->arity; ++k) ask_all(t->children[k]);
     }
   }
@@ -146,8 +143,8 @@ class Narrowing {
     // Open-valued terms stay, with all below them.
     if (t->symbol->arity == 0 || open_valued(context_.tm, t, context_.free_division)) return {t, 0};
     if (w != 0 && r.empty()) return {t, 0};  // nobody asks
-    if (w != 0 && costly(tag)) {
-      if (carries_up(tag)) r.low = 0;
+    if (w != 0 && costly(t)) {
+      if (carries(t)) r.low = 0;
       operands_.clear();
       if (tag == Tag::term_ite) operands_.push_back(whole(t->children[0]));
       for (std::uint64_t k = operands_.size(); k < t->symbol->arity; ++k)

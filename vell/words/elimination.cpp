@@ -17,8 +17,8 @@
 #include "vell/terms/cone.h"
 #include "vell/words/builder.h"
 #include "vell/words/operands.h"
-#include "vell/words/rules/rule.h"
 #include "vell/words/substitution.h"
+#include "vell/words/tags.h"
 
 namespace vell::words {
 

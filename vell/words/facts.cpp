@@ -5,6 +5,8 @@
 
 #include "vell/words/facts.h"
 
+#include <algorithm>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -73,10 +75,9 @@ class Facts : public Pass {
 
   // Takes conjunctions apart, in their order, and leaves out what was there already.
   void flatten(Formulas& formulas) {
-    std::unordered_set<Term_ const*> seen;
+    std::unordered_map<Term_ const*, bool> seen;  // what is said, and whether it holds
     std::vector<Formula> out;
     std::vector<Term_ const*> stack;
-    bool changed = false;
     for (Formula const& f : formulas.permanent) {
       stack.push_back(f.term);
       while (!stack.empty()) {
@@ -90,19 +91,18 @@ class Facts : public Pass {
             stack.push_back(negated ? b_.negation(p->children[i]) : p->children[i]);
           continue;
         }
-        if (split(t, stack)) continue;
-        if (b_.is_true(t) || !seen.insert(t).second) continue;
-        if (b_.is_false(t) || seen.contains(b_.negation(t))) {
+        if (split(t, stack) || b_.is_true(t)) continue;
+        auto const [said, fresh] = seen.try_emplace(p, !negated);
+        if (b_.is_false(t) || said->second == negated) {
           formulas.permanent = {{b_.boolean(false), f.origin}};
           ++replaced_;
           return;
         }
-        out.push_back({t, f.origin});
+        if (fresh) out.push_back({t, f.origin});
       }
     }
-    for (std::size_t i = 0; i < out.size() && !changed; ++i)
-      changed = out.size() != formulas.permanent.size() || out[i].term != formulas.permanent[i].term;
-    if (!changed && out.size() == formulas.permanent.size()) return;
+    auto const same = [](Formula const& a, Formula const& b) { return a.term == b.term; };
+    if (std::ranges::equal(out, formulas.permanent, same)) return;
     ++replaced_;
     formulas.permanent = std::move(out);
   }

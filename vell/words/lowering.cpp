@@ -24,18 +24,18 @@ class Lowering : public Pass {
 
   std::uint64_t apply(Formulas& formulas) override {
     std::uint64_t replaced = 0;
-    auto const change = [&](Formulas& all, auto now) {
-      all.each([&](Formula& f) {
+    auto const change = [&](auto now) {
+      formulas.each([&](Formula& f) {
         Term_ const* const t = now(f.term);
         replaced += t != f.term ? 1 : 0;
         f.term = t;
       });
-      all.replace_values(now);
+      formulas.replace_values(now);
     };
     Substitution shared(context_.tm, context_.free_division, context_.limits);
     share_dividers(formulas, shared);
-    if (!shared.empty()) change(formulas, [&](Term_ const* t) { return shared.apply(t); });
-    change(formulas, [&](Term_ const* t) { return rewriter_.rewrite(t); });
+    if (!shared.empty()) change([&](Term_ const* t) { return shared.apply(t); });
+    change([&](Term_ const* t) { return rewriter_.rewrite(t); });
     return replaced;
   }
 

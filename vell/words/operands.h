@@ -27,6 +27,16 @@ inline bool open_valued(TermManager const& tm, Term_ const* t, bool free_divisio
   }
 }
 
+// Pushes the operands of t that `wanted` is true of, the first one on top; whether there are any. For a walk
+// that comes to a term again when it has been at its operands.
+template <typename Wanted>
+bool push_operands(Term_ const* t, std::vector<Term_ const*>& stack, Wanted wanted) {
+  std::size_t const before = stack.size();
+  for (std::uint64_t i = t->symbol->arity; i-- > 0;)
+    if (wanted(t->children[i])) stack.push_back(t->children[i]);
+  return stack.size() != before;
+}
+
 // Fills `operands` with now(o) for each operand o of t, in their order; whether one of them is another than
 // o.
 template <typename Now>

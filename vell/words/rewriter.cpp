@@ -6,8 +6,6 @@
 
 #include "vell/words/rewriter.h"
 
-#include <algorithm>
-
 #include "vell/words/operands.h"
 
 namespace vell::words {
@@ -41,12 +39,6 @@ Rewriter::Rewriter(TermManager& tm, bool free_division, run::Limits const& limit
       if (rules[i].roots.contain(tag)) rules_of_[tag].push_back(i);
 }
 
-void Rewriter::set(Term_ const* t, Term_ const* normal) {
-  if (t->id >= normal_.size())
-    normal_.resize(std::max<std::size_t>(tm_.term_count() + 1, t->id + 1), nullptr);
-  normal_[t->id] = normal;
-}
-
 Term_ const* Rewriter::rewrite(Term_ const* root) {
   if (Term_ const* normal = known(root)) return normal;
   std::vector<Term_ const*> stack{root};
@@ -60,8 +52,8 @@ Term_ const* Rewriter::rewrite(Term_ const* root) {
     }
     // What a rule made of the term is in normal form when the term is on top again. If it is not, it waits
     // for this very term, which no rule may bring about; then the term stays.
-    if (t->id < next_.size() && next_[t->id] != nullptr) {
-      Term_ const* const normal = known(next_[t->id]);
+    if (Term_ const* const next = forms_.find(t).next) {
+      Term_ const* const normal = known(next);
       set(t, normal != nullptr ? normal : t);
       stack.pop_back();
       continue;
@@ -71,10 +63,7 @@ Term_ const* Rewriter::rewrite(Term_ const* root) {
       stack.pop_back();
       continue;
     }
-    std::size_t const waiting = stack.size();
-    for (std::uint64_t i = t->symbol->arity; i-- > 0;)
-      if (known(t->children[i]) == nullptr) stack.push_back(t->children[i]);
-    if (stack.size() != waiting) continue;
+    if (push_operands(t, stack, [this](Term_ const* o) { return known(o) == nullptr; })) continue;
     ++visited_;
     bool const changed = map_operands(t, operands, [this](Term_ const* o) { return known(o); });
     Term_ const* const now = changed ? tm_.mk_term(t->symbol, operands) : t;
@@ -90,8 +79,7 @@ Term_ const* Rewriter::rewrite(Term_ const* root) {
       stack.pop_back();
       continue;
     }
-    if (t->id >= next_.size()) next_.resize(std::max<std::size_t>(tm_.term_count() + 1, t->id + 1), nullptr);
-    next_[t->id] = after;
+    forms_.at(t).next = after;
     stack.push_back(after);
   }
   return known(root);

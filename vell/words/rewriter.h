@@ -11,6 +11,7 @@
 
 #include "vell/run/limits.h"
 #include "vell/terms/termmanager.h"
+#include "vell/terms/termtable.h"
 #include "vell/values/evaluator.h"
 #include "vell/words/builder.h"
 #include "vell/words/pass.h"
@@ -36,8 +37,13 @@ class Rewriter {
   std::uint64_t folded() const { return folded_; }
 
  private:
-  Term_ const* known(Term_ const* t) const { return t->id < normal_.size() ? normal_[t->id] : nullptr; }
-  void set(Term_ const* t, Term_ const* normal);
+  struct Form {
+    Term_ const* normal = nullptr;  // null where not known
+    Term_ const* next = nullptr;    // what a rule made of the term; null for none
+  };
+
+  Term_ const* known(Term_ const* t) const { return forms_.find(t).normal; }
+  void set(Term_ const* t, Term_ const* normal) { forms_.at(t).normal = normal; }
   Term_ const* step(Term_ const* t);
   Term_ const* fold(Term_ const* t);
 
@@ -48,8 +54,7 @@ class Rewriter {
   run::Limits const& limits_;
   values::Evaluator evaluator_;
   std::array<std::vector<std::uint32_t>, 64> rules_of_;  // by operator: places in rules_
-  std::vector<Term_ const*> normal_;                     // by id; null where not known
-  std::vector<Term_ const*> next_;                       // by id: what a rule made of the term
+  TermTable<Form> forms_;
   std::vector<std::uint64_t> counts_;
   std::uint64_t folded_ = 0;
   std::uint64_t steps_ = 0;

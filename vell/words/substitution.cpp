@@ -3,13 +3,15 @@
 
 #include "vell/words/substitution.h"
 
+#include <vector>
+
 #include "vell/words/operands.h"
 
 namespace vell::words {
 
 void Substitution::replace(Term_ const* t, Term_ const* by) {
-  entries_.at(tm_, t).by = by;
-  replaced_.push_back(t);
+  entries_.at(t).by = by;
+  empty_ = false;
 }
 
 Term_ const* Substitution::apply(Term_ const* root) {
@@ -30,9 +32,9 @@ Term_ const* Substitution::apply(Term_ const* root) {
         set(t, image);
         stack.pop_back();
       } else if (entry.entered) {
-        entries_.at(tm_, t).stays = true;
+        entries_.at(t).stays = true;
       } else {
-        entries_.at(tm_, t).entered = true;
+        entries_.at(t).entered = true;
         stack.push_back(by);
       }
       continue;
@@ -42,10 +44,7 @@ Term_ const* Substitution::apply(Term_ const* root) {
       stack.pop_back();
       continue;
     }
-    std::size_t const waiting = stack.size();
-    for (std::uint64_t i = t->symbol->arity; i-- > 0;)
-      if (known(t->children[i]) == nullptr) stack.push_back(t->children[i]);
-    if (stack.size() != waiting) continue;
+    if (push_operands(t, stack, [this](Term_ const* o) { return known(o) == nullptr; })) continue;
     bool const changed = map_operands(t, operands, [this](Term_ const* o) { return known(o); });
     set(t, changed ? tm_.mk_term(t->symbol, operands) : t);
     stack.pop_back();

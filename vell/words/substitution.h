@@ -4,13 +4,9 @@
 //
 // Tested by tests/words/substitution_test.cpp.
 
-#include <algorithm>
-#include <cstdint>
-#include <unordered_map>
-#include <vector>
-
 #include "vell/run/limits.h"
 #include "vell/terms/termmanager.h"
+#include "vell/terms/termtable.h"
 
 namespace vell::words {
 
@@ -25,7 +21,7 @@ class Substitution {
   // From now on `by` stands for t. `by` may hold replaced terms, which are replaced in turn. Where that leads
   // back to t, t stays: see stays().
   void replace(Term_ const* t, Term_ const* by);
-  bool empty() const { return replaced_.empty(); }
+  bool empty() const { return empty_; }
   bool is_replaced(Term_ const* t) const { return entries_.find(t).by != nullptr; }
 
   // The term with everything replaced. No recursion. Throws run::Stopped when the limits say so.
@@ -35,8 +31,6 @@ class Substitution {
 
   // Whether t was to be replaced, but by itself in the end. Known once what should stand for it was applied.
   bool stays(Term_ const* t) const { return entries_.find(t).stays; }
-  // What was given to replace(), in that order.
-  std::vector<Term_ const*> const& replaced() const { return replaced_; }
 
  private:
   struct Entry {
@@ -45,35 +39,15 @@ class Substitution {
     bool entered = false;          // on the way to its image
     bool stays = false;
   };
-  // By the ids of terms.
-  class Entries {
-   public:
-    explicit Entries(bool sparse) : sparse_(sparse) {}
-    Entry find(Term_ const* t) const {
-      if (!sparse_) return t->id < dense_.size() ? dense_[t->id] : Entry();
-      auto const found = few_.find(t->id);
-      return found == few_.end() ? Entry() : found->second;
-    }
-    Entry& at(TermManager const& tm, Term_ const* t) {
-      if (sparse_) return few_[t->id];
-      if (t->id >= dense_.size()) dense_.resize(std::max<std::size_t>(tm.term_count() + 1, t->id + 1));
-      return dense_[t->id];
-    }
-
-   private:
-    bool const sparse_;
-    std::vector<Entry> dense_;
-    std::unordered_map<std::uint64_t, Entry> few_;
-  };
 
   Term_ const* known(Term_ const* t) const { return entries_.find(t).image; }
-  void set(Term_ const* t, Term_ const* image) { entries_.at(tm_, t).image = image; }
+  void set(Term_ const* t, Term_ const* image) { entries_.at(t).image = image; }
 
   TermManager& tm_;
   bool const free_division_;
   run::Limits const& limits_;
-  std::vector<Term_ const*> replaced_;
-  Entries entries_;
+  bool empty_ = true;
+  TermTable<Entry> entries_;
 };
 
 }  // namespace vell::words

@@ -172,10 +172,8 @@ Term_ const* WordIdentities::State::rebuild(Term_ const* root) {
       stack.pop_back();
       continue;
     }
-    std::size_t const waiting = stack.size();
-    for (std::uint64_t i = 0; i < t->symbol->arity; ++i)
-      if (is_open(t->children[i]) && replaced.count(t->children[i]) == 0) stack.push_back(t->children[i]);
-    if (stack.size() != waiting) continue;
+    if (push_operands(t, stack, [this](Term_ const* o) { return is_open(o) && replaced.count(o) == 0; }))
+      continue;
     stack.pop_back();
     bool const changed =
         map_operands(t, operands, [this](Term_ const* o) { return is_open(o) ? replaced.at(o) : o; });

@@ -9,25 +9,12 @@
 //
 // Tested by tests/words/rules_test.cpp: every rule there is proved on instances of its own.
 
-#include <cstdint>
-#include <initializer_list>
 #include <span>
 
 #include "vell/words/builder.h"
+#include "vell/words/tags.h"
 
 namespace vell::words {
-
-// A set of operators.
-class Tags {
- public:
-  constexpr Tags(std::initializer_list<SymbolTag::tag> tags) {
-    for (SymbolTag::tag t : tags) bits_ |= std::uint64_t{1} << t;
-  }
-  constexpr bool contain(std::uint32_t tag) const { return tag < 64 && (bits_ >> tag & 1) != 0; }
-
- private:
-  std::uint64_t bits_ = 0;
-};
 
 struct Rule {
   char const* name;
