@@ -38,10 +38,10 @@ def read_equivalents(path):
 
 
 def read_sources(subject):
-    """{name: text} of the source files. The gates stand in a header: their code is taken into the file that tells about
+    """{path below the folder: text} of the source files. The gates stand in a header: their code is taken into the file that tells about
     them, whose copy of it is the one that the linker keeps."""
     folder = ROOT / subject.folder
-    sources = {p.name: p.read_text() for p in sorted(folder.glob("*.cpp"))}
+    sources = {p.relative_to(folder).as_posix(): p.read_text() for p in sorted(folder.rglob("*.cpp"))}
     if (name := subject.inlined) is not None:
         header = (folder / f"{name}.h").read_text().replace("#pragma once\n", "")
         line = f'#include "{subject.folder}/{name}.h"\n'

@@ -112,9 +112,9 @@ class Scratch:
         self.compile = {}
         for entry in json.loads((self.build / "compile_commands.json").read_text()):
             source = Path(entry["file"])
-            if source.parent == self.tree / self.subject.folder and self.subject.archive in entry["command"]:
+            if source.is_relative_to(self.tree / self.subject.folder) and self.subject.archive in entry["command"]:
                 command = entry["command"].split()
-                self.compile[source.name] = command[1:] if command[0].endswith("ccache") else command
+                self.compile[source.relative_to(self.tree / self.subject.folder).as_posix()] = command[1:] if command[0].endswith("ccache") else command
         self.links = {}
         for program in self.subject.programs:
             commands = subprocess.run(["ninja", "-t", "commands", program], cwd=self.build, capture_output=True, text=True,
