@@ -135,13 +135,16 @@ TEST_F(ComparatorsTest, UltTracesTheStageTwiceAndMarksItsClauses) {
   logger.set_verbosity(4);
   EXPECT_EQ(ult({2}, {3}), 100);
   // The markers have no end of line of their own: they run on into the second stage line.
-  EXPECT_EVENTS(R"(
+  EXPECT_EVENTS(
+      R"(
     log "wordt ult "
     log "[ 0 ] < [ 1 ]"
     new 100
     log "i = 0 x = 0 y = 1 w = F v = 98"
     clauses 2 3 -1 -100 | 2 3 1 100 | 2 -3 100 | -2 3 -100 | -2 -3 -1 -100 | -2 -3 1 100
-    log "1; BV:Word clausifier - 2; BV:Word clausifier - 3; BV:Word clausifier - 4; BV:Word clausifier - 5; BV:Word clausifier - 6; BV:Word clausifier - i = 0 x = 0 y = 1 w = F v = 98"
+    log "1; BV:Word clausifier - 2; BV:Word clausifier - 3; )"
+      R"(BV:Word clausifier - 4; BV:Word clausifier - 5; )"
+      R"(BV:Word clausifier - 6; BV:Word clausifier - i = 0 x = 0 y = 1 w = F v = 98"
   )");
   EXPECT_EQ(trace.pending(), "");
 }
@@ -195,15 +198,19 @@ TEST_F(ComparatorsTest, UltTracesFromWhereTheSinkRaisesTheVerbosity) {
   BvLitList x{2, 4};
   BvLitList y{3, 5};
   EXPECT_EQ(take(c.word_ult(&raising, &x, &y, 0)), (BvLitList{101}));
-  EXPECT_EVENTS(R"(
+  EXPECT_EVENTS(
+      R"(
     log "wordt ult "
     new 100
     log "i = 0 x = 0 y = 1 w = F v = 98"
     clauses 2 3 -1 -100 | 2 3 1 100 | 2 -3 100 | -2 3 -100 | -2 -3 -1 -100 | -2 -3 1 100
-    log "1; BV:Word clausifier - 2; BV:Word clausifier - 3; BV:Word clausifier - 4; BV:Word clausifier - 5; BV:Word clausifier - 6; BV:Word clausifier - i = 0 x = 0 y = 1 w = F v = 98"
+    log "1; BV:Word clausifier - 2; BV:Word clausifier - 3; )"
+      R"(BV:Word clausifier - 4; BV:Word clausifier - 5; )"
+      R"(BV:Word clausifier - 6; BV:Word clausifier - i = 0 x = 0 y = 1 w = F v = 98"
     new 101
     clauses 4 5 100 -101 | 4 5 -100 101 | 4 -5 101 | -4 5 -101 | -4 -5 100 -101 | -4 -5 -100 101
-    log "3; BV:Word clausifier - 4; BV:Word clausifier - 5; BV:Word clausifier - 6; BV:Word clausifier - i = 1 x = 2 y = 3 w = 98 v = 99"
+    log "3; BV:Word clausifier - 4; BV:Word clausifier - 5; )"
+      R"(BV:Word clausifier - 6; BV:Word clausifier - i = 1 x = 2 y = 3 w = 98 v = 99"
   )");
 }
 

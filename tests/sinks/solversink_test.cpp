@@ -101,6 +101,16 @@ TEST_F(SolverSinkTest, ValuesAreThoseOfTheLastAnswer) {
   EXPECT_THROW(sink->failed(2), Exception);
 }
 
+// The solver was never told of the variable, and need not answer for it.
+TEST_F(SolverSinkTest, AVariableOfSatisfiedClausesOnlyIsFalse) {
+  solver->answer = Answer::sat;
+  sink->add_clause({4, bv::l_true});
+  sink->add_clause({2});
+  ASSERT_EQ(Answer::sat, sink->solve());
+  EXPECT_TRUE(solver->value(3));
+  EXPECT_FALSE(sink->value(4));
+}
+
 TEST_F(SolverSinkTest, FailedAssumptionsAreThoseOfTheLastAnswer) {
   solver->answer = Answer::unsat;
   ASSERT_EQ(Answer::unsat, sink->solve({2, -3}));

@@ -18,13 +18,15 @@ SolverSink::~SolverSink() = default;
 
 void SolverSink::add_clause() {
   literals_of_solver_.clear();
+  bv::BvLit greatest = known_;
   for (bv::BvLit l : lits) {
     assert(l != bv::l_undef && std::abs(l) < next_);
     if (l == bv::l_true) return;
     if (l == bv::l_false) continue;
-    known_ = std::max(known_, std::abs(l));
+    greatest = std::max(greatest, std::abs(l));
     literals_of_solver_.push_back(solver_literal(l));
   }
+  known_ = greatest;
   state_ = State::input;
   solver_->add(literals_of_solver_);
   literals_ += literals_of_solver_.size();
