@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "tests/values/values.h"
-#include "vell/words/numeral.h"
 
 namespace vell::words {
 namespace {
@@ -25,7 +24,7 @@ class SharedProductsTest : public testing::Test {
   Term_ const* joined(Term_ const* high, Term_ const* low) { return app(SymbolTag::bv_concat, {high, low}); }
   Term_ const* low(Term_ const* t, std::uint64_t n) { return app(SymbolTag::bv_extract, {t}, n - 1, 0); }
   Term_ const* mul(Term_ const* x, Term_ const* y) { return app(SymbolTag::bv_mul, {x, y}); }
-  Term_ const* is_one(Term_ const* t) { return app(SymbolTag::equal, {t, tm.mk_bv(1, word_width(tm, t))}); }
+  Term_ const* is_one(Term_ const* t) { return app(SymbolTag::equal, {t, tm.mk_bv(1, tm.width(t))}); }
   // The products in the formulas, shared as one batch, are those given.
   std::vector<Term_ const*> shared(std::vector<Term_ const*> words) {
     for (Term_ const*& t : words) t = is_one(t);
@@ -50,7 +49,7 @@ TEST_F(SharedProductsTest, TheNarrowOneIsASliceOfTheWideOne) {
     SharedProducts fresh(tm);
     std::vector<Term_ const*> formulas{is_one(narrow), is_one(wide)};
     fresh.share(formulas);
-    EXPECT_EQ(formulas[0], is_one(low(wide, word_width(tm, narrow)))) << narrow->to_shallow_str();
+    EXPECT_EQ(formulas[0], is_one(low(wide, tm.width(narrow)))) << narrow->to_shallow_str();
     EXPECT_EQ(formulas[1], is_one(wide));
     EXPECT_EQ(fresh.shared(), 1u);
   }
@@ -107,7 +106,7 @@ TEST(RandomProducts, KeepTheirValue) {
                                         tm.mk_variable("y", tm.bv_type(3))};
     std::vector<Term_ const*> words = variables;
     auto const fit = [&](Term_ const* t, std::uint64_t w) {
-      std::uint64_t const have = word_width(tm, t);
+      std::uint64_t const have = tm.width(t);
       if (have == w) return t;
       if (have > w) return tm.mk_app(SymbolTag::bv_extract, {t}, w - 1, 0);
       switch (pick(4)) {

@@ -62,7 +62,7 @@ class LinearSolver {
   }
 
  private:
-  std::uint64_t width_of(Term_ const* t) const { return word_width(tm_, t); }
+  std::uint64_t width_of(Term_ const* t) const { return tm_.width(t); }
 
   // The conjuncts of the formulas, in their order.
   void flatten() {

@@ -14,8 +14,6 @@ Term_ const* make_numeral(TermManager& tm, mpz_class const& n, std::uint64_t wid
   return tm.mk_number(QNumber::from_words(words.data(), words.size()), tm.bv_type(width));
 }
 
-std::uint64_t word_width(TermManager const& tm, Term_ const* t) { return tm.width(t); }
-
 mpz_class numeral_value(TermManager const& tm, Term_ const* numeral) {
   mpz_class n;
   get_numerator(*tm.number(numeral->symbol), n.get_mpz_t());

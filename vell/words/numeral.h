@@ -11,9 +11,6 @@ namespace vell::words {
 // The word of `width` bits with the value n modulo 2^width.
 Term_ const* make_numeral(TermManager& tm, mpz_class const& n, std::uint64_t width);
 
-// The width of a word in bits; 0 for a term that is none.
-std::uint64_t word_width(TermManager const& tm, Term_ const* t);
-
 // The value of a numeral.
 mpz_class numeral_value(TermManager const& tm, Term_ const* numeral);
 

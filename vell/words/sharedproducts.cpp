@@ -55,7 +55,7 @@ Residue residue(TermManager const& tm, Term_ const* t, std::uint64_t width, run:
     limits.check();
     Residue const next = below(tm, t);
     if (next.term == t) return {t, Residue::Extension::none};
-    if (word_width(tm, next.term) >= width) {
+    if (tm.width(next.term) >= width) {
       t = next.term;
       continue;
     }
@@ -95,7 +95,7 @@ bool has_other_high_bits(TermManager const& tm, Term_ const* t, run::Limits cons
 
 // Whether the product `narrow` is the low bits of `wide`.
 bool is_low_part(TermManager const& tm, Term_ const* narrow, Term_ const* wide, run::Limits const& limits) {
-  std::uint64_t const width = word_width(tm, narrow);
+  std::uint64_t const width = tm.width(narrow);
   auto const agree = [&](unsigned i, unsigned j) {
     return residue(tm, narrow->children[i], width, limits) == residue(tm, wide->children[j], width, limits);
   };
@@ -136,8 +136,8 @@ void SharedProducts::find_wider() {
   // to take.
   std::sort(products_.begin(), products_.end(), [this](Term_ const* a, Term_ const* b) {
     limits_.check();
-    std::uint64_t const v = word_width(tm_, a);
-    std::uint64_t const w = word_width(tm_, b);
+    std::uint64_t const v = tm_.width(a);
+    std::uint64_t const w = tm_.width(b);
     return v != w ? v > w : a->id < b->id;
   });
   for (Term_ const* t : products_) {
@@ -145,7 +145,7 @@ void SharedProducts::find_wider() {
     if (roots.second->id < roots.first->id) std::swap(roots.first, roots.second);
     std::vector<Term_ const*>& group = groups_[roots];
     auto const wide = std::find_if(group.begin(), group.end(), [&](Term_ const* u) {
-      if (word_width(tm_, u) < word_width(tm_, t) || !is_low_part(tm_, t, u, limits_)) return false;
+      if (tm_.width(u) < tm_.width(t) || !is_low_part(tm_, t, u, limits_)) return false;
       bool const plain = !has_other_high_bits(tm_, u->children[0], limits_) &&
                          !has_other_high_bits(tm_, u->children[1], limits_);
       return plain || nesting(u) <= nesting(t);
@@ -213,9 +213,9 @@ Term_ const* SharedProducts::rebuild(Term_ const* formula) {
     ++seen_[t->id];
     if (wide != wider_.end()) {
       Term_ const* whole = now(wide->second);
-      std::uint64_t const width = word_width(tm_, t);
+      std::uint64_t const width = tm_.width(t);
       replaced_[t] =
-          word_width(tm_, whole) == width ? whole : tm_.mk_app(SymbolTag::bv_extract, {whole}, width - 1, 0);
+          tm_.width(whole) == width ? whole : tm_.mk_app(SymbolTag::bv_extract, {whole}, width - 1, 0);
       continue;
     }
     if (map_operands(t, operands, [this](Term_ const* o) { return now(o); }))

@@ -15,7 +15,7 @@ Step step_of(TermManager const& tm, Term_ const* numeral) {
   if (!tm.is_number(numeral->symbol)) return Step::none;
   mpz_class const n = numeral_value(tm, numeral);
   if (n == 1) return Step::up;
-  bool const ones = mpz_popcount(n.get_mpz_t()) == word_width(tm, numeral);
+  bool const ones = mpz_popcount(n.get_mpz_t()) == tm.width(numeral);
   return ones ? Step::down : Step::none;
 }
 
@@ -24,7 +24,7 @@ Term_ const* neighbour(TermManager const& tm, Term_ const* t, Step wanted) {
   Tag const tag = tm.get_tag(t->symbol);
   if (tag != SymbolTag::bv_add && tag != SymbolTag::bv_sub) return nullptr;
   // At width 1 one up and one down are the same.
-  bool const either = word_width(tm, t) == 1;
+  bool const either = tm.width(t) == 1;
   auto const fits = [&](Step s) { return s == wanted || (either && s != Step::none); };
   if (tag == SymbolTag::bv_sub) {
     Step const s = step_of(tm, t->children[1]);
@@ -77,7 +77,7 @@ bool is_successor_comparison(TermManager const& tm, Term_ const* t) {
 Term_ const* replace_successor_comparison(TermManager& tm, Term_ const* t) {
   Form const form = form_of(tm, t);
   if (form.step == Step::none) return nullptr;
-  std::uint64_t const width = word_width(tm, form.x);
+  std::uint64_t const width = tm.width(form.x);
   Term_ const* const stepped = form.step == Step::up ? form.x : form.y;
   mpz_class bound = 0;
   if (form.is_signed) mpz_setbit(bound.get_mpz_t(), width - 1);  // the smallest number: its sign alone

@@ -62,7 +62,7 @@ class Eliminator {
     auto const found = free_.find(t);
     return found != free_.end() && found->second;
   }
-  std::uint64_t width_of(Term_ const* t) const { return word_width(tm_, t); }
+  std::uint64_t width_of(Term_ const* t) const { return tm_.width(t); }
   Term_ const* app(Tag tag, std::initializer_list<Term_ const*> children, std::uint64_t p0 = 0,
                    std::uint64_t p1 = 0) {
     return tm_.mk_app(tag, children, p0, p1);
@@ -246,7 +246,7 @@ std::uint64_t circuit_cost(TermManager const& tm, std::span<Term_ const* const> 
       case SymbolTag::bv_urem:
       case SymbolTag::bv_sdiv:
       case SymbolTag::bv_srem: {
-        std::uint64_t const width = word_width(tm, t);
+        std::uint64_t const width = tm.width(t);
         if (!tm.is_number(t->children[0]->symbol) && !tm.is_number(t->children[1]->symbol))
           cost += width * width;
         break;

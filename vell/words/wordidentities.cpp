@@ -20,7 +20,6 @@
 #include <unordered_set>
 #include <vector>
 
-#include "vell/words/numeral.h"
 #include "vell/words/operands.h"
 #include "vell/words/successorcomparisons.h"
 #include "vell/words/wordpolynomials.h"
@@ -50,9 +49,7 @@ struct WordIdentities::State {
   bool is_remainder_by(Term_ const* t, Term_ const* divisor) const {
     return !free_division && tm.get_tag(t->symbol) == SymbolTag::bv_urem && t->children[1] == divisor;
   }
-  Term_ const* is_zero(Term_ const* t) {
-    return tm.mk_app(SymbolTag::equal, {t, tm.mk_bv(0, word_width(tm, t))});
-  }
+  Term_ const* is_zero(Term_ const* t) { return tm.mk_app(SymbolTag::equal, {t, tm.mk_bv(0, tm.width(t))}); }
 
   Term_ const* negation(Term_ const* t) { return tm.mk_app(SymbolTag::bool_not, {t}); }
   bool depends_on(Term_ const* t, Term_ const* variable) const;
@@ -98,8 +95,7 @@ void WordIdentities::State::take_note(Term_ const* formula) {
     Term_ const* x = formula->children[side];
     Term_ const* definition = formula->children[1 - side];
     // A single bit that is given is a formula in disguise: it is worth more decided than as a definition.
-    bool const constant =
-        tm.is_number(definition->symbol) && !tm.is_number(x->symbol) && word_width(tm, x) != 1;
+    bool const constant = tm.is_number(definition->symbol) && !tm.is_number(x->symbol) && tm.width(x) != 1;
     bool const variable = tm.is_uninterpreted_function(x->symbol) && !depends_on(definition, x);
     if ((!constant && !variable) || polynomials.definition(x) != nullptr) continue;
     polynomials.define(x, definition);
@@ -213,7 +209,7 @@ Term_ const* WordIdentities::State::decide_equality(Term_ const* t) {
       return tm.mk_app(SymbolTag::bool_and, {is_zero(y), is_zero(remainder->children[0])});
   }
 
-  std::uint64_t const width = word_width(tm, t->children[0]);
+  std::uint64_t const width = tm.width(t->children[0]);
   if (width == 0) return t;
   Polynomial difference = polynomials.value(t->children[0]).p;
   difference.add(polynomials.value(t->children[1]).p, -1);

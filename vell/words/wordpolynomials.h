@@ -26,7 +26,6 @@
 #include "vell/run/limits.h"
 #include "vell/run/tunables.h"
 #include "vell/terms/termmanager.h"
-#include "vell/words/numeral.h"
 #include "vell/words/polynomial.h"
 
 namespace vell::words {
@@ -78,7 +77,7 @@ class WordPolynomials {
   bool divides_remainder(Term_ const* t) const;
   bool transparent(Term_ const* t) const;
   Atom atom_of(Term_ const* t, std::uint64_t width);
-  std::uint64_t width_of(Term_ const* t) const { return word_width(tm_, t); }
+  std::uint64_t width_of(Term_ const* t) const { return tm_.width(t); }
 
   // What make() reads the values of.
   std::span<Term_ const* const> inputs(Term_ const* t) const;
