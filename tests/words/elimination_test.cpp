@@ -48,6 +48,7 @@ TEST_F(EliminationTest, FormulasAreSolvedForAVariable) {
             after("(assert (= (bvsub (bvmul y y) x) (bvmul z z)))"));
   EXPECT_EQ((Texts{"x := (bvxor (bvmul z z) (bvmul y y))"}),
             after("(assert (= (bvxor x (bvmul y y)) (bvmul z z)))"));
+  EXPECT_EQ((Texts{"x := (bvsub (bvmul z z) y)"}), after("(assert (= (bvmul z z) (bvadd x y)))"));
   EXPECT_EQ((Texts{"x := (bvnot (bvmul y z))"}), after("(assert (= (bvnot x) (bvmul y z)))"));
   EXPECT_EQ((Texts{"x := (bvneg (bvmul y z))"}), after("(assert (= (bvneg x) (bvmul y z)))"));
 }

@@ -1,6 +1,7 @@
 #pragma once
 
-// Makes terms whose sorts are known to fit; debug builds assert that they do.
+// Makes terms whose sorts are known to fit; debug builds assert that they do. Not installed: mk_app is for
+// users.
 //
 // Tested by tests/terms/theory_test.cpp.
 

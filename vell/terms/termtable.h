@@ -21,12 +21,13 @@ class TermTable {
   // Takes memory for every term up to the largest id it meets or, when sparse, for those that it meets.
   explicit TermTable(bool sparse = false) : sparse_(sparse) {}
 
+  // What was said of the term.
   T find(Term_ const* t) const {
     if (!sparse_) return t->id < dense_.size() ? dense_[t->id] : T();
     auto const found = few_.find(t->id);
     return found == few_.end() ? T() : found->second;
   }
-  // Valid until the next call.
+  // The same, to be changed. Valid until the next call.
   T& at(Term_ const* t) {
     if (sparse_) return few_[t->id];
     if (t->id >= dense_.size()) dense_.resize(std::max<std::size_t>(t->id + 1, 2 * dense_.size()));
