@@ -4,7 +4,7 @@
 
 #include "tests/fuzz/fuzz.h"
 #include "vell/cli/options.h"
-#include "vell/script/options.h"
+#include "vell/engine/options.h"
 #include "vell/terms/exception.h"
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
@@ -14,12 +14,12 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) arguments.push_back(line);
   for (std::string const& a : arguments) {
-    if (auto const value = script::string_value(a); value && value->size() + 2 > a.size())
+    if (auto const value = engine::string_value(a); value && value->size() + 2 > a.size())
       fuzz::finding("longer", a);
-    if (auto const n = script::numeral_value(a); n && std::to_string(*n).size() > a.size())
+    if (auto const n = engine::numeral_value(a); n && std::to_string(*n).size() > a.size())
       fuzz::finding("larger", a);
     try {
-      script::words_option(a);
+      engine::words_option(a);
     } catch (Exception const&) {
     }
   }

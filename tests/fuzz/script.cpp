@@ -2,7 +2,7 @@
 // memory and from a stream. The answers must not contradict each other.
 
 #include "tests/fuzz/fuzz.h"
-#include "vell/script/engine.h"
+#include "vell/engine/engine.h"
 
 namespace vell::fuzz {
 namespace {
@@ -11,15 +11,15 @@ std::string execute(std::unique_ptr<io::Source> source, words::Passes passes) {
   std::string const answers = folder() + "/answers";
   unlink(answers.c_str());
   {
-    script::Console console;
+    engine::Console console;
     console.set_regular_channel(answers);
     run::Limits limits;
     Deadline const deadline(limits);
     run::Statistics statistics;
-    script::IncrementalSolverOptions options;
+    engine::IncrementalSolverOptions options;
     options.passes = passes;
     options.least_saving = 0;
-    script::ScriptEngine(options, console, limits, statistics).run(std::move(source));
+    engine::ScriptEngine(options, console, limits, statistics).run(std::move(source));
   }
   std::string out;
   std::istringstream lines(read_file(answers));

@@ -11,7 +11,7 @@ namespace vell::cli {
 namespace {
 
 int write(cnf::CnfOptions options, CommonOptions const& common) {
-  script::Console console;
+  engine::Console console;
   run::Limits limits;
   run::Statistics statistics;
   Logger trace(std::cerr, common.trace);

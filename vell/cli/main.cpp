@@ -11,10 +11,10 @@
 #include <new>
 
 #include "vell/cli/options.h"
+#include "vell/engine/engine.h"
 #include "vell/run/cleanup.h"
 #include "vell/run/shortage.h"
 #include "vell/run/tunables.h"
-#include "vell/script/engine.h"
 #include "vell/words/simplifier.h"
 
 namespace vell::cli {
@@ -32,7 +32,7 @@ void fill_standard_descriptors() {
 int run(int argc, char** argv) {
   CLI::App app("Word-level bit-blaster: executes SMT-LIB scripts over bit-vectors, and writes them as CNF.",
                "vell-bv");
-  app.set_version_flag("--version", std::string("vell-bv ") + script::version);
+  app.set_version_flag("--version", std::string("vell-bv ") + engine::version);
   app.set_help_flag("-h,--help", "this text");
   app.require_subcommand(0, 1);
   app.get_formatter()->column_width(34);

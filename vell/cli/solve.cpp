@@ -12,9 +12,9 @@
 #include "vell/cli/options.h"
 #include "vell/cli/terminal.h"
 #include "vell/cli/watchdog.h"
+#include "vell/engine/engine.h"
 #include "vell/io/outputfile.h"
 #include "vell/io/samefile.h"
-#include "vell/script/engine.h"
 
 namespace vell::cli {
 
@@ -23,17 +23,17 @@ namespace {
 struct Arguments {
   std::string file;
   std::string solver;
-  script::EngineOptions engine;
+  engine::EngineOptions engine;
   bool check_status = false;
 };
 
 int solve(Arguments const& arguments, CommonOptions const& common) {
-  script::Console console;
+  engine::Console console;
   run::Limits limits;
   run::Statistics statistics;
   Logger trace(std::cerr, common.trace);
 
-  script::IncrementalSolverOptions options;
+  engine::IncrementalSolverOptions options;
   options.free_division = common.div_by_zero == "free";
   options.seed = common.seed;
   options.threads = common.threads != 0 ? common.threads : std::min(std::thread::hardware_concurrency(), 2U);
@@ -61,7 +61,7 @@ int solve(Arguments const& arguments, CommonOptions const& common) {
   bool const dialogue = (arguments.file.empty() || arguments.file == "-") && Terminal::available();
   Watchdog watchdog(common, console, limits, statistics, "unknown");
   bool good = false;
-  std::optional<script::ScriptEngine> engine;  // not destroyed by finish(), which is what makes it quick
+  std::optional<engine::ScriptEngine> engine;  // not destroyed by finish(), which is what makes it quick
   try {
     engine.emplace(options, console, limits, statistics, arguments.engine);
     engine->set_dialogue(dialogue);
@@ -71,7 +71,7 @@ int solve(Arguments const& arguments, CommonOptions const& common) {
     statistics.waiting = false;
     good = engine->run(std::move(source));
   } catch (io::Error const& e) {
-    console.answer("(error " + script::string_literal(e.what()) + ")");
+    console.answer("(error " + engine::string_literal(e.what()) + ")");
   } catch (std::bad_alloc const&) {
     limits.stop(run::StopReason::memout);
     if (statistics.unknown == 0) console.answer("unknown");

@@ -59,7 +59,7 @@ int keyboard() {
 // Waits for a byte; no value at the end of the input. Throws LineDropped after Ctrl-C.
 std::optional<char> next_byte() {
   for (;;) {
-    if (Watchdog::take_interrupt()) throw script::LineDropped();
+    if (Watchdog::take_interrupt()) throw engine::LineDropped();
     pollfd waiting{keyboard(), POLLIN, 0};
     int const ready = poll(&waiting, 1, poll_milliseconds);
     if (ready < 0 && errno != EINTR) return std::nullopt;
@@ -93,7 +93,7 @@ class PlainLines {
 // Line input with libedit.
 class EditedLines {
  public:
-  explicit EditedLines(script::ScriptEngine const& engine) : engine_(engine) {
+  explicit EditedLines(engine::ScriptEngine const& engine) : engine_(engine) {
     std::setlocale(LC_CTYPE, "C.UTF-8");
     HistEvent event;
     history_ = history_init();
@@ -125,7 +125,7 @@ class EditedLines {
     int count = 0;
     el_set(edit_, EL_PREP_TERM, 1);  // raw mode before the prompt: who sees that may type Ctrl-D
     char const* const text = el_gets(edit_, &count);
-    if (dropped_) throw script::LineDropped();
+    if (dropped_) throw engine::LineDropped();
     if (text == nullptr || count <= 0) return std::nullopt;
     std::string line(text, static_cast<std::size_t>(count));
     if (line.find_first_not_of(" \t\r\n") != std::string::npos) {
@@ -155,7 +155,7 @@ class EditedLines {
         return 1;
       }
       return 0;
-    } catch (script::LineDropped const&) {
+    } catch (engine::LineDropped const&) {
       self(edit).dropped_ = true;
       errno = EINTR;
       return -1;
@@ -190,7 +190,7 @@ class EditedLines {
     return CC_REDISPLAY;
   }
 
-  script::ScriptEngine const& engine_;
+  engine::ScriptEngine const& engine_;
   EditLine* edit_ = nullptr;
   History* history_ = nullptr;
   char const* prompt_ = "";
@@ -201,7 +201,7 @@ class EditedLines {
 
 class TerminalStream : public io::ByteStream {
  public:
-  TerminalStream(script::ScriptEngine const& engine, script::Console& console)
+  TerminalStream(engine::ScriptEngine const& engine, engine::Console& console)
       : engine_(engine), console_(console) {
 #ifdef VELL_LIBEDIT
     char const* const kind = std::getenv("TERM");
@@ -228,18 +228,18 @@ class TerminalStream : public io::ByteStream {
       std::optional<std::string> line = plain_.line(prompt);
 #endif
       if (line) return std::move(*line);
-    } catch (script::LineDropped const&) {
+    } catch (engine::LineDropped const&) {
       std::fputs("\n", stdout);
       std::fflush(stdout);
       throw;
     }
     std::fputs("\n", stdout);
     std::fflush(stdout);
-    throw script::DialogueEnded();
+    throw engine::DialogueEnded();
   }
 
-  script::ScriptEngine const& engine_;
-  script::Console& console_;
+  engine::ScriptEngine const& engine_;
+  engine::Console& console_;
   std::string pending_;
   PlainLines plain_;
 #ifdef VELL_LIBEDIT
@@ -251,8 +251,8 @@ class TerminalStream : public io::ByteStream {
 
 bool Terminal::available() { return isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0; }
 
-std::unique_ptr<io::Source> Terminal::open(script::ScriptEngine& engine, Watchdog& watchdog,
-                                           script::Console& console) {
+std::unique_ptr<io::Source> Terminal::open(engine::ScriptEngine& engine, Watchdog& watchdog,
+                                           engine::Console& console) {
   // The process may end while a line is being edited.
   modes_saved = tcgetattr(STDIN_FILENO, &saved_modes) == 0;
   watchdog.set_dialogue([] {

@@ -61,7 +61,7 @@ std::string grouped(std::uint64_t n) {
 
 }  // namespace
 
-Watchdog::Watchdog(CommonOptions const& options, script::Console& console, run::Limits& limits,
+Watchdog::Watchdog(CommonOptions const& options, engine::Console& console, run::Limits& limits,
                    run::Statistics& statistics, std::string forced_answer)
     : options_(options),
       console_(console),

@@ -13,9 +13,9 @@
 #include <thread>
 
 #include "vell/cli/options.h"
+#include "vell/engine/console.h"
 #include "vell/run/limits.h"
 #include "vell/run/statistics.h"
-#include "vell/script/console.h"
 
 namespace vell::cli {
 
@@ -23,7 +23,7 @@ class Watchdog {
  public:
   // forced_answer: written to stdout when the process is ended before the run has answered unknown; "" for
   // nothing.
-  Watchdog(CommonOptions const& options, script::Console& console, run::Limits& limits,
+  Watchdog(CommonOptions const& options, engine::Console& console, run::Limits& limits,
            run::Statistics& statistics, std::string forced_answer);
   // Stops watching.
   ~Watchdog();
@@ -47,7 +47,7 @@ class Watchdog {
   void end();
 
   CommonOptions const& options_;
-  script::Console& console_;
+  engine::Console& console_;
   run::Limits& limits_;
   run::Statistics& statistics_;
   std::string forced_answer_;

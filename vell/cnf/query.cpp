@@ -2,9 +2,9 @@
 
 #include <fnmatch.h>
 
+#include "vell/engine/options.h"
+#include "vell/engine/state.h"
 #include "vell/io/watchedsource.h"
-#include "vell/script/options.h"
-#include "vell/script/state.h"
 #include "vell/terms/exception.h"
 #include "vell/words/simplifier.h"
 
@@ -33,7 +33,7 @@ class PassesOfScript {
       case CommandKind::set_option:
         if (command.text != ":words") break;
         if (checked_) throw Exception(":words must be set before the first check-sat");
-        now_ = script::words_option(command.value);
+        now_ = engine::words_option(command.value);
         break;
       default: break;
     }
@@ -81,7 +81,7 @@ Query read_query(CnfOptions const& options, TermManager& tm, run::Limits const& 
   statistics.enter(run::Phase::reading);
   smtlib::Reader reader(
       tm, std::make_unique<io::WatchedSource>(io::Source::open(options.input), limits, statistics));
-  script::ScriptState state;
+  engine::ScriptState state;
   PassesOfScript passes(options.passes);
   Command command;
   std::uint64_t checks = 0;
@@ -90,8 +90,8 @@ Query read_query(CnfOptions const& options, TermManager& tm, run::Limits const& 
   while (!found && reader.next(command)) {
     limits.check();
     statistics.terms = tm.term_count();
-    if (command.kind == CommandKind::set_logic && !script::logic_supported(command.text))
-      reader.fail(command.argument_offset, script::logic_refusal(command.text));
+    if (command.kind == CommandKind::set_logic && !engine::logic_supported(command.text))
+      reader.fail(command.argument_offset, engine::logic_refusal(command.text));
     state.apply(command);
     try {
       passes.apply(command);
@@ -105,7 +105,7 @@ Query read_query(CnfOptions const& options, TermManager& tm, run::Limits const& 
     throw Exception(reader.file() + ": query " + std::to_string(wanted) + " of " + std::to_string(checks));
   Query query;
   query.passes = passes.now();
-  for (script::Assertion const& a : state.assertions()) {
+  for (engine::Assertion const& a : state.assertions()) {
     query.formulas.push_back(a.term);
     query.positions.push_back(a.position);
   }

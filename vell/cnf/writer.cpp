@@ -16,12 +16,12 @@
 #include "vell/cnf/annotation.h"
 #include "vell/cnf/mapline.h"
 #include "vell/cnf/query.h"
+#include "vell/engine/engine.h"
 #include "vell/io/digest.h"
 #include "vell/io/outputfile.h"
 #include "vell/io/samefile.h"
 #include "vell/run/limittest.h"
 #include "vell/sat/clausifier.h"
-#include "vell/script/engine.h"
 #include "vell/sinks/countingsink.h"
 #include "vell/sinks/dimacssink.h"
 #include "vell/values/evaluator.h"
@@ -129,7 +129,7 @@ void write_cnf(CnfOptions const& options, run::Limits const& limits, run::Statis
   run::Statistics unused;
   run::LimitTest const test(limits, unused, [] {});
   auto const write = [&](sinks::DimacsSink& sink, sat::ScriptClausifier& clausifier, auto translate) {
-    sink.comment(std::string("vell-bv ") + script::version);
+    sink.comment(std::string("vell-bv ") + engine::version);
     sink.comment("input " + one_line(base_name(options.input)));
     sink.comment("sha256 " + digest);
     sink.comment("words " + words::passes_text(query.passes));

@@ -3,7 +3,7 @@
 // Decides the assertions of a script incrementally. It keeps levels, selectors and models; the SAT solver is
 // behind an interface.
 //
-// Tested by tests/script/incrementalsolver_test.cpp and tests/script/engine_test.cpp.
+// Tested by tests/engine/incrementalsolver_test.cpp and tests/engine/engine_test.cpp.
 
 #include <cstdint>
 #include <functional>
@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "vell/engine/state.h"
 #include "vell/run/limits.h"
 #include "vell/run/limittest.h"
 #include "vell/run/statistics.h"
@@ -18,12 +19,11 @@
 #include "vell/sat/clausifier.h"
 #include "vell/sat/longsearch.h"
 #include "vell/sat/sweeplemmas.h"
-#include "vell/script/state.h"
 #include "vell/sinks/solversink.h"
 #include "vell/values/evaluator.h"
 #include "vell/words/simplifier.h"
 
-namespace vell::script {
+namespace vell::engine {
 
 struct IncrementalSolverOptions {
   bool free_division = false;  // a zero divisor leaves the result open
@@ -115,4 +115,4 @@ class IncrementalSolver : private values::Assignment {
   bool broken_ = false;  // memory ran out inside the solver or the clausifier: neither can be used again
 };
 
-}  // namespace vell::script
+}  // namespace vell::engine

@@ -9,7 +9,7 @@
 // Before the first check, simplification may eliminate variables of the first level. They get values in every
 // model. If a later formula mentions one, the formulas that contained it are asserted again.
 
-#include "vell/script/incrementalsolver.h"
+#include "vell/engine/incrementalsolver.h"
 
 #include <algorithm>
 #include <cassert>
@@ -18,7 +18,7 @@
 #include "vell/sat/solvers.h"
 #include "vell/terms/exception.h"
 
-namespace vell::script {
+namespace vell::engine {
 
 using sinks::Answer;
 
@@ -230,4 +230,4 @@ std::vector<std::size_t> IncrementalSolver::failed_assumptions() const {
   return out;
 }
 
-}  // namespace vell::script
+}  // namespace vell::engine

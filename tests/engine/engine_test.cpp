@@ -1,10 +1,10 @@
-#include "vell/script/engine.h"
+#include "vell/engine/engine.h"
 
 #include <gtest/gtest.h>
 
 #include "tests/support/scratch.h"
 
-namespace vell::script {
+namespace vell::engine {
 namespace {
 
 struct Result {
@@ -288,4 +288,4 @@ TEST(ScriptEngine, ChannelsAreRedirected) {
 }
 
 }  // namespace
-}  // namespace vell::script
+}  // namespace vell::engine

@@ -1,8 +1,8 @@
-#include "vell/script/state.h"
+#include "vell/engine/state.h"
 
 #include <cassert>
 
-namespace vell::script {
+namespace vell::engine {
 
 using smtlib::Command;
 using smtlib::CommandKind;
@@ -59,4 +59,4 @@ void ScriptState::apply(Command const& command) {
   named_.insert(named_.end(), command.named.begin(), command.named.end());
 }
 
-}  // namespace vell::script
+}  // namespace vell::engine

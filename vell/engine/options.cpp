@@ -1,4 +1,4 @@
-#include "vell/script/options.h"
+#include "vell/engine/options.h"
 
 #include <algorithm>
 #include <charconv>
@@ -7,7 +7,7 @@
 #include "vell/smtlib/spelling.h"
 #include "vell/terms/exception.h"
 
-namespace vell::script {
+namespace vell::engine {
 
 namespace {
 
@@ -106,4 +106,4 @@ std::string logic_refusal(std::string_view logic) {
   return "logic " + std::string(logic) + " is not supported" + spelling.hint();
 }
 
-}  // namespace vell::script
+}  // namespace vell::engine

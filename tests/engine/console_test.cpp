@@ -1,4 +1,4 @@
-#include "vell/script/console.h"
+#include "vell/engine/console.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@
 
 #include "tests/support/scratch.h"
 
-namespace vell::script {
+namespace vell::engine {
 namespace {
 
 // Runs the action on a console and returns what arrived on stdout and stderr, both the console's and its
@@ -219,4 +219,4 @@ TEST(Console, LinesOfSeveralThreadsStayWhole) {
 }
 
 }  // namespace
-}  // namespace vell::script
+}  // namespace vell::engine

@@ -2,23 +2,23 @@
 
 // Executes SMT-LIB scripts.
 //
-// Tested by tests/script/engine_test.cpp.
+// Tested by tests/engine/engine_test.cpp.
 
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "vell/engine/console.h"
+#include "vell/engine/incrementalsolver.h"
+#include "vell/engine/options.h"
+#include "vell/engine/state.h"
 #include "vell/run/limits.h"
 #include "vell/run/statistics.h"
-#include "vell/script/console.h"
-#include "vell/script/incrementalsolver.h"
-#include "vell/script/options.h"
-#include "vell/script/state.h"
 #include "vell/smtlib/reader.h"
 #include "vell/terms/termmanager.h"
 
-namespace vell::script {
+namespace vell::engine {
 
 inline constexpr char version[] = "0.1.0";
 
@@ -125,4 +125,4 @@ struct DialogueEnded : Exception {
 // The text as an SMT-LIB string literal: in quotes, with inner quotes doubled.
 std::string string_literal(std::string_view text);
 
-}  // namespace vell::script
+}  // namespace vell::engine

@@ -1,8 +1,8 @@
-#include "vell/script/state.h"
+#include "vell/engine/state.h"
 
 #include <gtest/gtest.h>
 
-namespace vell::script {
+namespace vell::engine {
 namespace {
 
 class ScriptStateTest : public testing::Test {
@@ -62,4 +62,4 @@ TEST_F(ScriptStateTest, PositionsAreKept) {
 }
 
 }  // namespace
-}  // namespace vell::script
+}  // namespace vell::engine

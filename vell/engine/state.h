@@ -2,7 +2,7 @@
 
 // The declarations, names and assertions of a script so far, by level.
 //
-// Tested by tests/script/state_test.cpp.
+// Tested by tests/engine/state_test.cpp.
 
 #include <cassert>
 #include <cstdint>
@@ -12,7 +12,7 @@
 #include "vell/smtlib/reader.h"
 #include "vell/terms/termmanager.h"
 
-namespace vell::script {
+namespace vell::engine {
 
 struct Assertion {
   Term_ const* term = nullptr;
@@ -58,4 +58,4 @@ class ScriptState {
   bool global_declarations_ = false;
 };
 
-}  // namespace vell::script
+}  // namespace vell::engine

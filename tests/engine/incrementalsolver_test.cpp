@@ -1,6 +1,6 @@
 // What a check solves before it clausifies must not show in any answer, however the script goes on.
 
-#include "vell/script/incrementalsolver.h"
+#include "vell/engine/incrementalsolver.h"
 
 #include <gtest/gtest.h>
 
@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "tests/support/scratch.h"
-#include "vell/script/engine.h"
+#include "vell/engine/engine.h"
 
-namespace vell::script {
+namespace vell::engine {
 namespace {
 
 std::string execute(std::string const& script, std::uint64_t least_saving, run::Statistics& statistics) {
@@ -257,4 +257,4 @@ TEST(IncrementalSolver, RandomScriptsHaveTheSameAnswers) {
 }
 
 }  // namespace
-}  // namespace vell::script
+}  // namespace vell::engine

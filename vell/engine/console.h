@@ -6,7 +6,7 @@
 // them through a pipe never waits for a part of one. The progress line is on stderr and is removed before
 // anything else is written. After shut() no thread writes anything.
 //
-// Tested by tests/script/console_test.cpp.
+// Tested by tests/engine/console_test.cpp.
 
 #include <cstdio>
 #include <initializer_list>
@@ -14,7 +14,7 @@
 #include <string>
 #include <string_view>
 
-namespace vell::script {
+namespace vell::engine {
 
 class Console {
  public:
@@ -69,4 +69,4 @@ class Console {
   bool good_ = true;
 };
 
-}  // namespace vell::script
+}  // namespace vell::engine

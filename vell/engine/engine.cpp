@@ -6,7 +6,7 @@
 // unsat) is reported and execution continues, since no later answer depends on it. The exit code then shows
 // that there was an error.
 
-#include "vell/script/engine.h"
+#include "vell/engine/engine.h"
 
 #include <cassert>
 #include <chrono>
@@ -18,7 +18,7 @@
 #include "vell/terms/exception.h"
 #include "vell/terms/operators.h"
 
-namespace vell::script {
+namespace vell::engine {
 
 using smtlib::CommandKind;
 
@@ -539,4 +539,4 @@ void ScriptEngine::get_info(Command const& command) {
     console_.answer("unsupported");
 }
 
-}  // namespace vell::script
+}  // namespace vell::engine

@@ -1,11 +1,11 @@
-#include "vell/script/console.h"
+#include "vell/engine/console.h"
 
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <chrono>
 
-namespace vell::script {
+namespace vell::engine {
 
 Console::~Console() {
   std::lock_guard const lock(mutex_);
@@ -96,4 +96,4 @@ bool Console::shut(std::string_view last_answer, std::string_view last_diagnosti
   return true;
 }
 
-}  // namespace vell::script
+}  // namespace vell::engine

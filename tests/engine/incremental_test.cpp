@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "tests/support/scratch.h"
-#include "vell/script/engine.h"
+#include "vell/engine/engine.h"
 
-namespace vell::script {
+namespace vell::engine {
 namespace {
 
 struct Figures {
@@ -188,4 +188,4 @@ TEST(Incremental, TenThousandRoundsCostWhatIsNewInEach) {
 }
 
 }  // namespace
-}  // namespace vell::script
+}  // namespace vell::engine

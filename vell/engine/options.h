@@ -8,7 +8,7 @@
 #include "vell/values/evaluator.h"
 #include "vell/words/passes.h"
 
-namespace vell::script {
+namespace vell::engine {
 
 // The options of set-option that the engine supports. The output channels are in the console.
 struct ScriptOptions {
@@ -51,4 +51,4 @@ bool logic_supported(std::string_view logic);
 // "logic QF_VB is not supported", with a suggestion of a similar name.
 std::string logic_refusal(std::string_view logic);
 
-}  // namespace vell::script
+}  // namespace vell::engine
