@@ -1,6 +1,5 @@
 #include "vell/cnf/annotation.h"
 
-#include "vell/bv/inspector.h"
 #include "vell/cnf/mapline.h"
 #include "vell/smtlib/termprinter.h"
 #include "vell/values/evaluator.h"
@@ -37,30 +36,25 @@ void AnnotatingSink::release(std::string const& line) {
   held_.clear();
 }
 
-AnnotatingClausifier::AnnotatingClausifier(TermManager* tm, Configuration::Theory::Bv* config,
-                                           AnnotatingSink& sink)
-    : sat::ScriptClausifier(tm, config),
-      tm_(*tm),
-      sink_(sink),
-      handlers_(bv::WordClausifierInspector(*this).hooks()) {
-  for (std::size_t tag = 0; tag < handlers_.size(); ++tag)
-    if (handlers_[tag] != nullptr)
-      register_hook(static_cast<SymbolTag::tag>(tag), static_cast<Handler>(&AnnotatingClausifier::announced));
+void Annotator::begin_root(std::size_t i) {
+  if (i < query_.formulas.size()) line_ = query_.positions[i].line;
 }
 
-void AnnotatingClausifier::announced(bv::ClauseSink* sink, Term_ const* term) {
-  sink_.hold();
-  (this->*handlers_[term->symbol->tag()])(sink, term);
-  std::uint64_t const width = values::value_width(tm_, term->symbol->get_output_type());
+void Annotator::before(Term_ const*) { sink_.hold(); }
+
+void Annotator::after(Term_ const* term, bv::BvLitList const& bits, bool is_leaf) {
+  if (is_leaf) return sink_.release();
   sink_.release("term #" + std::to_string(term->id) + " line " + std::to_string(line_) + " " +
                 one_line(smtlib::shallow_text(tm_, term)) + " =" +
-                bits_text(lookup(term), width, sink_.form()));
+                bits_text(&bits, values::value_width(tm_, term->symbol->get_output_type()), sink_.form()));
 }
 
-void AnnotatingClausifier::announce_root(Term_ const* formula, bv::BvLit literal) {
+void Annotator::end_root(std::size_t i, bv::BvLit literal) {
+  if (i >= query_.formulas.size()) return;
   bv::BvLitList const bits = {literal};
-  sink_.comment("root line " + std::to_string(line_) + " " + one_line(smtlib::shallow_text(tm_, formula)) +
-                " =" + bits_text(&bits, 1, sink_.form()));
+  sink_.comment("root line " + std::to_string(line_) + " " +
+                one_line(smtlib::shallow_text(tm_, query_.formulas[i])) + " =" +
+                bits_text(&bits, 1, sink_.form()));
 }
 
 }  // namespace vell::cnf

@@ -14,9 +14,11 @@
 //
 // Tested by tests/cnf/writer_test.cpp.
 
+#include <string>
 #include <vector>
 
-#include "vell/sat/clausifier.h"
+#include "vell/cnf/observation.h"
+#include "vell/cnf/query.h"
 #include "vell/sinks/dimacssink.h"
 
 namespace vell::cnf {
@@ -32,6 +34,8 @@ class AnnotatingSink : public sinks::DimacsSink {
   void hold() { holding_ = true; }
   // Writes the comment and the clauses held back.
   void release(std::string const& line);
+  // There is nothing to hold back.
+  void release() { holding_ = false; }
   void add_clause() override;
 
  private:
@@ -40,23 +44,22 @@ class AnnotatingSink : public sinks::DimacsSink {
   std::vector<bv::BvLit> held_;  // clauses, each ended by 0
 };
 
-class AnnotatingClausifier : public sat::ScriptClausifier {
+class Annotator : public TranslationObserver {
  public:
-  // sink, which every term is translated into, must outlive this.
-  AnnotatingClausifier(TermManager* tm, Configuration::Theory::Bv* config, AnnotatingSink& sink);
+  // The references must outlive this.
+  Annotator(TermManager& tm, Query const& query, AnnotatingSink& sink)
+      : tm_(tm), query_(query), sink_(sink) {}
 
-  // Where the formula that is translated next stands in the script.
-  void set_line(std::uint64_t line) { line_ = line; }
-  // The heading of a formula that was translated to the literal.
-  void announce_root(Term_ const* formula, bv::BvLit literal);
+  void begin_root(std::size_t i) override;
+  void before(Term_ const* term) override;
+  void after(Term_ const* term, bv::BvLitList const& bits, bool is_leaf) override;
+  void end_root(std::size_t i, bv::BvLit literal) override;
 
  private:
-  void announced(bv::ClauseSink* sink, Term_ const* term);
-
   TermManager& tm_;
+  Query const& query_;
   AnnotatingSink& sink_;
-  std::vector<Handler> handlers_;
-  std::uint64_t line_ = 0;
+  std::uint64_t line_ = 0;  // where the formula that is translated stands in the script
 };
 
 }  // namespace vell::cnf

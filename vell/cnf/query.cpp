@@ -49,7 +49,8 @@ class PassesOfScript {
 // `permanent` formulas are those of the first level, the next `retractable` ones those of the levels above;
 // assumptions follow.
 void simplify(CnfOptions const& options, TermManager& tm, std::size_t permanent, std::size_t retractable,
-              run::Limits const& limits, run::Statistics& statistics, Query& query) {
+              run::Limits const& limits, run::Statistics& statistics, words::StepObserver* observer,
+              Query& query) {
   words::Formulas formulas;
   formulas.first = formulas.may_substitute = true;
   for (std::size_t i = 0; i < query.formulas.size(); ++i) {
@@ -61,23 +62,27 @@ void simplify(CnfOptions const& options, TermManager& tm, std::size_t permanent,
   }
   for (smtlib::NamedTerm const& n : query.names) formulas.watched.push_back(n.term);
   words::Simplifier simplifier(tm, options.free_division, query.passes, limits, options.tunables);
+  simplifier.observe(observer);
   simplifier.simplify(formulas);
   simplifier.report(statistics);
   query.definitions = simplifier.definitions();
   query.name_terms = formulas.watched;
   std::vector<io::Position> const positions = std::move(query.positions);
+  std::vector<std::string> const labels = std::move(query.labels);
   query.formulas.clear();
   query.positions.clear();
+  query.labels.clear();
   formulas.each([&](words::Formula const& f) {
     query.formulas.push_back(f.term);
     query.positions.push_back(positions[f.origin]);
+    query.labels.push_back(labels[f.origin]);
   });
 }
 
 }  // namespace
 
 Query read_query(CnfOptions const& options, TermManager& tm, run::Limits const& limits,
-                 run::Statistics& statistics) {
+                 run::Statistics& statistics, words::StepObserver* observer) {
   statistics.enter(run::Phase::reading);
   smtlib::Reader reader(
       tm, std::make_unique<io::WatchedSource>(io::Source::open(options.input), limits, statistics));
@@ -108,11 +113,13 @@ Query read_query(CnfOptions const& options, TermManager& tm, run::Limits const& 
   for (engine::Assertion const& a : state.assertions()) {
     query.formulas.push_back(a.term);
     query.positions.push_back(a.position);
+    query.labels.push_back(a.name);
   }
   if (found)
     for (Term_ const* t : command.terms) {
       query.formulas.push_back(t);
       query.positions.push_back(command.position);
+      query.labels.emplace_back();
     }
   std::size_t const permanent = state.levels() == 0 ? state.assertions().size() : state.level_start(1);
   auto const asked_for = [&](char const* name) { return fnmatch(options.symbols.c_str(), name, 0) == 0; };
@@ -124,7 +131,8 @@ Query read_query(CnfOptions const& options, TermManager& tm, run::Limits const& 
       std::string const bare = quoted ? n.name.substr(1, n.name.size() - 2) : n.name;
       if (asked_for(bare.c_str())) query.names.push_back(n);
     }
-  simplify(options, tm, permanent, state.assertions().size() - permanent, limits, statistics, query);
+  simplify(options, tm, permanent, state.assertions().size() - permanent, limits, statistics, observer,
+           query);
   std::erase_if(query.definitions,
                 [&](words::Definition const& d) { return !asked_for(d.variable->symbol->name); });
   return query;

@@ -7,15 +7,13 @@
 
 #include "vell/cnf/writer.h"
 
-#include <optional>
 #include <unordered_map>
 #include <vector>
 
-#include "vell/bv/inspector.h"
-#include "vell/bv/schedule.h"
 #include "vell/cnf/annotation.h"
 #include "vell/cnf/mapline.h"
 #include "vell/cnf/query.h"
+#include "vell/cnf/translation.h"
 #include "vell/engine/engine.h"
 #include "vell/io/digest.h"
 #include "vell/io/outputfile.h"
@@ -29,27 +27,6 @@
 namespace vell::cnf {
 
 namespace {
-
-// Each formula's clauses and the unit clause of its literal, then the clauses of the values of constants that
-// the formulas no longer hold. translate: from a root's number to its literal.
-template <typename Translate>
-void clausify(CnfOptions const& options, Query const& query, bv::ClauseSink& sink, Translate translate) {
-  for (std::size_t i = 0; i < query.formulas.size(); ++i) {
-    bv::BvLit holds = bv::l_undef;
-    try {
-      holds = translate(i);
-    } catch (run::Stopped const&) {
-      throw;
-    } catch (io::OutputError const&) {
-      throw;
-    } catch (Exception const& e) {
-      throw io::Error(options.input == "-" ? "<stdin>" : options.input, query.positions[i], e.what());
-    }
-    sink.lits.assign(1, holds);
-    sink.add_clause();
-  }
-  for (std::size_t i = 0; i < query.definitions.size(); ++i) translate(query.formulas.size() + i);
-}
 
 // The bits of a numeral, true or false, which need not have been translated; false for another term.
 bool constant_bits(TermManager const& tm, Term_ const* t, std::uint64_t width, bv::BvLitList& out) {
@@ -79,19 +56,11 @@ void write_cnf(CnfOptions const& options, run::Limits const& limits, run::Statis
   statistics.enter(run::Phase::clausifying);
   sinks::CountingSink count;
   std::vector<std::string> map_lines;
-  std::optional<bv::Schedule> schedule;
-  std::vector<Term_ const*> roots = query.formulas;
-  for (words::Definition const& d : query.definitions) roots.push_back(d.value);
+  Translation const translation(query, tm, options.input);
   {
     sat::ScriptClausifier clausifier(&tm, &config);
-    std::vector<Term_ const*> kept = query.constants;
     std::unordered_map<Term_ const*, Term_ const*> values;
-    for (words::Definition const& d : query.definitions) {
-      values[d.variable] = d.value;
-      kept.push_back(d.value);
-    }
-    kept.insert(kept.end(), query.name_terms.begin(), query.name_terms.end());
-    schedule.emplace(bv::WordClausifierInspector(clausifier).hooks(), tm.term_count(), roots, kept);
+    for (words::Definition const& d : query.definitions) values[d.variable] = d.value;
     auto const report = [&] {
       statistics.fresh_literals = count.fresh_literals();
       statistics.clauses = count.clauses();
@@ -99,14 +68,8 @@ void write_cnf(CnfOptions const& options, run::Limits const& limits, run::Statis
     };
     run::LimitTest const test(limits, statistics, report);
     clausifier.set_termination_test(&test);
-    if (options.logger != nullptr) {
-      // The trace tells of the traversal, which the schedule leaves out.
-      clausifier.set_logger(options.logger);
-      clausify(options, query, count, [&](std::size_t i) { return clausifier.bit_blast(roots[i], &count); });
-    } else {
-      clausify(options, query, count,
-               [&](std::size_t i) { return schedule->translate(i, clausifier, &count); });
-    }
+    if (options.logger != nullptr) clausifier.set_logger(options.logger);
+    translation.run(clausifier, count, nullptr, options.logger != nullptr);
     report();
     auto const line = [&](std::string const& symbol, Term_ const* t, Term_ const* with_bits) {
       bv::BvLitList const* bits = clausifier.lookup(with_bits);
@@ -128,7 +91,8 @@ void write_cnf(CnfOptions const& options, run::Limits const& limits, run::Statis
   io::OutputFile file(options.output);
   run::Statistics unused;
   run::LimitTest const test(limits, unused, [] {});
-  auto const write = [&](sinks::DimacsSink& sink, sat::ScriptClausifier& clausifier, auto translate) {
+  auto const write = [&](sinks::DimacsSink& sink, sat::ScriptClausifier& clausifier,
+                         TranslationObserver* observer) {
     sink.comment(std::string("vell-bv ") + engine::version);
     sink.comment("input " + one_line(base_name(options.input)));
     sink.comment("sha256 " + digest);
@@ -139,24 +103,20 @@ void write_cnf(CnfOptions const& options, run::Limits const& limits, run::Statis
     sink.header(sinks::DimacsSink::variables(count.fresh_literals(), form), clauses);
 
     clausifier.set_termination_test(&test);
-    clausify(options, query, sink, translate);
+    translation.run(clausifier, sink, observer);
     sink.flush();
     if (sink.written_clauses() != clauses)
       throw Exception("internal error: the second run gave other clauses");
   };
   if (options.annotate) {
     AnnotatingSink sink(file, form);
-    AnnotatingClausifier clausifier(&tm, &config, sink);
-    write(sink, clausifier, [&](std::size_t i) {
-      if (i < query.formulas.size()) clausifier.set_line(query.positions[i].line);
-      bv::BvLit const literal = schedule->translate(i, clausifier, &sink);
-      if (i < query.formulas.size()) clausifier.announce_root(query.formulas[i], literal);
-      return literal;
-    });
+    Annotator annotator(tm, query, sink);
+    ObservedClausifier clausifier(&tm, &config, annotator);
+    write(sink, clausifier, &annotator);
   } else {
     sinks::DimacsSink sink(file, form);
     sat::ScriptClausifier clausifier(&tm, &config);
-    write(sink, clausifier, [&](std::size_t i) { return schedule->translate(i, clausifier, &sink); });
+    write(sink, clausifier, nullptr);
   }
   limits.check();
   file.commit();

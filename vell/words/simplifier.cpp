@@ -70,6 +70,7 @@ void Simplifier::simplify(Formulas& formulas) {
     known_free_of_them_ = Cone();
   }
   formulas.round = 0;
+  if (observer_ != nullptr) observer_->given(formulas);
   repeat(formulas);
   if (run(identities, formulas) > 0) repeat(formulas);
   // What identities decide may no longer mention a variable; what comes after them may be undone.
@@ -113,7 +114,9 @@ std::uint64_t Simplifier::run(std::size_t pass, Formulas& formulas) {
   counts.formulas += formulas.permanent.size() + formulas.retractable.size() + formulas.assumed.size();
   std::uint64_t const replaced = passes_[pass]->apply(formulas);
   counts.replaced += replaced;
-  counts.seconds += std::chrono::duration<double>(Clock::now() - start).count();
+  double const seconds = std::chrono::duration<double>(Clock::now() - start).count();
+  counts.seconds += seconds;
+  if (observer_ != nullptr) observer_->ran(pass, replaced, seconds, formulas);
   return replaced;
 }
 

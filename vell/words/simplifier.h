@@ -32,12 +32,25 @@ struct PassCounts {
   double seconds = 0;
 };
 
+// Who looks at the formulas between two passes.
+class StepObserver {
+ public:
+  virtual ~StepObserver() = default;
+  // The formulas of a batch, before any pass.
+  virtual void given(Formulas& formulas) = 0;
+  // A pass, by its place in passes(), has run.
+  virtual void ran(std::size_t pass, std::uint64_t replaced, double seconds, Formulas& formulas) = 0;
+};
+
 class Simplifier {
  public:
   // The references must outlive the simplifier. free_division: see PassContext.
   Simplifier(TermManager& tm, bool free_division, Passes selected, run::Limits const& limits,
              run::Tunables const& tunables);
   ~Simplifier();
+
+  // Null for none; it must outlive the simplifier.
+  void observe(StepObserver* observer) { observer_ = observer; }
 
   // Simplifies a batch, in place. Where a formula mentions a variable that was eliminated from an earlier
   // batch, that batch's formulas are appended to `permanent`: they are to be asserted again, and the
@@ -69,6 +82,7 @@ class Simplifier {
   TermManager& tm_;
   bool const free_division_;
   run::Tunables const tunables_;
+  StepObserver* observer_ = nullptr;
   std::vector<std::unique_ptr<Pass>> passes_;  // null where switched off
   std::vector<PassCounts> counts_;
   Definitions definitions_;               // of the variables that were eliminated
