@@ -55,5 +55,24 @@ TEST(TermPrinter, FloatingPointLeaves) {
   EXPECT_EQ("(fp #b0 #b01110 #b0000000000)", term_text(tm, half));
 }
 
+TEST(TermPrinter, ShortTextHasAsManyLevelsAsFit) {
+  TermManager tm;
+  Term_ const* x = tm.mk_variable("x", tm.bv_type(4));
+  Term_ const* sum = tm.mk_app(SymbolTag::bv_add, {x, x});
+  Term_ const* product = tm.mk_app(SymbolTag::bv_mul, {sum, x});
+  Term_ const* less = tm.mk_app(SymbolTag::bv_ult, {product, sum});
+  EXPECT_EQ("(bvult (bvmul (bvadd x x) x) (bvadd x x))", short_text(tm, less, 60));
+  EXPECT_EQ("(bvult (bvmul #2 x) (bvadd x x))", short_text(tm, less, 40));
+  EXPECT_EQ("(bvult #3 #2)", short_text(tm, less, 20));
+  EXPECT_EQ("(bvult...", short_text(tm, less, 9));
+  EXPECT_EQ("x", short_text(tm, x, 9));
+  Term_ const* accented = tm.mk_variable("\xc3\xa4\xc3\xa4\xc3\xa4\xc3\xa4", tm.bool_type);
+  EXPECT_EQ("|\xc3\xa4...", short_text(tm, accented, 7));
+  // A deep term.
+  for (int i = 0; i < 1000000; ++i) x = tm.mk_app(SymbolTag::bv_not, {x});
+  std::string const below = std::to_string(x->id - 6);
+  EXPECT_EQ("(bvnot (bvnot (bvnot (bvnot (bvnot (bvnot #" + below + "))))))", short_text(tm, x, 80));
+}
+
 }  // namespace
 }  // namespace vell::smtlib

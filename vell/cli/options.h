@@ -50,6 +50,7 @@ using Action = std::function<int()>;
 // One function per command, in the file of its name. For a new command, write add_NAME and call it in main.
 void add_solve(CLI::App& app, CommonOptions& common, Action& action);
 void add_cnf(CLI::App& app, CommonOptions& common, Action& action);
+void add_profile(CLI::App& app, CommonOptions& common, Action& action);
 void add_decode(CLI::App& app, CommonOptions& common, Action& action);
 void add_replay(CLI::App& app, CommonOptions& common, Action& action);
 

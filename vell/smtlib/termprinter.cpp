@@ -126,14 +126,58 @@ class Printer {
 
 }  // namespace
 
-std::string shallow_text(TermManager const& tm, Term_ const* t) {
+namespace {
+
+// `levels` levels of the term, from 1 on; it may stop where the text is longer than `most`.
+std::string nested_text(TermManager const& tm, Term_ const* t, unsigned levels, std::size_t most) {
   if (t->symbol->arity == 0) return leaf_text(tm, t);
+  struct Frame {
+    Term_ const* t;
+    std::uint64_t next;
+  };
   std::string out = "(" + head_text(t);
-  for (std::uint64_t i = 0; i < t->symbol->arity; ++i) {
-    Term_ const* c = t->children[i];
-    out += ' ' + (c->symbol->arity == 0 ? leaf_text(tm, c) : "#" + std::to_string(c->id));
+  std::vector<Frame> stack{{t, 0}};
+  while (!stack.empty() && out.size() <= most) {
+    Frame& f = stack.back();
+    if (f.next == f.t->symbol->arity) {
+      out += ')';
+      stack.pop_back();
+      continue;
+    }
+    Term_ const* c = f.t->children[f.next++];
+    out += ' ';
+    if (c->symbol->arity == 0) {
+      out += leaf_text(tm, c);
+    } else if (stack.size() == levels) {
+      out += "#" + std::to_string(c->id);
+    } else {
+      out += "(" + head_text(c);
+      stack.push_back({c, 0});
+    }
   }
-  return out + ')';
+  return out;
+}
+
+}  // namespace
+
+std::string shallow_text(TermManager const& tm, Term_ const* t) {
+  return nested_text(tm, t, 1, std::string::npos - 1);
+}
+
+std::string short_text(TermManager const& tm, Term_ const* t, std::size_t most) {
+  std::string best;
+  for (unsigned levels = 1; levels <= 6; ++levels) {
+    std::string text = nested_text(tm, t, levels, most);
+    if (text.size() > most) break;
+    if (text == best) break;
+    best = std::move(text);
+  }
+  if (!best.empty()) return best;
+  std::string text = nested_text(tm, t, 1, most);
+  // Not within a character of several bytes.
+  std::size_t end = most > 3 ? most - 3 : 0;
+  while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
+  return text.substr(0, end) + "...";
 }
 
 std::string term_text(TermManager const& tm, Term_ const* t, std::string_view prefix) {

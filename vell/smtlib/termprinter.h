@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,5 +16,9 @@ std::string term_text(TermManager const& tm, Term_ const* t, std::string_view pr
 
 // One level of the term: an argument that has arguments itself is printed as # and its id.
 std::string shallow_text(TermManager const& tm, Term_ const* t);
+
+// The term in at most so many bytes, if one level fits: as many levels as do, at most six, with # and an id
+// for what is below them. Otherwise one level, cut and ended by "...".
+std::string short_text(TermManager const& tm, Term_ const* t, std::size_t most);
 
 }  // namespace vell::smtlib
