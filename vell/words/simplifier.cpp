@@ -42,9 +42,9 @@ constexpr PassRow rows[] = {
      make_lowering},
 };
 constexpr std::size_t pass_count = std::size(rows);
-constexpr std::size_t rewriting = 0;   // finds something wherever it comes first
-constexpr std::size_t repeated = 4;    // so many passes run in rounds
-constexpr std::size_t identities = 4;  // may run again over formulas that come back
+constexpr std::size_t rewriting = 0;          // finds something wherever it comes first
+constexpr std::size_t repeated = 4;           // so many passes run in rounds
+constexpr std::size_t identities = repeated;  // may run again over formulas that come back
 
 }  // namespace
 

@@ -42,7 +42,9 @@ Term_ const* by_itself(Builder const& b, Term_ const* t) {
 }
 
 // The bits of the amount that say "all out", from log2 of the width up, are asked once: the stages of the
-// circuit that they would have are saved.
+// circuit that they would have are saved. Where one of them is set, all low bits of the amount are, and the
+// word is shifted as far as they go: to nothing, or, where the width is a power of two, to one last bit. That
+// bit alone is asked for again; the fill of an arithmetic shift is right as it is.
 Term_ const* long_amount(Builder const& b, Term_ const* t) {
   Term_ const* const x = t->children[0];
   Term_ const* const s = t->children[1];
@@ -50,23 +52,22 @@ Term_ const* long_amount(Builder const& b, Term_ const* t) {
   std::uint64_t const k = static_cast<std::uint64_t>(std::bit_width(w - 1));  // amounts below w have k bits
   if (k == 0 || k + 1 >= w) return nullptr;
   if (b.is(s, Tag::bv_zero_extend) && b.width(s->children[0]) <= k) return nullptr;
-  Term_ const* const high = b.extract(s, w - 1, k);
-  Term_ const* const low = b.extract(s, k - 1, 0);
-  Term_ const* const inside = b.equal(high, b.zero(w - k));
-  if (b.is(t, Tag::bv_ashr)) {
-    // All ones shift as far as the sign.
-    Term_ const* const fill = b.ite(inside, b.zero(1), b.one(1));
-    Term_ const* const amount = b.word(Tag::bv_or, low, b.sign_extend(fill, k - 1));
-    return b.word(Tag::bv_ashr, x, b.zero_extend(amount, w - k));
-  }
-  return b.ite(inside, b.word(b.tag(t), x, b.zero_extend(low, w - k)), b.zero(w));
+  Term_ const* const inside = b.equal(b.extract(s, w - 1, k), b.zero(w - k));
+  Term_ const* const fill = b.sign_extend(b.ite(inside, b.zero(1), b.one(1)), k - 1);
+  Term_ const* const amount = b.word(Tag::bv_or, b.extract(s, k - 1, 0), fill);
+  Term_ const* const shifted = b.word(b.tag(t), x, b.zero_extend(amount, w - k));
+  if (b.is(t, Tag::bv_ashr) || !std::has_single_bit(w)) return shifted;
+  Term_ const* const kept = b.ite(inside, b.one(1), b.zero(1));
+  if (b.is(t, Tag::bv_shl))
+    return b.concat(b.word(Tag::bv_and, b.sign(shifted), kept), b.extract(shifted, w - 2, 0));
+  return b.concat(b.extract(shifted, w - 1, 1), b.word(Tag::bv_and, b.bit(shifted, 0), kept));
 }
 
 constexpr Rule table[] = {
     {"shift-numeral", shift, "x << k = low x.0", by_numeral},
     {"shift-zero", shift, "0 << x = 0", of_zero},
     {"shift-itself", {Tag::bv_lshr}, "x >> x = 0", by_itself},
-    {"shift-amount", shift, "x << s = (high s = 0 ? x << zext low s : 0)", long_amount},
+    {"shift-amount", shift, "x << s = x << zext (high s = 0 ? low s : 1..1)", long_amount},
 };
 
 }  // namespace
