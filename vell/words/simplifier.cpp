@@ -11,6 +11,7 @@
 #include "vell/words/linearequations.h"
 #include "vell/words/lowering.h"
 #include "vell/words/rewriter.h"
+#include "vell/words/sharedcomparisons.h"
 #include "vell/words/sharedproducts.h"
 #include "vell/words/unconstrained.h"
 #include "vell/words/wordidentities.h"
@@ -38,6 +39,8 @@ constexpr PassRow rows[] = {
      make_unconstrained},
     {"products", "build one circuit for products that differ in width only", Guarantee::equivalent, false,
      true, make_shared_products},
+    {"comparisons", "build one circuit for the low bits that comparisons share", Guarantee::equivalent, true,
+     true, make_shared_comparisons},
     {"circuits", "choose among circuits of the same value", Guarantee::equivalent, false, true,
      make_lowering},
 };
