@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <chrono>
 
+#include "vell/words/branches.h"
 #include "vell/words/demandedbits.h"
 #include "vell/words/elimination.h"
 #include "vell/words/facts.h"
@@ -31,6 +32,8 @@ constexpr PassRow rows[] = {
      make_elimination},
     {"demanded", "narrow operators to the bits that are asked for", Guarantee::equivalent, true, true,
      make_demanded_bits},
+    {"branches", "join operators of branches, and compare in branches", Guarantee::equivalent, true, true,
+     make_branches},
     {"identities", "decide equalities of products by a normal form, and comparisons with a successor",
      Guarantee::equivalent, false, true, make_word_identities},
     {"equations", "solve systems of linear equations", Guarantee::equivalent, true, true,
@@ -46,7 +49,7 @@ constexpr PassRow rows[] = {
 };
 constexpr std::size_t pass_count = std::size(rows);
 constexpr std::size_t rewriting = 0;          // finds something wherever it comes first
-constexpr std::size_t repeated = 4;           // so many passes run in rounds
+constexpr std::size_t repeated = 5;           // so many passes run in rounds
 constexpr std::size_t identities = repeated;  // may run again over formulas that come back
 
 }  // namespace
