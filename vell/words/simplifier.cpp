@@ -11,6 +11,7 @@
 #include "vell/words/facts.h"
 #include "vell/words/linearequations.h"
 #include "vell/words/lowering.h"
+#include "vell/words/pathconditions.h"
 #include "vell/words/rewriter.h"
 #include "vell/words/sharedcomparisons.h"
 #include "vell/words/sharedproducts.h"
@@ -32,6 +33,8 @@ constexpr PassRow rows[] = {
      make_elimination},
     {"demanded", "narrow operators to the bits that are asked for", Guarantee::equivalent, true, true,
      make_demanded_bits},
+    {"paths", "put in what holds where a value is asked for", Guarantee::equivalent, true, true,
+     make_path_conditions},
     {"branches", "join operators of branches, and compare in branches", Guarantee::equivalent, true, true,
      make_branches},
     {"identities", "decide equalities of products by a normal form, and comparisons with a successor",
@@ -49,7 +52,7 @@ constexpr PassRow rows[] = {
 };
 constexpr std::size_t pass_count = std::size(rows);
 constexpr std::size_t rewriting = 0;          // finds something wherever it comes first
-constexpr std::size_t repeated = 5;           // so many passes run in rounds
+constexpr std::size_t repeated = 6;           // so many passes run in rounds
 constexpr std::size_t identities = repeated;  // may run again over formulas that come back
 
 }  // namespace
