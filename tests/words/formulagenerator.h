@@ -78,6 +78,13 @@ class FormulaGenerator {
   void overflow(unsigned w);
   T sign_of(T t) { return app(S::bv_extract, {t}, width(t) - 1, width(t) - 1); }
 
+  // The same operator in both branches of an if-then-else, and comparisons of one with a numeral.
+  void branches(unsigned w);
+  // One word compared with several others, signed and unsigned.
+  void bounds(unsigned w);
+  // A condition, or a word, that is asked for again below the operator that it decides.
+  void paths(unsigned w);
+
   // A term that is equal to t, or mostly: written otherwise.
   T twin(T t, unsigned depth);
   // Two words in the branches of one condition, which says that they are equal, or nearly so.

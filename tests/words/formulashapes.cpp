@@ -8,7 +8,7 @@
 namespace vell::test {
 
 void FormulaGenerator::neighbour(unsigned w) {
-  T x = word(w);
+  T x = r_.percent(20) ? complement(word(w)) : word(w);
   T y = word(w);
   T stepped = r_.percent(50)   ? app(S::bv_add, {x, tm_.mk_bv(1, w)})
               : r_.percent(50) ? app(S::bv_sub, {x, tm_.mk_bv(1, w)})

@@ -116,7 +116,7 @@ Term_ const* FormulaGenerator::word(unsigned w, unsigned depth) {
 
 void FormulaGenerator::step() {
   unsigned const w = std::min(some_width(), max_width);
-  switch (r_.below(30)) {
+  switch (r_.below(34)) {
     case 0: add(app(r_.pick({S::bv_not, S::bv_neg}), {word(w)})); return;
     case 1:
     case 2: add(app(r_.pick({S::bv_add, S::bv_sub, S::bv_add}), {word(w), word(w)})); return;
@@ -177,6 +177,10 @@ void FormulaGenerator::step() {
     case 26: order_of_parts(w); return;
     case 27: extended_division(w); return;
     case 28: overflow(std::min(w, max_width / 2)); return;
+    case 29: branches(w); return;
+    case 30:
+    case 31: bounds(w); return;
+    case 32: paths(w); return;
     default: remainder_of_remainder(w); return;
   }
 }

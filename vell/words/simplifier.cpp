@@ -9,6 +9,7 @@
 #include "vell/words/demandedbits.h"
 #include "vell/words/elimination.h"
 #include "vell/words/facts.h"
+#include "vell/words/knownbits.h"
 #include "vell/words/linearequations.h"
 #include "vell/words/lowering.h"
 #include "vell/words/pathconditions.h"
@@ -33,6 +34,8 @@ constexpr PassRow rows[] = {
      make_elimination},
     {"demanded", "narrow operators to the bits that are asked for", Guarantee::equivalent, true, true,
      make_demanded_bits},
+    {"bits", "put in what bits and intervals of words decide", Guarantee::equivalent, true, true,
+     make_known_bits},
     {"paths", "put in what holds where a value is asked for", Guarantee::equivalent, true, true,
      make_path_conditions},
     {"branches", "join operators of branches, and compare in branches", Guarantee::equivalent, true, true,
@@ -52,7 +55,7 @@ constexpr PassRow rows[] = {
 };
 constexpr std::size_t pass_count = std::size(rows);
 constexpr std::size_t rewriting = 0;          // finds something wherever it comes first
-constexpr std::size_t repeated = 6;           // so many passes run in rounds
+constexpr std::size_t repeated = 7;           // so many passes run in rounds
 constexpr std::size_t identities = repeated;  // may run again over formulas that come back
 
 }  // namespace
