@@ -10,15 +10,31 @@ install(TARGETS vell EXPORT vell
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+if(TARGET vell_script)
+  install(TARGETS vell_script EXPORT vellScript
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT script-runtime NAMELINK_COMPONENT script-development
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT script-development
+    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  if(VELL_LIBRARY_TYPE STREQUAL "SHARED_LIBRARY")
+    set_target_properties(vell_script PROPERTIES INSTALL_RPATH "$ORIGIN")
+  endif()
+endif()
 
 # Headers. The sources include some that no caller needs.
-set(VELL_INTERNAL_HEADERS terms/termbuilder.h terms/theorybuilders.h bv/emit.h bv/gates.h bv/poollist.h bv/trace.h)
-foreach(layer utils terms bv sinks)
+set(VELL_INTERNAL_HEADERS terms/termbuilder.h terms/theorybuilders.h bv/emit.h bv/gates.h bv/poollist.h bv/trace.h
+    script/border.h script/controlparts.h)
+function(vell_install_headers layer component)
   file(GLOB headers CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/vell ${PROJECT_SOURCE_DIR}/vell/${layer}/*.h)
   list(REMOVE_ITEM headers ${VELL_INTERNAL_HEADERS})
   list(TRANSFORM headers PREPEND ${PROJECT_SOURCE_DIR}/vell/)
-  install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vell/${layer} COMPONENT development)
+  install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vell/${layer} COMPONENT ${component})
+endfunction()
+foreach(layer utils terms bv sinks)
+  vell_install_headers(${layer} development)
 endforeach()
+if(TARGET vell_script)
+  vell_install_headers(script script-development)
+endif()
 
 # The licence. Debian looks for it under the name of each package; see VellPackages.cmake.
 function(vell_install_licence package component)
@@ -27,8 +43,12 @@ function(vell_install_licence package component)
 endfunction()
 vell_install_licence(libvell${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR} runtime)
 vell_install_licence(libvell-dev development)
+if(TARGET vell_script)
+  vell_install_licence(libvell-script${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR} script-runtime)
+  vell_install_licence(libvell-script-dev script-development)
+endif()
 
-# CMake package.
+# CMake package. Its component `script` is there where the files of the script library are.
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/vellConfig.cmake.in ${PROJECT_BINARY_DIR}/vellConfig.cmake
   INSTALL_DESTINATION ${VELL_CMAKE_DIR} NO_SET_AND_CHECK_MACRO)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/vellConfigVersion.cmake COMPATIBILITY SameMinorVersion)
@@ -36,8 +56,17 @@ install(EXPORT vell NAMESPACE vell:: FILE vellTargets.cmake DESTINATION ${VELL_C
 install(FILES ${PROJECT_BINARY_DIR}/vellConfig.cmake ${PROJECT_BINARY_DIR}/vellConfigVersion.cmake
               ${PROJECT_SOURCE_DIR}/cmake/FindGMP.cmake
         DESTINATION ${VELL_CMAKE_DIR} COMPONENT development)
+if(TARGET vell_script)
+  install(EXPORT vellScript NAMESPACE vell:: FILE vellScriptTargets.cmake DESTINATION ${VELL_CMAKE_DIR}
+          COMPONENT script-development)
+  # An archive names no libraries: whoever links it has to find them.
+  if(VELL_LIBRARY_TYPE STREQUAL "STATIC_LIBRARY")
+    install(FILES ${PROJECT_SOURCE_DIR}/cmake/FindCaDiCaL.cmake ${PROJECT_SOURCE_DIR}/cmake/FindNettle.cmake
+            DESTINATION ${VELL_CMAKE_DIR} COMPONENT script-development)
+  endif()
+endif()
 
-# .pc file. The prefix is the way up from the file's own directory.
+# .pc files. The prefix is the way up from the file's own directory.
 file(RELATIVE_PATH VELL_PC_TO_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" VELL_PC_TO_PREFIX "${VELL_PC_TO_PREFIX}")
 file(RELATIVE_PATH VELL_PC_LIBDIR ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_LIBDIR})
@@ -59,6 +88,16 @@ else()
 endif()
 configure_file(${PROJECT_SOURCE_DIR}/cmake/vell.pc.in ${PROJECT_BINARY_DIR}/vell.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/vell.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+if(TARGET vell_script)
+  if(VELL_LIBRARY_TYPE STREQUAL "STATIC_LIBRARY")
+    set(VELL_SCRIPT_PC_LIBS " -lcadical -lnettle -lz -lbz2 -llzma -lzstd -lgmpxx -lpthread")
+  else()
+    set(VELL_SCRIPT_PC_LIBS "")
+  endif()
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/vell-script.pc.in ${PROJECT_BINARY_DIR}/vell-script.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/vell-script.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+          COMPONENT script-development)
+endif()
 
 # The command line finds a shared library beside itself. A distribution's package, installed where the loader looks
 # anyway, switches that off with CMAKE_SKIP_INSTALL_RPATH.

@@ -3,16 +3,16 @@
 #include <cstdio>
 
 #include "vell/cli/options.h"
-#include "vell/cnf/decoder.h"
+#include "vell/script/cnf.h"
 #include "vell/terms/exception.h"
 
 namespace vell::cli {
 
 namespace {
 
-int run(std::string const& cnf, std::string const& solution, values::WordFormat format) {
+int run(std::string const& cnf, std::string const& solution, script::WordFormat format) {
   try {
-    std::string const text = cnf::decode(cnf, solution, format);
+    std::string const text = script::decode(cnf, solution, format);
     bool const written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
     if (std::fflush(stdout) == 0 && written) return 0;
     std::fputs("vell-bv: <stdout>: cannot write\n", stderr);

@@ -11,11 +11,9 @@
 #include <new>
 
 #include "vell/cli/options.h"
-#include "vell/engine/engine.h"
-#include "vell/run/cleanup.h"
-#include "vell/run/shortage.h"
-#include "vell/run/tunables.h"
-#include "vell/words/simplifier.h"
+#include "vell/script/options.h"
+#include "vell/script/process.h"
+#include "vell/utils/version.h"
 
 namespace vell::cli {
 
@@ -32,7 +30,7 @@ void fill_standard_descriptors() {
 int run(int argc, char** argv) {
   CLI::App app("Word-level bit-blaster: executes SMT-LIB scripts over bit-vectors, and writes them as CNF.",
                "vell-bv");
-  app.set_version_flag("--version", std::string("vell-bv ") + engine::version);
+  app.set_version_flag("--version", std::string("vell-bv ") + VELL_VERSION);
   app.set_help_flag("-h,--help", "this text");
   app.require_subcommand(0, 1);
   app.get_formatter()->column_width(34);
@@ -49,13 +47,7 @@ int run(int argc, char** argv) {
   app.add_flag_callback(
       "--options",
       [] {
-        std::cout << "Passes on words (--words=+NAME,-NAME), in the order in which they run:\n\n";
-        for (words::PassRow const& pass : words::passes()) {
-          std::string name = pass.name;
-          name.resize(std::max<std::size_t>(name.size() + 1, 24), ' ');
-          std::cout << name << pass.summary << '\n';
-        }
-        std::cout << "\nNumbers (--set NAME=VALUE): default, range, meaning:\n\n" << run::Tunables::table();
+        std::cout << script::options_table();
         throw CLI::Success();
       },
       "list the passes on words and the numbers that --set changes");
@@ -86,7 +78,7 @@ int run(int argc, char** argv) {
 // An error that was not reported elsewhere.
 int failed(char const* why) {
   std::fprintf(stderr, "vell-bv: %s\n", why);
-  run::cleanup::discard_all();
+  script::discard_temporaries();
   return exit_error;
 }
 
@@ -97,7 +89,7 @@ int failed(char const* why) {
 int main(int argc, char** argv) {
   vell::cli::fill_standard_descriptors();
   signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is a write that fails
-  vell::run::prepare_for_shortage();
+  vell::script::prepare_for_shortage();
   try {
     return vell::cli::run(argc, argv);
   } catch (std::bad_alloc const&) {

@@ -4,10 +4,7 @@
 #include <charconv>
 #include <cmath>
 
-#include "vell/run/tunables.h"
-#include "vell/smtlib/spelling.h"
 #include "vell/terms/exception.h"
-#include "vell/words/passes.h"
 
 namespace vell::cli {
 
@@ -17,7 +14,7 @@ constexpr char group[] = "Options everywhere";
 // "", or why the text is no valid assignment.
 std::string check_tunable(std::string const& text) {
   try {
-    run::Tunables().set(text);
+    script::check_setting(text);
     return "";
   } catch (Exception const& e) {
     return e.what();
@@ -27,7 +24,7 @@ std::string check_tunable(std::string const& text) {
 // "", or why the text is no list of passes.
 std::string check_passes(std::string const& text) {
   try {
-    words::parse_passes(text);
+    script::check_words(text);
     return "";
   } catch (Exception const& e) {
     return e.what();
@@ -80,22 +77,22 @@ std::vector<std::string> normalised(std::vector<std::string> arguments) {
 
 std::string option_hint(CLI::App const& app, std::string const& word) {
   std::string const name = word.substr(0, word.find('='));
-  smtlib::Spelling spelling(name);
+  std::vector<std::string> known;
   std::vector<CLI::App const*> apps = app.get_subcommands([](CLI::App const*) { return true; });
   apps.insert(apps.begin(), &app);
   for (CLI::App const* a : apps) {
-    if (a != &app) spelling.offer(a->get_name());
+    if (a != &app) known.push_back(a->get_name());
     for (CLI::Option const* o : a->get_options())
       if (name.starts_with("-"))
-        for (std::string const& n : o->get_lnames()) spelling.offer("--" + n);
+        for (std::string const& n : o->get_lnames()) known.push_back("--" + n);
   }
-  return spelling.hint();
+  return script::spelling_hint(name, known);
 }
 
-values::WordFormat CommonOptions::word_format() const {
-  return values == "hex"   ? values::WordFormat::hexadecimal
-         : values == "dec" ? values::WordFormat::decimal
-                           : values::WordFormat::binary;
+script::WordFormat CommonOptions::word_format() const {
+  return values == "hex"   ? script::WordFormat::hexadecimal
+         : values == "dec" ? script::WordFormat::decimal
+                           : script::WordFormat::binary;
 }
 
 void CommonOptions::check(CLI::App const& app) const {

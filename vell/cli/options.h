@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "vell/values/evaluator.h"
+#include "vell/script/options.h"
 
 namespace vell::cli {
 
@@ -24,15 +24,15 @@ struct CommonOptions {
   std::string progress = "auto";  // "auto", "always", "never"
   std::string proof;
   std::string div_by_zero = "smtlib";  // "smtlib", "free"
-  std::vector<std::string> tunables;   // NAME=VALUE, as run::Tunables::set() reads it
-  std::string words;                   // "" where it was not given, else as words::parse_passes() reads it
+  std::vector<std::string> tunables;   // NAME=VALUE, as script::Options::settings has them
+  std::string words;                   // "" where it was not given, else as script::Options::words has it
   double check_time_limit = 0;         // seconds for each check; 0: none
   std::uint64_t conflict_limit = 0;    // of each check; 0: none
   std::string values = "bin";          // "bin", "hex", "dec"
   int verbosity = 0;
   int trace = -1;  // level of the clausifier's trace; below 0: none
 
-  values::WordFormat word_format() const;
+  script::WordFormat word_format() const;
 
   // Adds the options to a command. It supports those in the list ("--seed"). They may also precede the
   // command's name.

@@ -1,7 +1,5 @@
 // vell-bv replay [FILE]
 
-#include "vell/replay/replay.h"
-
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -10,7 +8,8 @@
 #include <iostream>
 
 #include "vell/cli/options.h"
-#include "vell/io/error.h"
+#include "vell/script/error.h"
+#include "vell/script/process.h"
 
 namespace vell::cli {
 
@@ -32,8 +31,8 @@ int run(std::string const& path) {
   }
   int code = 0;
   try {
-    replay::Replay(name, std::cout).run(standard_input ? std::cin : file);
-  } catch (io::Error const& e) {
+    script::replay(name, standard_input ? std::cin : file, std::cout);
+  } catch (script::Error const& e) {
     std::cout.flush();
     std::fprintf(stderr, "vell-bv: %s\n", e.what());
     code = exit_error;

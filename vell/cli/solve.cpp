@@ -5,16 +5,12 @@
 #include <algorithm>
 #include <cmath>
 #include <iostream>
-#include <new>
-#include <optional>
 #include <thread>
 
 #include "vell/cli/options.h"
 #include "vell/cli/terminal.h"
 #include "vell/cli/watchdog.h"
-#include "vell/engine/engine.h"
-#include "vell/io/outputfile.h"
-#include "vell/io/samefile.h"
+#include "vell/script/execution.h"
 
 namespace vell::cli {
 
@@ -22,27 +18,24 @@ namespace {
 
 struct Arguments {
   std::string file;
-  std::string solver;
-  engine::EngineOptions engine;
+  script::ExecutionOptions options;
   bool check_status = false;
 };
 
-int solve(Arguments const& arguments, CommonOptions const& common) {
-  engine::Console console;
-  run::Limits limits;
-  run::Statistics statistics;
+int solve(Arguments arguments, CommonOptions const& common) {
+  script::Console console;
+  script::Control control;
   Logger trace(std::cerr, common.trace);
 
-  engine::IncrementalSolverOptions options;
+  script::ExecutionOptions& options = arguments.options;
   options.free_division = common.div_by_zero == "free";
   options.seed = common.seed;
   options.threads = common.threads != 0 ? common.threads : std::min(std::thread::hardware_concurrency(), 2U);
   options.proof = common.proof;
-  options.solver_command = arguments.solver;
   // A proof is about the unsimplified formulas unless --words is given.
-  if (!common.proof.empty()) options.passes = words::Passes::none;
-  for (std::string const& t : common.tunables) options.tunables.set(t);
-  if (!common.words.empty()) options.passes = words::parse_passes(common.words);
+  if (!common.proof.empty()) options.words = "none";
+  options.settings = common.tunables;
+  if (!common.words.empty()) options.words = common.words;
   options.verbosity = static_cast<unsigned>(common.verbosity);
   options.conflict_limit = common.conflict_limit;
   options.check_milliseconds =
@@ -52,33 +45,13 @@ int solve(Arguments const& arguments, CommonOptions const& common) {
   options.word_format = common.word_format();
   if (common.trace >= 0) options.logger = &trace;
 
-  if (!common.proof.empty()) {
-    io::refuse_same_file(common.proof, arguments.file);
-    if (io::same_file(common.proof, "/dev/stdout"))
-      throw io::OutputError(common.proof + ": it is <stdout> as well");
-  }
-
   bool const dialogue = (arguments.file.empty() || arguments.file == "-") && Terminal::available();
-  Watchdog watchdog(common, console, limits, statistics, "unknown");
-  bool good = false;
-  std::optional<engine::ScriptEngine> engine;  // not destroyed by finish(), which is what makes it quick
-  try {
-    engine.emplace(options, console, limits, statistics, arguments.engine);
-    engine->set_dialogue(dialogue);
-    statistics.waiting = true;  // for the first bytes, which tell whether the input is compressed
-    std::unique_ptr<io::Source> source =
-        dialogue ? Terminal::open(*engine, watchdog, console) : io::Source::open(arguments.file);
-    statistics.waiting = false;
-    good = engine->run(std::move(source));
-  } catch (io::Error const& e) {
-    console.answer("(error " + engine::string_literal(e.what()) + ")");
-  } catch (std::bad_alloc const&) {
-    limits.stop(run::StopReason::memout);
-    if (statistics.unknown == 0) console.answer("unknown");
-    ++statistics.unknown;
-    console.message(arguments.file, ": out of memory");
-  }
-  bool const contradicted = engine && engine->status_contradicted();
+  Watchdog watchdog(common, console, control, "unknown");
+  // Not destroyed by finish(), which is what makes it quick.
+  script::Execution execution(options, control, console);
+  bool good = dialogue ? execution.run_dialogue(Terminal::open(execution, watchdog, console))
+                       : execution.run(arguments.file);
+  bool const contradicted = execution.status_contradicted();
   if (arguments.check_status && contradicted) good = false;
   // In a dialogue the user has seen the errors.
   watchdog.finish(good || (dialogue && !contradicted) ? 0 : exit_error);
@@ -90,7 +63,7 @@ void add_arguments(CLI::App& command, std::shared_ptr<Arguments> const& argument
                   "SMT-LIB script to execute; - is standard input; none, at a terminal, begins a dialogue")
       ->type_name("");
   command
-      .add_option("--solver", arguments->solver,
+      .add_option("--solver", arguments->options.command,
                   "shell command that answers check-sat; {cnf} stands for the DIMACS file")
       ->type_name("CMD")
       ->check([](std::string const& text) {
@@ -98,10 +71,10 @@ void add_arguments(CLI::App& command, std::shared_ptr<Arguments> const& argument
                                                        : std::string();
       });
   command
-      .add_option("--query", arguments->engine.query, "answer this check-sat only, and end at the next one")
+      .add_option("--query", arguments->options.query, "answer this check-sat only, and end at the next one")
       ->type_name("N")
       ->check(count());
-  command.add_flag("--check-unsat", arguments->engine.check_unsat,
+  command.add_flag("--check-unsat", arguments->options.check_unsat,
                    "decide what is unsat once more, without simplifications on words");
   command.add_flag("--check-status", arguments->check_status,
                    "exit code 1 when an answer differs from :status");
@@ -120,15 +93,15 @@ void add_solve(CLI::App& app, CommonOptions& common, Action& action) {
   }
   auto const prepare = [&common, &action, arguments] {
     if (arguments->file.empty() && !Terminal::available()) throw CLI::RequiredError("FILE");
-    if (!arguments->solver.empty() && !common.proof.empty())
+    if (!arguments->options.command.empty() && !common.proof.empty())
       throw CLI::ValidationError("--proof", "is written by the embedded solver only, not with --solver");
-    if (arguments->engine.check_unsat && !common.proof.empty())
+    if (arguments->options.check_unsat && !common.proof.empty())
       throw CLI::ValidationError("--check-unsat", "is not for a run with --proof, which tells what is unsat");
-    if (!arguments->solver.empty() && common.seed != 0)
+    if (!arguments->options.command.empty() && common.seed != 0)
       throw CLI::ValidationError("--seed", "is for the embedded solver only, not with --solver");
-    if (!arguments->solver.empty() && common.threads != 0)
+    if (!arguments->options.command.empty() && common.threads != 0)
       throw CLI::ValidationError("--threads", "is for the embedded solver only, not with --solver");
-    if (!arguments->solver.empty() && common.conflict_limit != 0)
+    if (!arguments->options.command.empty() && common.conflict_limit != 0)
       throw CLI::ValidationError("--conflict-limit", "is for the embedded solver only, not with --solver");
     action = [arguments, &common] { return solve(*arguments, common); };
   };

@@ -25,7 +25,6 @@
 #include <vector>
 
 #include "vell/cli/watchdog.h"
-#include "vell/io/decompress.h"
 
 #ifdef VELL_LIBEDIT
 #include <histedit.h>
@@ -59,7 +58,7 @@ int keyboard() {
 // Waits for a byte; no value at the end of the input. Throws LineDropped after Ctrl-C.
 std::optional<char> next_byte() {
   for (;;) {
-    if (Watchdog::take_interrupt()) throw engine::LineDropped();
+    if (Watchdog::take_interrupt()) throw script::LineDropped();
     pollfd waiting{keyboard(), POLLIN, 0};
     int const ready = poll(&waiting, 1, poll_milliseconds);
     if (ready < 0 && errno != EINTR) return std::nullopt;
@@ -93,7 +92,7 @@ class PlainLines {
 // Line input with libedit.
 class EditedLines {
  public:
-  explicit EditedLines(engine::ScriptEngine const& engine) : engine_(engine) {
+  explicit EditedLines(script::Execution const& execution) : execution_(execution) {
     std::setlocale(LC_CTYPE, "C.UTF-8");
     HistEvent event;
     history_ = history_init();
@@ -125,7 +124,7 @@ class EditedLines {
     int count = 0;
     el_set(edit_, EL_PREP_TERM, 1);  // raw mode before the prompt: who sees that may type Ctrl-D
     char const* const text = el_gets(edit_, &count);
-    if (dropped_) throw engine::LineDropped();
+    if (dropped_) throw script::LineDropped();
     if (text == nullptr || count <= 0) return std::nullopt;
     std::string line(text, static_cast<std::size_t>(count));
     if (line.find_first_not_of(" \t\r\n") != std::string::npos) {
@@ -155,7 +154,7 @@ class EditedLines {
         return 1;
       }
       return 0;
-    } catch (engine::LineDropped const&) {
+    } catch (script::LineDropped const&) {
       self(edit).dropped_ = true;
       errno = EINTR;
       return -1;
@@ -170,7 +169,7 @@ class EditedLines {
     while (begin != info->buffer && std::strchr(" \t\n()", begin[-1]) == nullptr) --begin;
     std::string const word(begin, info->cursor);
     if (word.empty()) return CC_ERROR;
-    std::vector<std::string> const names = self(edit).engine_.names(word);
+    std::vector<std::string> const names = self(edit).execution_.names(word);
     if (names.empty()) return CC_ERROR;
     std::string common = names.front();
     for (std::string const& n : names)
@@ -190,7 +189,7 @@ class EditedLines {
     return CC_REDISPLAY;
   }
 
-  engine::ScriptEngine const& engine_;
+  script::Execution const& execution_;
   EditLine* edit_ = nullptr;
   History* history_ = nullptr;
   char const* prompt_ = "";
@@ -199,13 +198,13 @@ class EditedLines {
 
 #endif
 
-class TerminalStream : public io::ByteStream {
+class TerminalStream : public script::Input {
  public:
-  TerminalStream(engine::ScriptEngine const& engine, engine::Console& console)
-      : engine_(engine), console_(console) {
+  TerminalStream(script::Execution const& execution, script::Console& console)
+      : execution_(execution), console_(console) {
 #ifdef VELL_LIBEDIT
     char const* const kind = std::getenv("TERM");
-    if (kind != nullptr && *kind != '\0' && std::string_view(kind) != "dumb") edited_.emplace(engine);
+    if (kind != nullptr && *kind != '\0' && std::string_view(kind) != "dumb") edited_.emplace(execution);
 #endif
   }
 
@@ -220,7 +219,7 @@ class TerminalStream : public io::ByteStream {
  private:
   std::string next_line() {
     console_.progress("");
-    char const* const prompt = engine_.inside_command() ? open_prompt : first_prompt;
+    char const* const prompt = execution_.inside_command() ? open_prompt : first_prompt;
     try {
 #ifdef VELL_LIBEDIT
       std::optional<std::string> line = edited_ ? edited_->line(prompt) : plain_.line(prompt);
@@ -228,18 +227,18 @@ class TerminalStream : public io::ByteStream {
       std::optional<std::string> line = plain_.line(prompt);
 #endif
       if (line) return std::move(*line);
-    } catch (engine::LineDropped const&) {
+    } catch (script::LineDropped const&) {
       std::fputs("\n", stdout);
       std::fflush(stdout);
       throw;
     }
     std::fputs("\n", stdout);
     std::fflush(stdout);
-    throw engine::DialogueEnded();
+    throw script::DialogueEnded();
   }
 
-  engine::ScriptEngine const& engine_;
-  engine::Console& console_;
+  script::Execution const& execution_;
+  script::Console& console_;
   std::string pending_;
   PlainLines plain_;
 #ifdef VELL_LIBEDIT
@@ -251,14 +250,14 @@ class TerminalStream : public io::ByteStream {
 
 bool Terminal::available() { return isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0; }
 
-std::unique_ptr<io::Source> Terminal::open(engine::ScriptEngine& engine, Watchdog& watchdog,
-                                           engine::Console& console) {
+std::unique_ptr<script::Input> Terminal::open(script::Execution& execution, Watchdog& watchdog,
+                                              script::Console& console) {
   // The process may end while a line is being edited.
   modes_saved = tcgetattr(STDIN_FILENO, &saved_modes) == 0;
   watchdog.set_dialogue([] {
     if (modes_saved) tcsetattr(STDIN_FILENO, TCSANOW, &saved_modes);
   });
-  return io::Source::stream(std::make_unique<TerminalStream>(engine, console), "<stdin>");
+  return std::make_unique<TerminalStream>(execution, console);
 }
 
 }  // namespace vell::cli

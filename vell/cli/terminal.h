@@ -6,8 +6,7 @@
 
 #include <memory>
 
-#include "vell/engine/engine.h"
-#include "vell/io/source.h"
+#include "vell/script/execution.h"
 
 namespace vell::cli {
 
@@ -17,11 +16,11 @@ class Terminal {
  public:
   // Whether standard input and output are a terminal.
   static bool available();
-  // The lines that the user types. Reading throws engine::LineDropped after Ctrl-C and engine::DialogueEnded
-  // after Ctrl-D. The engine that reads from the source provides completions and tells whether a command is
-  // open; it and the watchdog must outlive the source.
-  static std::unique_ptr<io::Source> open(engine::ScriptEngine& engine, Watchdog& watchdog,
-                                          engine::Console& console);
+  // The lines that the user types. Reading throws script::LineDropped after Ctrl-C and script::DialogueEnded
+  // after Ctrl-D. The execution that reads them provides completions and tells whether a command is
+  // open; it and the watchdog must outlive the input.
+  static std::unique_ptr<script::Input> open(script::Execution& execution, Watchdog& watchdog,
+                                             script::Console& console);
 };
 
 }  // namespace vell::cli

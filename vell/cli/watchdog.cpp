@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <new>
 
-#include "vell/run/cleanup.h"
+#include "vell/script/process.h"
 
 namespace vell::cli {
 
@@ -53,20 +53,13 @@ void limit_address_space(std::uint64_t mib) {
   setrlimit(RLIMIT_DATA, &bound);
 }
 
-std::string grouped(std::uint64_t n) {
-  std::string s = std::to_string(n);
-  for (std::size_t i = s.size(); i > 3; i -= 3) s.insert(i - 3, 1, ',');
-  return s;
-}
-
 }  // namespace
 
-Watchdog::Watchdog(CommonOptions const& options, engine::Console& console, run::Limits& limits,
-                   run::Statistics& statistics, std::string forced_answer)
+Watchdog::Watchdog(CommonOptions const& options, script::Console& console, script::Control& control,
+                   std::string forced_answer)
     : options_(options),
       console_(console),
-      limits_(limits),
-      statistics_(statistics),
+      control_(control),
       forced_answer_(std::move(forced_answer)),
       progress_(options.progress == "always" || (options.progress == "auto" && isatty(STDERR_FILENO) != 0)) {
   // A closed terminal (SIGHUP) and a broken pipe (SIGPIPE) end the work as Ctrl-C does, unless they were
@@ -113,40 +106,40 @@ void Watchdog::watch() {
     ended_condition_.wait_for(lock, memory > most / 2 ? short_tick : tick);
     if (ended_) return;
     Clock::time_point const now = Clock::now();
-    limits_.watch_check(now);
-    bool const stopped = limits_.run_reason() != run::StopReason::none;
+    control_.watch_check();
+    bool const stopped = control_.stopped() != script::Reason::none;
     if (caught_signal == SIGINT && at_end_ != nullptr) {
       // If a check does not stop, the second Ctrl-C ends the program. Without a check the reader of the
       // terminal takes the signal.
-      if (limits_.checking() && !limits_.check_stopped()) {
-        limits_.stop_check(run::StopReason::interrupted);
+      if (control_.checking() && !control_.check_stopped()) {
+        control_.stop_check(script::Reason::interrupted);
         caught_signal = 0;
       }
-      if (!limits_.checking()) continue;
+      if (!control_.checking()) continue;
     }
     if (caught_signal != 0 && !interrupted) {
       interrupted = true;
-      limits_.stop(run::StopReason::interrupted);
+      control_.stop(script::Reason::interrupted);
       patience_ends = std::min(patience_ends, now + interrupt_patience);
     }
     if (!stopped && options_.time_limit > 0 &&
         std::chrono::duration<double>(now - start).count() >= options_.time_limit) {
-      limits_.stop(run::StopReason::timeout);
+      control_.stop(script::Reason::timeout);
       patience_ends = std::min(patience_ends, now + limit_patience);
     }
-    if (most != 0) memory = run::present_memory();
+    if (most != 0) memory = script::present_memory();
     if (!stopped && most != 0 && memory >= most) {
-      limits_.stop(run::StopReason::memout);
+      control_.stop(script::Reason::memout);
       patience_ends = std::min(patience_ends, now + limit_patience);
     }
     // A memory limit always gives the same exit code, however the work ended.
     if (now >= patience_ends)
-      cut_off(interrupted                                       ? 128 + caught_signal
-              : limits_.run_reason() == run::StopReason::memout ? exit_error
-                                                                : 0);
-    if (progress_ && now >= next_progress && !statistics_.waiting) {
+      cut_off(interrupted                                    ? 128 + caught_signal
+              : control_.stopped() == script::Reason::memout ? exit_error
+                                                             : 0);
+    if (progress_ && now >= next_progress && !control_.waiting()) {
       try {
-        show_progress();
+        console_.progress(control_.progress());
       } catch (std::bad_alloc const&) {
       }
       next_progress = now + progress_interval;
@@ -155,59 +148,40 @@ void Watchdog::watch() {
 }
 
 std::string Watchdog::figures() const {
-  if (options_.stats == "text") return statistics_.text();
-  if (options_.stats == "json") return statistics_.json();
+  if (options_.stats == "text") return control_.statistics_text();
+  if (options_.stats == "json") return control_.statistics_json();
   return "";
 }
 
 // The other thread is still working: only the console and atomics of it are used.
 void Watchdog::cut_off(int code) {
-  bool const answered = statistics_.unknown != 0;
+  bool const answered = control_.unknown_answers() != 0;
   std::string last;
   try {
-    if (forced_answer_.empty() || limits_.run_reason() == run::StopReason::memout)
-      last = std::string("vell-bv: not finished: ") + run::reason_text(limits_.run_reason()) + "\n";
+    if (forced_answer_.empty() || control_.stopped() == script::Reason::memout)
+      last = std::string("vell-bv: not finished: ") + script::reason_text(control_.stopped()) + "\n";
     last += figures();
   } catch (std::bad_alloc const&) {
   }
   // No answer is written if no question was asked.
-  console_.shut(answered || statistics_.waiting ? std::string_view() : forced_answer_, last);
+  console_.shut(answered || control_.waiting() ? std::string_view() : forced_answer_, last);
   if (at_end_ != nullptr) at_end_.load()();
-  run::cleanup::discard_all();
+  script::discard_temporaries();
   // If there is no answer to write, a run that was cut off has failed.
   _exit(code == 0 && forced_answer_.empty() ? exit_error : code);
-}
-
-void Watchdog::show_progress() {
-  std::string line = std::string(run::phase_name(statistics_.phase())) + ": ";
-  switch (statistics_.phase()) {
-    case run::Phase::reading:
-      line += grouped(statistics_.input_bytes) + " bytes, " + grouped(statistics_.terms) + " terms";
-      break;
-    case run::Phase::solving: line += grouped(statistics_.conflicts) + " conflicts"; break;
-    case run::Phase::clausifying:
-      line += grouped(statistics_.clausified_terms) + " of " + grouped(statistics_.terms) + " terms, " +
-              grouped(statistics_.clauses) + " clauses";
-      break;
-    case run::Phase::checking: line += grouped(statistics_.terms) + " terms"; break;
-    case run::Phase::writing: line += grouped(statistics_.clauses) + " clauses"; break;
-  }
-  char seconds[32];
-  std::snprintf(seconds, sizeof seconds, ", %.1f s", statistics_.total_seconds());
-  console_.progress(line + seconds);
 }
 
 void Watchdog::finish(int code) {
   end();
   if (at_end_ != nullptr) at_end_.load()();
   console_.diagnostic(figures());
-  if (caught_signal != 0 && limits_.reason() == run::StopReason::interrupted) code = 128 + caught_signal;
+  if (caught_signal != 0 && control_.stopped() == script::Reason::interrupted) code = 128 + caught_signal;
   if (caught_signal == SIGPIPE) code = 128 + SIGPIPE;
   if (!console_.good() && code == 0) {
     console_.message("<stdout>: cannot write");
     code = exit_error;
   }
-  run::cleanup::discard_all();
+  script::discard_temporaries();
   std::fflush(nullptr);
   _exit(code);
 }

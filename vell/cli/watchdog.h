@@ -2,9 +2,9 @@
 
 // Enforces the limits of a run and shows its progress, on a separate thread.
 //
-// A limit or a signal first stops the work through Limits. If the work does not react (a long preprocessing
-// step of the solver, one huge command, a blocked read), the watchdog ends the process shortly after: it
-// writes the last answer and the statistics, and removes temporary files.
+// A limit or a signal first stops the work through its control. If the work does not react (a long
+// preprocessing step of the solver, one huge command, a blocked read), the watchdog ends the process shortly
+// after: it writes the last answer and the statistics, and removes temporary files.
 
 #include <atomic>
 #include <condition_variable>
@@ -13,9 +13,8 @@
 #include <thread>
 
 #include "vell/cli/options.h"
-#include "vell/engine/console.h"
-#include "vell/run/limits.h"
-#include "vell/run/statistics.h"
+#include "vell/script/control.h"
+#include "vell/script/execution.h"
 
 namespace vell::cli {
 
@@ -23,8 +22,8 @@ class Watchdog {
  public:
   // forced_answer: written to stdout when the process is ended before the run has answered unknown; "" for
   // nothing.
-  Watchdog(CommonOptions const& options, engine::Console& console, run::Limits& limits,
-           run::Statistics& statistics, std::string forced_answer);
+  Watchdog(CommonOptions const& options, script::Console& console, script::Control& control,
+           std::string forced_answer);
   // Stops watching.
   ~Watchdog();
 
@@ -43,13 +42,11 @@ class Watchdog {
  private:
   void watch();
   void cut_off(int code);
-  void show_progress();
   void end();
 
   CommonOptions const& options_;
-  engine::Console& console_;
-  run::Limits& limits_;
-  run::Statistics& statistics_;
+  script::Console& console_;
+  script::Control& control_;
   std::string forced_answer_;
   bool progress_;
   std::atomic<void (*)()> at_end_{nullptr};  // null: no dialogue

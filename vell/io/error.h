@@ -21,10 +21,12 @@ class Error : public Exception {
   Error(std::string const& file, Position position, std::string const& message, std::string line = "")
       : Exception(file + ":" + std::to_string(position.line) + ":" + std::to_string(position.column) + ": " +
                   message),
+        file_(file),
         position_(position),
         message_(message),
         line_(std::move(line)) {}
 
+  std::string const& file() const { return file_; }
   Position position() const { return position_; }
   std::string const& message() const { return message_; }
   // The line and, below it, a caret under the column: two lines for a terminal, each ended by a newline. Long
@@ -32,6 +34,7 @@ class Error : public Exception {
   std::string excerpt() const;
 
  private:
+  std::string file_;
   Position position_;
   std::string message_;
   std::string line_;

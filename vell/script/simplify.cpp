@@ -1,0 +1,29 @@
+#include "vell/script/simplify.h"
+
+#include "vell/script/border.h"
+#include "vell/script/controlparts.h"
+#include "vell/words/simplifier.h"
+
+namespace vell::script {
+
+Simplified simplify(TermManager& terms, std::span<Term_ const* const> formulas, Options const& options,
+                    Control* control) {
+  return across_border([&] {
+    ControlOrOwn const work(control);
+    work.statistics().enter(run::Phase::clausifying);
+    words::Formulas batch;
+    batch.first = batch.may_substitute = true;
+    for (std::size_t i = 0; i < formulas.size(); ++i) batch.permanent.push_back({formulas[i], i});
+    run::Tunables const tunables = tunables_of(options);
+    words::Simplifier simplifier(terms, options.free_division, passes_of(options), work.limits(), tunables);
+    simplifier.simplify(batch);
+    simplifier.report(work.statistics());
+    Simplified out;
+    out.formulas = words::terms_of(batch.permanent);
+    for (words::Definition const& d : simplifier.definitions())
+      out.definitions.push_back({d.variable, d.value});
+    return out;
+  });
+}
+
+}  // namespace vell::script

@@ -1,0 +1,34 @@
+#pragma once
+
+// Formulas made simpler before they become bits.
+//
+// Tested by tests/script/simplify_test.cpp.
+
+#include <span>
+#include <vector>
+
+#include "vell/script/control.h"
+#include "vell/script/options.h"
+#include "vell/terms/termmanager.h"
+#include "vell/utils/export.h"
+
+namespace vell::script {
+
+// A variable that the formulas no longer hold, and the value that it takes in a model of what is left.
+struct Definition {
+  Term_ const* variable;
+  Term_ const* value;
+};
+
+struct Simplified {
+  // All of them hold where, and only where, all given ones hold under some values of the defined variables.
+  std::vector<Term_ const*> formulas;
+  // A value may hold variables that later definitions define: compute from the last to the first.
+  std::vector<Definition> definitions;
+};
+
+// Runs the passes of the options over Boolean terms, as `vell-bv cnf` does. Throws Stopped.
+VELL_API Simplified simplify(TermManager& terms, std::span<Term_ const* const> formulas,
+                             Options const& options = {}, Control* control = nullptr);
+
+}  // namespace vell::script
