@@ -34,6 +34,8 @@ foreach(layer utils terms bv sinks)
 endforeach()
 if(TARGET vell_script)
   vell_install_headers(script script-development)
+  install(FILES ${PROJECT_SOURCE_DIR}/vell/c/vell.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+          COMPONENT script-development)
 endif()
 
 # The licence. Debian looks for it under the name of each package; see VellPackages.cmake.
