@@ -19,7 +19,8 @@ using Tag = SymbolTag::tag;
 
 constexpr Tags equality{Tag::equal, Tag::equal_noproxy};
 constexpr std::size_t most_words = 12;  // looked at below one sum
-constexpr std::size_t most_adders = 4;  // of a sum that is put together again with more than one adder
+// Of a sum that is put together again: the one that it replaces. The sums below may be used elsewhere.
+constexpr std::size_t most_adders = 1;
 
 // constant + the sum of factor * word, modulo 2^width.
 class Sum {
@@ -44,7 +45,6 @@ class Sum {
           if (!open) break;
           parts.push_back({x->children[1], b_.is(x, Tag::bv_add) ? part.factor : mpz_class(-part.factor)});
           parts.push_back({x->children[0], part.factor});
-          ++operators_;
           continue;
         case Tag::bv_neg: parts.push_back({x->children[0], -part.factor}); continue;
         case Tag::bv_not:  // -x - 1
@@ -91,10 +91,12 @@ class Sum {
     return met;
   }
 
-  // Whether the sum takes so few adders that it is worth making even if the sums it was made of stay.
-  bool is_short() const {
-    std::size_t const operands = words_.size() + (constant_ != 0 ? 1 : 0);
-    return operands <= 2 || (operands <= operators_ && operators_ <= most_adders);
+  // How many adders the sum takes beside the products by numerals that it was made of: a factor that is new
+  // takes as many operands as it has ones.
+  std::size_t adders() const {
+    std::size_t operands = constant_ != 0 ? 1 : 0;
+    for (Word const& w : words_) operands += w.places == 1 ? 1 : mpz_popcount(mpz_class(abs(w.factor)).get_mpz_t());
+    return operands == 0 ? 0 : operands - 1;
   }
   std::size_t count() const { return words_.size(); }
   mpz_class const& constant() const { return constant_; }
@@ -137,7 +139,6 @@ class Sum {
   mpz_class constant_;
   std::size_t seen_ = 0;
   unsigned numerals_ = 0;
-  std::size_t operators_ = 0;
 };
 
 bool is_sum(Builder const& b, Term_ const* t) {
@@ -199,7 +200,7 @@ Term_ const* collected(Builder const& b, Term_ const* t) {
     return nullptr;
   Sum sum(b, b.width(t));
   sum.add(t, 1);
-  return sum.reduce() && sum.is_short() ? sum.term() : nullptr;
+  return sum.reduce() && sum.adders() <= most_adders ? sum.term() : nullptr;
 }
 
 // Modulo 2: the sum and the difference of bits are their exclusive or.
@@ -237,6 +238,8 @@ Term_ const* balanced(Builder const& b, Term_ const* t) {
   Term_ const* const plus = sum.part(1);
   Term_ const* const minus = sum.part(-1);
   if (!met && !(sum.constant() == 0 && b.is_zero(y) && plus != nullptr && minus != nullptr)) return nullptr;
+  // The numeral on the other side counts as an operand, and so does the first word there.
+  if (sum.adders() > most_adders + 1) return nullptr;
   Term_ const* const k = b.number(-sum.constant(), w);
   if (minus == nullptr) return b.equal(plus, k);
   if (plus == nullptr) return b.equal(minus, b.number(sum.constant(), w));
