@@ -61,7 +61,10 @@ Term_ const* RandomTerms::leaf(unsigned width) {
       std::find_if(variables_.begin(), variables_.end(),
                    [x](auto const& v) { return std::find(v.begin(), v.end(), x) != v.end(); }) -
       variables_.begin());
-  if (have < width) return app(r_.pick({S::bv_zero_extend, S::bv_sign_extend}), {x}, width - have);
+  if (have < width) {
+    S const tag = r_.pick({S::bv_zero_extend, S::bv_sign_extend});
+    return app(tag, {x}, width - have);
+  }
   unsigned const low = static_cast<unsigned>(r_.below(have - width + 1));
   return app(S::bv_extract, {x}, low + width - 1, low);
 }
@@ -80,13 +83,17 @@ Term_ const* RandomTerms::junction(unsigned width, unsigned depth) {
 Term_ const* RandomTerms::make_word(unsigned width, unsigned depth) {
   switch (r_.below(16)) {
     case 0: return leaf(width);
-    case 1: return app(r_.pick({S::bv_not, S::bv_neg}), {word(width, depth)});
+    case 1: {
+      S const tag = r_.pick({S::bv_not, S::bv_neg});
+      return app(tag, {word(width, depth)});
+    }
     case 2:
     case 3: return junction(width, depth);
     case 4:
     case 5: {
       T const x = word(width, depth);
-      return app(r_.pick({S::bv_add, S::bv_sub}), {x, shared_ && r_.percent(15) ? x : word(width, depth)});
+      S const tag = r_.pick({S::bv_add, S::bv_sub});
+      return app(tag, {x, shared_ && r_.percent(15) ? x : word(width, depth)});
     }
     case 6: return app(S::bv_mul, {word(width, depth), word(width, depth)});
     case 7: {
@@ -103,8 +110,11 @@ Term_ const* RandomTerms::make_word(unsigned width, unsigned depth) {
                           : shared_ && r_.percent(10) ? x
                                                       : word(width, depth)});
     }
-    case 9:
-      return app(r_.pick({S::bv_rotate_left, S::bv_rotate_right}), {word(width, depth)}, r_.below(width + 1));
+    case 9: {
+      S const tag = r_.pick({S::bv_rotate_left, S::bv_rotate_right});
+      T const x = word(width, depth);
+      return app(tag, {x}, r_.below(width + 1));
+    }
     case 10: {
       unsigned const from = static_cast<unsigned>(r_.between(width, most_width_));
       unsigned const low = static_cast<unsigned>(r_.below(from - width + 1));
@@ -119,7 +129,8 @@ Term_ const* RandomTerms::make_word(unsigned width, unsigned depth) {
     }
     case 13: {
       unsigned const from = static_cast<unsigned>(r_.between(r_.percent(90) ? 1 : width, width));
-      return app(r_.pick({S::bv_zero_extend, S::bv_sign_extend}), {word(from, depth)}, width - from);
+      S const tag = r_.pick({S::bv_zero_extend, S::bv_sign_extend});
+      return app(tag, {word(from, depth)}, width - from);
     }
     default: {
       T const c = boolean(depth);
@@ -139,8 +150,8 @@ Term_ const* RandomTerms::make_boolean(unsigned depth) {
                           p->children[0]->symbol->get_output_type() == tm_.bool_type
                       ? p->children[r_.below(2)]
                       : boolean(depth);
-      return app(r_.pick({S::bool_and, S::bool_or, S::bool_iff}),
-                 {r_.percent(20) ? app(S::bool_not, {q}) : q, p});
+      S const tag = r_.pick({S::bool_and, S::bool_or, S::bool_iff});
+      return app(tag, {r_.percent(20) ? app(S::bool_not, {q}) : q, p});
     }
     case 3: {
       T const c = boolean(depth);

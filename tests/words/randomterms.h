@@ -12,7 +12,8 @@
 namespace vell::test {
 
 // Words of 1 to `most_width` bits and Booleans. Where they are shared, over variables of at most 16 bits
-// together.
+// together. A seed gives the same terms with every compiler: each call draws at most one random choice in its
+// arguments, or they stand in braces, which fixes their order.
 class RandomTerms {
  public:
   // shared: subterms that were made before are taken again, and so are the variables. Otherwise every

@@ -122,75 +122,45 @@ TEST_F(RewriterTest, DoesNotRecurseOverWires) {
   EXPECT_NE(nullptr, rewritten(slices));
 }
 
-double seconds(Rewriter& rewriter, Term_ const* t) {
-  auto const start = std::chrono::steady_clock::now();
-  rewriter.rewrite(t);
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-// Four times as much must not take sixteen times as long.
-template <typename Make>
-void expect_linear(Make make) {
-  double least[2] = {1e9, 1e9};
-  for (unsigned round = 0; round < 3; ++round)
-    for (unsigned i = 0; i < 2; ++i) {
-      TermManager tm;
-      run::Limits const limits;
-      Term_ const* const t = make(tm, i == 0 ? 25'000 : 100'000);
-      Rewriter rewriter(tm, false, limits);
-      least[i] = std::min(least[i], seconds(rewriter, t));
-    }
-  EXPECT_LT(least[1], 10 * least[0] + 0.02);
-}
+// With a million terms, whatever takes a step for each pair of them does not end within the limit of a test.
+constexpr std::size_t many = 1'000'000;
 
 TEST_F(RewriterTest, LongSumsTakeLinearTime) {
-  expect_linear([](TermManager& tm, std::size_t n) {
-    std::vector<Term_ const*> x;
-    for (unsigned i = 0; i < 40; ++i) x.push_back(tm.mk_variable("x", tm.bv_type(16)));
-    Term_ const* sum = x[0];
-    for (std::size_t i = 1; i < n; ++i)
-      sum = tm.mk_app(i % 3 == 0 ? SymbolTag::bv_sub : SymbolTag::bv_add, {sum, x[i * 7 % 40]});
-    return sum;
-  });
+  std::vector<Term_ const*> x;
+  for (unsigned i = 0; i < 40; ++i) x.push_back(word("x", 16));
+  Term_ const* sum = x[0];
+  for (std::size_t i = 1; i < many; ++i)
+    sum = app(i % 3 == 0 ? Tag::bv_sub : Tag::bv_add, {sum, x[i * 7 % 40]});
+  EXPECT_NE(sum, rewritten(sum));
 }
 
 TEST_F(RewriterTest, LongChoicesTakeLinearTime) {
-  expect_linear([](TermManager& tm, std::size_t n) {
-    Term_ const* const s = tm.mk_variable("s", tm.bv_type(20));
-    Term_ const* choice = tm.mk_variable("x", tm.bv_type(16));
-    for (std::size_t i = 0; i < n; ++i)
-      choice = tm.mk_app(SymbolTag::term_ite,
-                         {tm.mk_app(SymbolTag::equal, {s, tm.mk_bv(i, 20)}), tm.mk_bv(i % 1000, 16), choice});
-    return tm.mk_app(SymbolTag::equal, {choice, tm.mk_bv(7, 16)});
-  });
+  Term_ const* const s = word("s", 20);
+  Term_ const* choice = word("x", 16);
+  for (std::size_t i = 0; i < many; ++i)
+    choice = app(Tag::term_ite, {app(Tag::equal, {s, tm.mk_bv(i, 20)}), tm.mk_bv(i % 1000, 16), choice});
+  Term_ const* const question = app(Tag::equal, {choice, tm.mk_bv(7, 16)});
+  EXPECT_NE(nullptr, rewritten(question));
 }
 
 TEST_F(RewriterTest, LongConjunctionsTakeLinearTime) {
-  expect_linear([](TermManager& tm, std::size_t n) {
-    Term_ const* all = tm.mk_bool(true);
-    for (std::size_t i = 0; i < n; ++i)
-      all = tm.mk_app(SymbolTag::bool_and, {tm.mk_variable("p", tm.bool_type), all});
-    return all;
-  });
+  Term_ const* all = tm.mk_bool(true);
+  for (std::size_t i = 0; i < many; ++i) all = app(Tag::bool_and, {formula("p"), all});
+  EXPECT_NE(all, rewritten(all));
 }
 
-// Words of n bits: a numeral of n bits in each of n steps would be quadratic.
+// Words of a million bits: a numeral of so many bits in each step would not fit into memory.
 TEST_F(RewriterTest, LongConcatenationsTakeLinearTime) {
   for (bool left : {true, false})
-    for (unsigned kind : {0u, 1u, 2u})
-      expect_linear([left, kind](TermManager& tm, std::size_t n) {
-        Term_ const* const x = tm.mk_variable("x", tm.bv_type(1));
-        Term_ const* word = x;
-        for (std::size_t i = 0; i < n; ++i) {
-          Term_ const* const part = kind == 0    ? x
-                                    : kind == 1  ? tm.mk_variable("y", tm.bv_type(1))
-                                    : i % 2 == 0 ? tm.mk_bv(0, 1)
-                                                 : x;
-          word = left ? tm.mk_app(SymbolTag::bv_concat, {word, part})
-                      : tm.mk_app(SymbolTag::bv_concat, {part, word});
-        }
-        return word;
-      });
+    for (unsigned kind : {0u, 1u, 2u}) {
+      Term_ const* const x = word("x", 1);
+      Term_ const* all = x;
+      for (std::size_t i = 0; i < many; ++i) {
+        Term_ const* const part = kind == 0 ? x : kind == 1 ? word("y", 1) : i % 2 == 0 ? tm.mk_bv(0, 1) : x;
+        all = left ? app(Tag::bv_concat, {all, part}) : app(Tag::bv_concat, {part, all});
+      }
+      EXPECT_NE(nullptr, rewritten(all));
+    }
 }
 
 TEST_F(RewriterTest, StopsAndGoesOn) {
@@ -205,7 +175,6 @@ TEST_F(RewriterTest, StopsAndGoesOn) {
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
     stopped.stop_check(run::StopReason::timeout);
   });
-  auto const start = std::chrono::steady_clock::now();
   bool threw = false;
   try {
     rewriter.rewrite(sum);
@@ -213,11 +182,9 @@ TEST_F(RewriterTest, StopsAndGoesOn) {
     threw = true;
     EXPECT_EQ(run::StopReason::timeout, s.reason());
   }
-  double const took = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   watch.join();
   stopped.end_check();
   EXPECT_TRUE(threw);
-  EXPECT_LT(took, 1.0);
   Term_ const* const now = rewriter.rewrite(sum);
   EXPECT_EQ(now, rewriter.rewrite(sum));
 }
@@ -246,10 +213,17 @@ struct Larger {
   std::string text;
 };
 
-// Clauses that may come with what a rewriter did: see rules_test.cpp for those of each rule. A numeral made
-// of several, as a factor, may have a larger circuit than the parts.
-std::uint64_t clauses_that_may_come(Rewriter const& rewriter) {
+// Clauses that may come with what a rewriter did to make a formula: see rules_test.cpp for those of each
+// rule. A product by a numeral that was made of several may have a larger circuit than a product by its
+// parts.
+std::uint64_t clauses_that_may_come(TermManager const& tm, Rewriter const& rewriter, Term_ const* formula) {
   std::uint64_t out = rewriter.folded() * 8;
+  Cone cone(run::no_limits());
+  cone.add(formula);
+  for (Term_ const* t : cone.sorted()) {
+    bool const product = t->symbol->tag() == Tag::bv_mul && tm.number(t->children[0]->symbol) != nullptr;
+    if (rewriter.folded() != 0 && product) out += tm.width(t) * tm.width(t);
+  }
   for (std::size_t i = 0; i < normal_rules().size(); ++i)
     out += rewriter.counts()[i] * test::clauses_that_may_come(normal_rules()[i].name);
   return out;
@@ -271,7 +245,7 @@ TEST_F(RewriterTest, NeverMakesAFormulaLarger) {
     std::uint64_t const a = clauses(terms, now);
     before += b;
     after += a;
-    if (a > b + clauses_that_may_come(rewriter))
+    if (a > b + clauses_that_may_come(terms, rewriter, now))
       larger.push_back({b, a, seed, smtlib::term_text(terms, t) + "\n    " + smtlib::term_text(terms, now)});
   }
   std::stable_sort(larger.begin(), larger.end(),

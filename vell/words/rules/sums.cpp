@@ -95,7 +95,8 @@ class Sum {
   // takes as many operands as it has ones.
   std::size_t adders() const {
     std::size_t operands = constant_ != 0 ? 1 : 0;
-    for (Word const& w : words_) operands += w.places == 1 ? 1 : mpz_popcount(mpz_class(abs(w.factor)).get_mpz_t());
+    for (Word const& w : words_)
+      operands += w.places == 1 ? 1 : mpz_popcount(mpz_class(abs(w.factor)).get_mpz_t());
     return operands == 0 ? 0 : operands - 1;
   }
   std::size_t count() const { return words_.size(); }
