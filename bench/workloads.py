@@ -312,6 +312,125 @@ def memite(n=1000, w=32, aw=10, seed=1):
     tail()
 
 
+@family
+def definitions(n=100000, w=32, seed=1):
+    """n equations, each defining a variable by two before it; the last one is asked to be what it is not."""
+    rnd = random.Random(seed)
+    head("unsat")
+    for i in range(n):
+        declare("x%d" % i, w)
+    ops = ("bvadd", "bvxor", "bvsub")
+    for i in range(2, n):
+        out("(assert (= x%d (%s x%d x%d)))\n" % (i, ops[rnd.randrange(3)], i - 1, max(0, i - 2 - rnd.randrange(5))))
+    out("(assert (distinct (bvxor x%d x%d) (bvxor x%d x%d)))\n" % (n - 1, n - 2, n - 2, n - 1))
+    tail()
+
+
+@family
+def nested(n=50000, w=32, op="bvadd", seed=1):
+    """One operator nested n deep over a few words, twice, in two orders of its operands."""
+    head("unsat" if op != "bvsub" else None)
+    for i in range(8):
+        declare("x%d" % i, w)
+    for side in range(2):
+        cur = "x0"
+        for i in range(n):
+            pair = (cur, "x%d" % (i % 8))
+            define("t%d_%d" % (side, i), w, "(%s %s %s)" % ((op,) + (pair if side == 0 else pair[::-1])))
+            cur = "t%d_%d" % (side, i)
+    out("(assert (distinct t0_%d t1_%d))\n" % (n - 1, n - 1))
+    tail()
+
+
+@family
+def large(w=4096, kind="sum"):
+    """Easy questions over long words: sums that cancel, masks, bounds, shifts."""
+    head("unsat")
+    for x in "abcd":
+        declare(x, w)
+    if kind == "sum":
+        out("(assert (distinct (bvsub (bvadd a b) (bvadd a c)) (bvsub b c)))\n")
+    elif kind == "mask":
+        out("(assert (distinct (bvor (bvand a b) (bvand a (bvnot b))) a))\n")
+    elif kind == "order":
+        out("(assert (and (bvult a b) (bvult b c) (bvult c d) (bvult d a)))\n")
+    elif kind == "bound":
+        out("(assert (bvult a %s))\n(assert (bvult b %s))\n" % (number(1 << (w // 2), w), number(1 << (w // 2), w)))
+        out("(assert (bvult (bvadd a b) a))\n")
+    elif kind == "shift":
+        out("(assert (distinct (bvlshr (bvshl a %s) %s) (bvand a %s)))\n" % (
+            number(w // 2, w), number(w // 2, w), number((1 << (w // 2)) - 1, w)))
+    elif kind == "product":
+        out("(assert (distinct (bvmul (bvadd a b) c) (bvadd (bvmul a c) (bvmul c b))))\n")
+    else:
+        out("(assert (= a (bvadd a %s)))\n" % number(1, w))
+    tail()
+
+
+@family
+def divisible(w=32, k=10):
+    """A decimal digit taken off a word: remainder, quotient and divisibility by a numeral."""
+    head("unsat")
+    declare("x", w)
+    kk = number(k, w)
+    out("(assert (not (bvult (bvurem x %s) %s)))\n" % (kk, kk))
+    tail()
+
+
+@family
+def checksum(n=16, k=11, w=32, seed=1):
+    """n digits, a weighted sum modulo k, and the last digit that makes it 0."""
+    rnd = random.Random(seed)
+    head("sat")
+    weights = [1 + rnd.randrange(k - 1) for _ in range(n)]
+    total = "(_ bv0 %d)" % w
+    for i in range(n):
+        declare("d%d" % i, w)
+        out("(assert (bvult d%d %s))\n" % (i, number(10, w)))
+        total = "(bvadd %s (bvmul d%d %s))" % (total, i, number(weights[i], w))
+    out("(assert (= (bvurem %s %s) %s))\n" % (total, number(k, w), number(0, w)))
+    out("(assert (bvult %s d%d))\n" % (number(3, w), n - 1))
+    tail()
+
+
+@family
+def cipher(rounds=2, blocks=1, seed=1):
+    """XTEA, each step a definition by an equation; key and text given, the code asked for."""
+    rnd = random.Random(seed)
+    head("sat")
+    mask = 0xffffffff
+    key = [rnd.getrandbits(32) for _ in range(4)]
+    for i in range(4):
+        declare("k%d" % i, 32)
+    for b in range(blocks):
+        v = [rnd.getrandbits(32), rnd.getrandbits(32)]
+        names, made, total = ["v%d_0_%d" % (b, j) for j in range(2)], 0, 0
+        for j in range(2):
+            declare(names[j], 32)
+            out("(assert (= %s %s))\n" % (names[j], number(v[j], 32)))
+        for r in range(rounds):
+            for j in range(2):
+                other, o = names[1 - j], v[1 - j]
+                i = total & 3 if j == 0 else total >> 11 & 3
+                mixed = ((o << 4 & mask) ^ o >> 5) + o & mask
+                v[j] = v[j] + (mixed ^ (total + key[i] & mask)) & mask
+                parts = [("s%d" % made, "(bvxor (bvshl %s #x00000004) (bvlshr %s #x00000005))" % (other, other)),
+                         ("m%d" % made, "(bvadd s%d_%d %s)" % (b, made, other)),
+                         ("q%d" % made, "(bvadd %s k%d)" % (number(total, 32), i)),
+                         ("n%d" % made, "(bvadd %s (bvxor m%d_%d q%d_%d))" % (names[j], b, made, b, made))]
+                for name, term in parts:
+                    name = name[0] + "%d_%d" % (b, made)
+                    declare(name, 32)
+                    out("(assert (= %s %s))\n" % (name, term))
+                names[j] = "n%d_%d" % (b, made)
+                made += 1
+                if j == 0:
+                    total = total + 0x9e3779b9 & mask
+        for j in range(2):
+            out("(assert (= %s %s))\n" % (names[j], number(v[j], 32)))
+    tail()
+
+
 def main():
     if len(sys.argv) < 2 or sys.argv[1] not in FAMILIES:
         sys.exit("usage: workloads.py {%s} [key=value ...]" % "|".join(sorted(FAMILIES)))
