@@ -500,5 +500,48 @@ TEST(CommandLine, ProofsAreForOneUnsatAnswer) {
   EXPECT_EQ(1, vell_bv({"-", "--proof", "/no/such/folder/p"}, unsat).code);
 }
 
+// ---- IPASIR ----
+
+TEST(CommandLine, AnswersWithASharedObject) {
+  Scratch s;
+  std::string const script =
+      s.write("a.smt2",
+              "(set-option :produce-unsat-assumptions true)(declare-const x (_ BitVec 8))"
+              "(assert (= (bvmul x #x03) #x21))(check-sat)(get-value (x))(push 1)"
+              "(assert (bvult x #x05))(check-sat)(pop 1)"
+              "(declare-const p Bool)(assert (=> p (bvult x #x05)))"
+              "(check-sat-assuming (p))(get-unsat-assumptions)(check-sat)");
+  for (char const* library : {VELL_IPASIR_CADICAL, VELL_IPASIR_CRYPTOMINISAT}) {
+    Finished const f = vell_bv({script, "--ipasir", library});
+    EXPECT_EQ("sat\n((x #b00001011))\nunsat\nunsat\n(p)\nsat\n", f.out) << library;
+    EXPECT_EQ("", f.err);
+    EXPECT_EQ(0, f.code);
+  }
+}
+
+TEST(CommandLine, RefusesASharedObjectThatIsNoSolver) {
+  Scratch s;
+  std::string const script = s.write("a.smt2", small);
+  Finished const missing = vell_bv({script, "--ipasir", s.file("none.so")});
+  EXPECT_EQ(1, missing.code);
+  EXPECT_EQ("", missing.out);
+  EXPECT_EQ(1, std::count(missing.err.begin(), missing.err.end(), '\n')) << missing.err;
+  for (std::vector<std::string> const& more : {std::vector<std::string>{"--seed", "3"},
+                                               {"--solver", "x {cnf}"},
+                                               {"--proof", "p"},
+                                               {"--threads", "1"}}) {
+    std::vector<std::string> arguments = {script, "--ipasir", VELL_IPASIR_CADICAL};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    EXPECT_EQ(2, vell_bv(arguments).code) << more[0];
+  }
+}
+
+TEST(CommandLine, StopsASharedObject) {
+  Scratch s;
+  Finished const f =
+      vell_bv({s.write("a.smt2", hard()), "--ipasir", VELL_IPASIR_CADICAL, "--check-time-limit", "0.2"});
+  EXPECT_EQ(0U, f.out.find("unknown")) << f.out;
+}
+
 }  // namespace
 }  // namespace vell::cli

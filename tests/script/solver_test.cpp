@@ -164,6 +164,27 @@ TEST(Solver, RefusesUnknownOptions) {
   EXPECT_THROW(Solver(terms, options), Exception);
 }
 
+TEST(Solver, WorksWithASharedObject) {
+  TermManager terms;
+  SolverOptions options;
+  options.ipasir = VELL_IPASIR_CADICAL;
+  Solver solver(terms, options);
+  Term_ const* x = solver.declare("x", terms.bv_type(8));
+  solver.assert_formula(
+      mk_app(terms, "=", {mk_app(terms, "bvmul", {x, terms.mk_bv(3, 8)}), terms.mk_bv(33, 8)}), "product");
+  ASSERT_EQ(Answer::sat, solver.check());
+  EXPECT_EQ((std::vector<std::uint64_t>{11}), solver.words(x));
+  solver.push();
+  solver.assert_formula(mk_app(terms, "bvult", {x, terms.mk_bv(5, 8)}), "small");
+  ASSERT_EQ(Answer::unsat, solver.check());
+  EXPECT_EQ((std::vector<std::string>{"product", "small"}), solver.core());
+  solver.pop();
+  EXPECT_EQ(Answer::sat, solver.check());
+  EXPECT_THROW(solver.set_conflict_limit(5), Exception);
+  options.ipasir = "/nowhere/solver.so";
+  EXPECT_THROW(Solver(terms, options), Exception);
+}
+
 TEST(Solver, WorksWithoutPassesAndWithAnotherSolver) {
   TermManager terms;
   SolverOptions options;

@@ -71,6 +71,10 @@ void add_arguments(CLI::App& command, std::shared_ptr<Arguments> const& argument
                                                        : std::string();
       });
   command
+      .add_option("--ipasir", arguments->options.ipasir,
+                  "shared object with the functions of IPASIR: a SAT solver that answers check-sat")
+      ->type_name("LIB.so");
+  command
       .add_option("--query", arguments->options.query, "answer this check-sat only, and end at the next one")
       ->type_name("N")
       ->check(count());
@@ -93,27 +97,34 @@ void add_solve(CLI::App& app, CommonOptions& common, Action& action) {
   }
   auto const prepare = [&common, &action, arguments] {
     if (arguments->file.empty() && !Terminal::available()) throw CLI::RequiredError("FILE");
-    if (!arguments->options.command.empty() && !common.proof.empty())
-      throw CLI::ValidationError("--proof", "is written by the embedded solver only, not with --solver");
+    script::ExecutionOptions const& options = arguments->options;
+    if (!options.command.empty() && !options.ipasir.empty())
+      throw CLI::ValidationError("--ipasir", "and --solver name two solvers");
+    // The option that names another solver than the embedded one.
+    std::string const other = !options.command.empty()  ? "--solver"
+                              : !options.ipasir.empty() ? "--ipasir"
+                                                        : "";
+    if (!other.empty() && !common.proof.empty())
+      throw CLI::ValidationError("--proof", "is written by the embedded solver only, not with " + other);
     if (arguments->options.check_unsat && !common.proof.empty())
       throw CLI::ValidationError("--check-unsat", "is not for a run with --proof, which tells what is unsat");
-    if (!arguments->options.command.empty() && common.seed != 0)
-      throw CLI::ValidationError("--seed", "is for the embedded solver only, not with --solver");
-    if (!arguments->options.command.empty() && common.threads != 0)
-      throw CLI::ValidationError("--threads", "is for the embedded solver only, not with --solver");
-    if (!arguments->options.command.empty() && common.conflict_limit != 0)
-      throw CLI::ValidationError("--conflict-limit", "is for the embedded solver only, not with --solver");
+    bool const embedded_only[] = {common.seed != 0, common.threads != 0, common.conflict_limit != 0};
+    char const* const names[] = {"--seed", "--threads", "--conflict-limit"};
+    for (std::size_t i = 0; i < std::size(names); ++i)
+      if (!other.empty() && embedded_only[i])
+        throw CLI::ValidationError(names[i], "is for the embedded solver only, not with " + other);
     action = [arguments, &common] { return solve(*arguments, common); };
   };
   command->callback(prepare);
   app.callback([&app, arguments, prepare] {
     if (app.get_subcommands().empty()) return prepare();
     std::size_t own = 0;
-    for (char const* name : {"--solver", "--check-status", "--query", "--check-unsat"})
+    for (char const* name : {"--solver", "--ipasir", "--check-status", "--query", "--check-unsat"})
       own += app.get_option(name)->count();
     if (own != 0 && app.got_subcommand("solve") && app.get_option("FILE")->count() == 0) return;
     if (own + app.get_option("FILE")->count() != 0)
-      throw CLI::ValidationError("a script, --solver, --query or --check-unsat in front of a command");
+      throw CLI::ValidationError(
+          "a script, --solver, --ipasir, --query or --check-unsat in front of a command");
   });
 }
 

@@ -336,10 +336,12 @@ void ScriptEngine::check(Command const& command) {
   verbose("unknown (" + reason_unknown_ + ")");
   if (solver_ != nullptr && solver_->model_failed()) {
     model_failed_ = true;
-    console_.message(solver_options_.solver_command.empty()
-                         ? "internal error: the solver's model does not satisfy the assertions"
-                         : "--solver: the model that " + solver_options_.solver_command +
-                               " printed does not satisfy the assertions");
+    console_.message(
+        solver_options_.embedded() ? "internal error: the solver's model does not satisfy the assertions"
+        : solver_options_.ipasir.empty()
+            ? "--solver: the model that " + solver_options_.solver_command +
+                  " printed does not satisfy the assertions"
+            : "--ipasir: the model of " + solver_options_.ipasir + " does not satisfy the assertions");
   }
 }
 
@@ -466,7 +468,7 @@ void ScriptEngine::set_option(Command const& command) {
       if (*n > 2000000000) bad_value("a seed of at most 2000000000");
       if (solver_ != nullptr) bad_keyword(keyword + " must be set before the first check-sat");
     }
-    if (number == &options_.conflict_limit && *n != 0 && !solver_options_.solver_command.empty()) {
+    if (number == &options_.conflict_limit && *n != 0 && !solver_options_.embedded()) {
       console_.answer("unsupported");
       return;
     }

@@ -32,7 +32,11 @@ struct IncrementalSolverOptions {
   // File of a DRAT proof, "" for none. Then there is only one check, and its assertions and assumptions are
   // permanent clauses, as in a CNF file of the query. So cores and failed assumptions contain all of them.
   std::string proof;
-  std::string solver_command;  // external solver, "" for the embedded one
+  // Another SAT solver in the place of the embedded one, at most one of the two; "" for none: an external
+  // one's command, or a shared object with the functions of IPASIR.
+  std::string solver_command;
+  std::string ipasir;
+  bool embedded() const { return solver_command.empty() && ipasir.empty(); }
   words::Passes passes = words::Passes::all;
   unsigned verbosity = 0;                // above 0: a line on the diagnostic channel after each check
   std::uint64_t conflict_limit = 0;      // of each check; 0: none

@@ -20,10 +20,13 @@ struct SolverOptions {
   std::string proof = {};
   // Shell command of an external solver, "" for the embedded one: see make_external_solver().
   std::string command = {};
+  // Shared object with the functions of IPASIR, "" for the embedded solver: see IpasirSolver.
+  std::string ipasir = {};
 };
 
 // limits and tunables must outlive the solver. It does not end by the limits on its own: see set_terminate().
-// Throws io::OutputError when the file of the proof cannot be made.
+// Throws io::OutputError when the file of the proof cannot be made, Exception when the object cannot be
+// loaded.
 std::unique_ptr<sinks::SatSolver> make_solver(SolverOptions const& options, run::Limits const& limits,
                                               run::Tunables const& tunables);
 

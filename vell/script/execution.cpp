@@ -9,6 +9,7 @@
 #include "vell/io/samefile.h"
 #include "vell/script/border.h"
 #include "vell/script/controlparts.h"
+#include "vell/sinks/ipasirsink.h"
 
 namespace vell::script {
 
@@ -63,6 +64,7 @@ engine::IncrementalSolverOptions internal(ExecutionOptions const& options) {
   out.threads = options.threads;
   out.proof = options.proof;
   out.solver_command = options.command;
+  out.ipasir = options.ipasir;
   out.passes = passes_of(options);
   out.verbosity = options.verbosity;
   out.conflict_limit = options.conflict_limit;
@@ -104,6 +106,7 @@ bool Execution::State::run(std::string const& path, bool dialogue, Open open) {
       io::refuse_same_file(proof, path);
       if (io::same_file(proof, "/dev/stdout")) throw io::OutputError(proof + ": it is <stdout> as well");
     }
+    if (!options.ipasir.empty()) sinks::IpasirLibrary const loadable(options.ipasir);
     control.statistics.waiting = true;  // for the first bytes, which tell whether the input is compressed
     std::unique_ptr<io::Source> source = open();
     control.statistics.waiting = false;

@@ -8,6 +8,7 @@
 #include "vell/engine/incrementalsolver.h"
 #include "vell/script/border.h"
 #include "vell/script/controlparts.h"
+#include "vell/sinks/ipasirsink.h"
 #include "vell/terms/operators.h"
 
 namespace vell::script {
@@ -22,6 +23,7 @@ engine::IncrementalSolverOptions internal(SolverOptions const& options) {
   out.seed = options.seed;
   out.threads = options.threads;
   out.solver_command = options.command;
+  out.ipasir = options.ipasir;
   out.passes = passes_of(options);
   out.tunables = tunables_of(options);
   out.logger = options.logger;
@@ -105,7 +107,9 @@ struct Solver::State {
 };
 
 Solver::Solver(TermManager& terms, SolverOptions const& options)
-    : state_(std::make_unique<State>(terms, options)) {}
+    : state_(std::make_unique<State>(terms, options)) {
+  if (!options.ipasir.empty()) sinks::IpasirLibrary const loadable(options.ipasir);
+}
 Solver::~Solver() = default;
 
 Term_ const* Solver::declare(std::string_view name, Type const* type) {
@@ -161,7 +165,7 @@ void Solver::set_time_limit(std::uint64_t milliseconds) {
   state_->milliseconds = std::min(milliseconds, longest);
 }
 void Solver::set_conflict_limit(std::uint64_t conflicts) {
-  if (conflicts != 0 && !state_->options.solver_command.empty())
+  if (conflicts != 0 && !state_->options.embedded())
     throw Exception("this SAT solver does not count conflicts");
   state_->conflicts = conflicts;
 }

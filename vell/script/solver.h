@@ -27,13 +27,15 @@ struct SolverOptions : Options {
   unsigned threads = 1;  // 2: a second search joins where the first one takes long
   // A SAT solver beside the embedded one; at most one of the two. "" for none.
   std::string command = {};  // a shell command with {cnf} in the place of a DIMACS file
+  std::string ipasir = {};   // a shared object with the functions of IPASIR
 };
 
 // Assertions on levels, decided by the embedded SAT solver. One thread at a time; only interrupt() and
 // control() are for others.
 class VELL_API Solver {
  public:
-  // terms must outlive the solver. Throws Exception for options that do not exist.
+  // terms must outlive the solver. Throws Exception for options that do not exist, and for a shared object
+  // that cannot be loaded.
   explicit Solver(TermManager& terms, SolverOptions const& options = {});
   Solver(Solver const&) = delete;
   Solver& operator=(Solver const&) = delete;
