@@ -46,7 +46,7 @@ class Dominators {
     std::uint32_t uses = 0;
     Place user = none;
     std::uint32_t operand = 0;
-    bool outside = false;  // no dominator: used by a root's user, or from two sides that share none
+    bool outside = false;  // a root, or without a dominator that its users share
   };
   void enter_tree(Place t);
   Place common(Place a, Place b) const;
