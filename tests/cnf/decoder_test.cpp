@@ -78,6 +78,62 @@ TEST(Decoder, SatIsSaidOfAModelOnly) {
   EXPECT_EQ("f.cnf:2: a clause that the values in f.sol do not satisfy", refusal("p cnf 2 1\n0\n", good));
 }
 
+TEST(Decoder, ValuesAreComputed) {
+  std::string const good = "s SATISFIABLE\nv 1 -2 0\n";
+  EXPECT_EQ(
+      "sat\n(\n  (define-fun x () (_ BitVec 2) #b01)\n  (define-fun |y z| () (_ BitVec 2) #b10)\n"
+      "  (define-fun p () Bool true)\n)\n",
+      decoded("c map x (_ BitVec 2) 1 2\nc aux map aux!0 Bool -1\nc aux def aux!1 Bool (not aux!0)\n"
+              "c def |y z| (_ BitVec 2) (let ((_t1 (bvadd x x))) (ite aux!1 _t1 (bvmul _t1 _t1)))\n"
+              "c def p Bool (= |y z| #b10)\np cnf 2 0\n",
+              good));
+  // A line break in a symbol.
+  EXPECT_EQ("sat\n(\n  (define-fun |a\nb| () Bool true)\n  (define-fun c () Bool false)\n)\n",
+            decoded("c map |a\\nb| Bool 1\nc def c Bool (not |a\\nb|)\np cnf 2 0\n", good));
+}
+
+TEST(Decoder, BrokenValuesAreRefused) {
+  std::string const good = "s SATISFIABLE\nv 1 -2 0\n";
+  std::string const map = "c map x (_ BitVec 2) 1 2\n";
+  for (std::string const line :
+       {"c def y Bool", "c def y", "c def y Bool x", "c def y Bool z", "c def y Bool (not",
+        "c def x Bool true", "c def y Bool true) (check-sat", "c def y Bool true)(declare-const z Bool",
+        "c def y Int 3", "c def y Bool w\nc def w Bool true"})
+    EXPECT_NE("", refusal(map + line + "\np cnf 2 0\n", good)) << line;
+  EXPECT_EQ("f.cnf: def line of y: expected a term of sort Bool, got (_ BitVec 2)",
+            refusal(map + "c def y Bool x\np cnf 2 0\n", good).substr(0, 70));
+}
+
+TEST(Decoder, AModelIsCheckedAgainstTheScript) {
+  test::Scratch scratch;
+  std::string const path = scratch.write(
+      "a.smt2",
+      "(declare-const x (_ BitVec 2))\n(declare-const p Bool)\n(assert (= x #b01))\n(check-sat)\n"
+      "(push)(assert (not p))\n(check-sat)(pop)(check-sat-assuming (p (bvult x #b01)))");
+  auto const checked = [&](std::string const& formula, std::uint64_t query) {
+    try {
+      return decode(scratch.write("f.cnf", formula), scratch.write("f.sol", "s SATISFIABLE\nv 1 -2 0\n"),
+                    values::WordFormat::binary, {path, query})
+          .substr(0, 4);
+    } catch (Exception const& e) {
+      std::string text = e.what();
+      for (std::size_t at = 0; (at = text.find(scratch.file(""))) != std::string::npos;)
+        text.erase(at, scratch.file("").size());
+      return text;
+    }
+  };
+  std::string const cnf = "c map x (_ BitVec 2) 1 2\nc def p Bool (= x #b01)\np cnf 2 0\n";
+  EXPECT_EQ("sat\n", checked(cnf, 0));
+  EXPECT_EQ("a.smt2:5:7: the model in f.cnf does not satisfy this", checked(cnf, 2));
+  EXPECT_EQ("a.smt2:6:18: the model in f.cnf does not satisfy this", checked(cnf, 3));
+  EXPECT_EQ("a.smt2: query 4 of 3", checked(cnf, 4));
+  EXPECT_EQ("sat\n", checked("c map x (_ BitVec 2) 1 2\np cnf 2 0\n", 1));
+  EXPECT_EQ("a.smt2:3:1: cannot be checked: it depends on a value that f.cnf does not have",
+            checked("c map p Bool 1\np cnf 2 0\n", 1));
+  EXPECT_EQ("a.smt2: x has another sort than in f.cnf", checked("c map x (_ BitVec 1) 1\np cnf 2 0\n", 1));
+  EXPECT_EQ("f.cnf: written for another script than a.smt2", checked("c sha256 00\n" + cnf, 1));
+}
+
 TEST(Decoder, SortsHaveTheWidthOfTheirBits) {
   std::string const good = "s SATISFIABLE\nv 1 0\n";
   for (std::string const sort :

@@ -36,5 +36,20 @@ TEST(MapLine, ReadBack) {
   EXPECT_THROW(parse_map_line("c map x"), Exception);
 }
 
+TEST(DefLine, IsReadAsItIsWritten) {
+  TermManager tm;
+  Term_ const* x = tm.mk_variable("x", tm.bv_type(4));
+  std::string const line = "c " + def_line("|a\nb|", x, "(bvadd |c\rd| #b0001)");
+  EXPECT_EQ("c def |a\\nb| (_ BitVec 4) (bvadd |c\\rd| #b0001)", line);
+  std::optional<DefLine> const read = parse_def_line(line);
+  ASSERT_TRUE(read);
+  EXPECT_EQ("|a\nb|", read->symbol);
+  EXPECT_EQ("(_ BitVec 4)", read->sort);
+  EXPECT_EQ("(bvadd |c\rd| #b0001)", read->term);
+  EXPECT_FALSE(parse_def_line("c map x Bool 1"));
+  EXPECT_FALSE(parse_def_line("c definition"));
+  EXPECT_THROW(parse_def_line("c def x Bool"), Exception);
+}
+
 }  // namespace
 }  // namespace vell::cnf

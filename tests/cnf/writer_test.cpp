@@ -18,7 +18,8 @@ namespace {
 
 constexpr char script[] =
     "(declare-const x (_ BitVec 4))(declare-const unused (_ BitVec 2))(declare-const p Bool)"
-    "(assert (bvult x #x3))(assert (or p (= x #x7)))"
+    "(assert (bvult x #x3))(assert (bvult (bvmul x x) #x8))(assert (or p (= x #x7)))"
+    "(assert (or (not p) (bvult x (bvmul x x))))"
     "(check-sat)(push 1)(assert (not p))(check-sat)(pop 1)(check-sat-assuming (p (= x #x2)))";
 
 struct Cnf {
@@ -164,20 +165,21 @@ TEST(CnfWriter, NamedAndDefinedTermsHaveMapLines) {
       "(define-fun f ((y (_ BitVec 2))) (_ BitVec 2) (bvnot y))(declare-const p Bool)"
       "(assert (! (or p (! (= ((_ extract 1 1) x) #b1) :named top)) :named |all\nof it|))(push)"
       "(define-const later Bool p)(pop)(check-sat)";
-  Cnf const cnf = written({}, formula);
+  words::Passes const passes = words::parse_passes("-unconstrained");
+  Cnf const cnf = written({.passes = passes}, formula);
   ASSERT_EQ(11u, cnf.comments.size()) << cnf.text;
   std::vector<std::string> const expected = {"c map x (_ BitVec 2) 1 2",
                                              "c map p Bool 3",
                                              "c names",
-                                             "c map |a b| (_ BitVec 2) ? ?",
+                                             "c map |a b| (_ BitVec 2) -1 -2",
                                              "c map two (_ BitVec 2) F T",
                                              "c map top Bool 2",
                                              "c map |all\\nof it| Bool T"};
   std::vector<std::string> const found(cnf.comments.begin() + 4, cnf.comments.end());
   EXPECT_EQ(expected, found);
-  EXPECT_EQ(6u, written({.symbols = "to?"}, formula).comments.size());
+  EXPECT_EQ(6u, written({.symbols = "to?", .passes = passes}, formula).comments.size());
   EXPECT_EQ("c map |a b| (_ BitVec 2) 5 6",
-            written({},
+            written({.passes = passes},
                     "(declare-const x (_ BitVec 2))(declare-const y (_ BitVec 2))"
                     "(define-fun |a b| () (_ BitVec 2) (bvand x y))(assert (distinct |a b| x))")
                 .comments[7]);
@@ -199,6 +201,39 @@ TEST(CnfWriter, SimplificationsAreSwitchedAndNamed) {
   EXPECT_EQ(all.list, written({.passes = words::Passes::none}, "(set-option :words \"all\")" + formula).list);
   EXPECT_THROW(written({}, "(set-option :words \"some\")" + formula), io::Error);
   EXPECT_THROW(written({.query = 2}, formula + "(set-option :words \"all\")(check-sat)"), io::Error);
+}
+
+// Of a constant that was eliminated: its bits if the clauses have them, else its value.
+TEST(CnfWriter, EliminatedConstantsHaveTheirValues) {
+  std::string const declared =
+      "(declare-const x (_ BitVec 3))(declare-const y (_ BitVec 3))(declare-const |a!b| (_ BitVec 3))"
+      "(declare-const free!0 Bool)(declare-const _t1 Bool)";
+  auto const lines = [&](std::string const& formula, std::string const& symbols = "*") {
+    std::vector<std::string> out;
+    for (std::string const& c :
+         written({.symbols = symbols}, declared + "(assert (bvult (bvmul y y) y))(assert " + formula + ")")
+             .comments)
+      if (c.find("|a!b|") != std::string::npos || c.find("a!b") != std::string::npos ||
+          c.starts_with("c aux "))
+        out.push_back(c);
+    return out;
+  };
+  using Lines = std::vector<std::string>;
+  EXPECT_EQ((Lines{"c map a!b (_ BitVec 3) -1 -2 -3"}), lines("(= |a!b| (bvnot y))"));
+  EXPECT_EQ((Lines{"c def a!b (_ BitVec 3) (bvadd (_ bv1 3) (bvmul y y))"}),
+            lines("(= |a!b| (bvadd (bvmul y y) #b001))"));
+  // y is not asked for, and the value needs it.
+  EXPECT_EQ((Lines{"c aux map y (_ BitVec 3) 1 2 3", "c def a!b (_ BitVec 3) (bvadd (_ bv1 3) (bvmul y y))"}),
+            lines("(= |a!b| (bvadd (bvmul y y) #b001))", "a*"));
+  // What is said of it needs a new constant.
+  Lines const unconstrained =
+      lines("(or (bvult (bvadd |a!b| (bvmul x y)) (bvmul x x)) (bvult x (bvmul x y)))");
+  ASSERT_GT(unconstrained.size(), 1u);
+  EXPECT_EQ(0u, unconstrained[0].find("c aux map aux!0 "));
+  EXPECT_EQ(0u, unconstrained.back().find("c def a!b (_ BitVec 3) "));
+  // No symbol of the script begins like the names of shared terms.
+  Lines const shared = lines("(= |a!b| (bvudiv (bvmul y y) (bvor x (bvmul y y))))");
+  EXPECT_NE(std::string::npos, shared.back().find("(let ((_tt")) << shared.back();
 }
 
 TEST(CnfWriter, TheExampleOfThePage) {

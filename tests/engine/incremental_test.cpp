@@ -72,7 +72,7 @@ std::vector<Figures> costs(std::string const& first, std::vector<std::string> co
 
 constexpr char words[] =
     "(declare-const x (_ BitVec 12))(declare-const y (_ BitVec 12))(declare-const p Bool)"
-    "(assert (or p (bvult (bvmul x y) (bvudiv x y))))";
+    "(assert (or p (bvult (bvmul x y) (bvudiv x y))))(assert (or (not p) (bvult x y)))";
 
 std::string round(std::string const& inside) { return "(push 1)" + inside + "(check-sat)(pop 1)"; }
 

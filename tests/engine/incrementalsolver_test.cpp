@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <random>
 #include <sstream>
 #include <string>
@@ -16,21 +15,19 @@
 namespace vell::engine {
 namespace {
 
-std::string execute(std::string const& script, std::uint64_t least_saving, run::Statistics& statistics) {
+std::string execute(std::string const& script, char const* passes, run::Statistics& statistics) {
   test::Scratch scratch;
   {
     Console console;
     console.set_regular_channel(scratch.file("answers"));
     run::Limits limits;
     IncrementalSolverOptions options;
-    options.tunables.unconstrained_saving = least_saving;
+    options.passes = words::parse_passes(passes);
     ScriptEngine engine(options, console, limits, statistics);
     EXPECT_TRUE(engine.run(io::Source::text(script, "s"))) << script;
   }
   return scratch.read("answers");
 }
-
-std::uint64_t constexpr never = std::numeric_limits<std::uint64_t>::max();
 
 // An identity of products: without simplifications, two multipliers.
 constexpr char commuted[] =
@@ -39,8 +36,8 @@ constexpr char commuted[] =
 
 std::string both(std::string const& script) {
   run::Statistics statistics;
-  std::string const eliminated = execute(script, 0, statistics);
-  EXPECT_EQ(eliminated, execute(script, never, statistics)) << script;
+  std::string const eliminated = execute(script, "-definitions", statistics);
+  EXPECT_EQ(eliminated, execute(script, "-unconstrained", statistics)) << script;
   return eliminated;
 }
 
@@ -52,7 +49,7 @@ TEST(IncrementalSolver, AHugeCircuitUnderAFreeVariableIsNotBuilt) {
           "(declare-const x (_ BitVec 128))(declare-const y (_ BitVec 128))(declare-const z (_ BitVec 128))"
           "(declare-const f (_ BitVec 128))(assert (= (bvadd f (bvudiv x (bvudiv y z))) y))"
           "(assert (bvult y z))(check-sat)(get-value ((bvult y z)))",
-          0, statistics));
+          "all", statistics));
   EXPECT_LT(statistics.clauses, 1000u);
 }
 
@@ -63,16 +60,16 @@ TEST(IncrementalSolver, AModelHoldsForWhatWasEliminated) {
       execute("(declare-const x (_ BitVec 16))(declare-const y (_ BitVec 16))(declare-const f (_ BitVec 16))"
               "(assert (= (bvadd f (bvmul x y)) #x1234))(assert (bvugt x #x0002))(check-sat)"
               "(get-value ((= (bvadd f (bvmul x y)) #x1234) (bvugt x #x0002)))",
-              0, statistics));
+              "all", statistics));
 }
 
 TEST(IncrementalSolver, SimplificationsAreSwitched) {
   run::Statistics simplified;
   run::Statistics plain;
-  EXPECT_EQ("unsat\n\"all\"\n", execute(std::string(commuted) + "(get-option :words)", never, simplified));
+  EXPECT_EQ("unsat\n\"all\"\n", execute(std::string(commuted) + "(get-option :words)", "all", simplified));
   EXPECT_EQ(
       "unsat\n\"none\"\n",
-      execute("(set-option :words \"none\")" + std::string(commuted) + "(get-option :words)", never, plain));
+      execute("(set-option :words \"none\")" + std::string(commuted) + "(get-option :words)", "all", plain));
   EXPECT_LT(simplified.clauses, 10u);
   EXPECT_GT(plain.clauses, 100u);
 }
@@ -80,6 +77,7 @@ TEST(IncrementalSolver, SimplificationsAreSwitched) {
 // What a run with a wrong pass, which takes every disjunction for false, answers, and what it says on stderr.
 std::string with_wrong_pass(std::string const& script, bool check_unsat, bool good) {
   IncrementalSolverOptions options;
+  options.passes = words::parse_passes("-unconstrained");
   options.last_pass = [](TermManager& tm, words::Formulas& formulas) {
     formulas.each([&](words::Formula& f) {
       if (f.term->symbol->tag() == SymbolTag::bool_or) f.term = tm.mk_bool(false);
@@ -207,7 +205,7 @@ std::string two_array_multipliers(unsigned n) {
 TEST(IncrementalSolver, TwoCircuitsForOneFunctionFallTogether) {
   // With 30,000 conflicts it looks for equal signals, and few are left to do; without, there would be 80,000.
   run::Statistics statistics;
-  EXPECT_EQ("unsat\n", execute(two_array_multipliers(9), never, statistics));
+  EXPECT_EQ("unsat\n", execute(two_array_multipliers(9), "all", statistics));
   EXPECT_GT(statistics.conflicts, 25'000u);
   EXPECT_LT(statistics.conflicts, 40'000u);
 }

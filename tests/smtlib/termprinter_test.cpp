@@ -74,5 +74,16 @@ TEST(TermPrinter, ShortTextHasAsManyLevelsAsFit) {
   EXPECT_EQ("(bvnot (bvnot (bvnot (bvnot (bvnot (bvnot #" + below + "))))))", short_text(tm, x, 80));
 }
 
+TEST(TermPrinter, NamedTermsArePrintedAsTheirName) {
+  TermManager tm;
+  Term_ const* x = tm.mk_variable("x", tm.bv_type(4));
+  Term_ const* y = tm.mk_variable("y", tm.bv_type(4));
+  Term_ const* sum = tm.mk_app(SymbolTag::bv_add, {x, y});
+  Term_ const* product = tm.mk_app(SymbolTag::bv_mul, {sum, x});
+  Term_ const* both = tm.mk_app(SymbolTag::bv_and, {product, sum});
+  EXPECT_EQ("(bvand (bvmul s |a b|) s)", term_text(tm, both, "_t", {{sum, "s"}, {x, "|a b|"}}));
+  EXPECT_EQ("s", term_text(tm, sum, "_t", {{sum, "s"}}));
+}
+
 }  // namespace
 }  // namespace vell::smtlib

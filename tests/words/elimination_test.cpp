@@ -70,7 +70,7 @@ TEST_F(EliminationTest, AChainIsFollowedToItsEnd) {
 
 TEST_F(EliminationTest, AChainOfAMillionDefinitions) {
   Formulas chain;
-  chain.first = chain.may_define = true;
+  chain.first = true;
   Term_ const* last = tm.mk_variable("x", tm.bv_type(8));
   for (unsigned i = 0; i < 1'000'000; ++i) {
     Term_ const* const next = tm.mk_variable("n", tm.bv_type(8));
@@ -107,7 +107,7 @@ TEST_F(EliminationTest, BelowATermWithAnOpenValueVariablesStay) {
 
   std::unique_ptr<Pass> const pass = make_elimination(free);
   Formulas first;
-  first.first = first.may_define = true;
+  first.first = true;
   first.permanent.push_back(both.permanent[0]);
   EXPECT_EQ(1u, pass->apply(first));
   Formulas later;

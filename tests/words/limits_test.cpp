@@ -21,9 +21,8 @@ using Terms = std::vector<Term_ const*>;
 // Runs a pass of the table on the formulas under the limits.
 void run_pass(PassRow const& row, TermManager& tm, Terms const& terms, run::Limits const& limits) {
   run::Tunables tunables;
-  tunables.unconstrained_saving = 0;
   Formulas formulas;
-  formulas.first = formulas.may_define = true;
+  formulas.first = true;
   for (std::size_t i = 0; i < terms.size(); ++i) formulas.permanent.push_back({terms[i], i});
   row.make({tm, false, limits, tunables})->apply(formulas);
 }

@@ -19,7 +19,7 @@ class PassTest : public testing::Test {
   // Declarations and assertions of a script become the permanent formulas of a first batch.
   words::Formulas read(std::string const& script) {
     words::Formulas out;
-    out.first = out.may_define = true;
+    out.first = true;
     smtlib::Reader reader(tm, io::Source::text(script, "script"));
     smtlib::Command command;
     while (reader.next(command))

@@ -18,15 +18,7 @@ using T = Term_ const*;
 using Terms = std::vector<T>;
 using Column = TruthTable::Column;
 
-// Every circuit is worth a variable: the formulas are small.
-run::Tunables const& eager() {
-  static run::Tunables const tunables = [] {
-    run::Tunables t;
-    t.unconstrained_saving = 0;
-    return t;
-  }();
-  return tunables;
-}
+run::Tunables const tunables;
 
 std::vector<words::Formula> with_origins(Terms const& terms) {
   std::vector<words::Formula> out;
@@ -67,11 +59,11 @@ std::vector<Pass> const& passes() {
     for (words::PassRow const& row : words::passes()) {
       std::string const name = row.name;
       if (row.guarantee == words::Guarantee::equivalent) {
-        out.push_back({name, &row, Guarantee::together, false, false});
-        if (!row.first_batch_only) out.push_back({name + "-retractable", &row, Guarantee::each, false, true});
+        out.push_back({name, &row, Guarantee::together, false});
+        if (!row.first_batch_only) out.push_back({name + "-retractable", &row, Guarantee::each, true});
       }
-      if (row.first_batch_only || row.guarantee != words::Guarantee::equivalent)
-        out.push_back({name + "-defining", &row, Guarantee::completed, true, false});
+      if (row.guarantee != words::Guarantee::equivalent)
+        out.push_back({name, &row, Guarantee::completed, false});
     }
     return out;
   }();
@@ -92,10 +84,9 @@ std::string Checked::pass(Pass const& pass) {
   if (case_.free_division && !pass.row->free_division_too) return "";
   words::Formulas formulas;
   formulas.first = !pass.retractable;
-  formulas.may_define = pass.may_define;
   (pass.retractable ? formulas.retractable : formulas.permanent) = with_origins(case_.formulas);
   (pass.retractable ? formulas.assumed : formulas.retractable) = with_origins(case_.kept);
-  pass.row->make({tm_, case_.free_division, limits_, eager()})->apply(formulas);
+  pass.row->make({tm_, case_.free_division, limits_, tunables})->apply(formulas);
   Work const work{tm_,
                   case_.free_division,
                   words::terms_of(pass.retractable ? formulas.retractable : formulas.permanent),
@@ -109,14 +100,7 @@ std::string Checked::outcome(Work const& work, Guarantee guarantee) {
   changed_ = work.formulas != case_.formulas || work.kept != case_.kept;
   defined_ = !work.definitions.empty();
   if (!changed_ && !defined_) return "";
-  if (guarantee == Guarantee::completed && defined_) {
-    Terms surviving;
-    Terms fresh;
-    unsigned bits = 0;
-    if (!tabulate(work, surviving, fresh, bits)) return "";
-    TruthTable table(tm_, bits, case_.free_division, case_.salt);
-    return complete(work, table);
-  }
+  if (guarantee == Guarantee::completed && defined_) return complete(work, case_.formulas, case_.kept);
   if (defined_) return "definitions where none are promised";
   if (guarantee == Guarantee::each) {
     if (work.formulas.size() != case_.formulas.size()) return "another number of formulas";
@@ -179,19 +163,24 @@ std::string Checked::fill(Work const& work, TruthTable& table) const {
   return "";
 }
 
-// Whether the models of what is left, completed in the table, are those of the formulas.
-std::string Checked::complete(Work const& work, TruthTable& table) {
-  if (std::string what = fill(work, table); !what.empty()) return what;
+// Whether the models of what is left, completed, are those of the formulas given, and those kept have their
+// values there.
+std::string Checked::complete(Work const& work, Terms const& formulas, Terms const& kept) {
   Terms surviving;
   Terms fresh;
   unsigned bits = 0;
-  tabulate(work, surviving, fresh, bits);
+  if (!tabulate(work, surviving, fresh, bits)) return "";
+  TruthTable table(tm_, bits, case_.free_division, case_.salt);
+  if (std::string what = fill(work, table); !what.empty()) return what;
+  // New variables that nothing holds any more: nothing depends on their values.
+  for (Terms const* terms : {&formulas, &work.formulas, &kept, &work.kept})
+    for (T v : variables_below_all(tm_, *terms)) assign_any(table, v);
   Column const now = table.conjunction(work.formulas);
-  Column const before = table.conjunction(case_.formulas);
+  Column const before = table.conjunction(formulas);
   for (std::size_t i = 0; i < now.size(); ++i)
     if (now[i] != 0 && before[i] == 0) return "a completed model is none of the formulas" + at(i);
   for (std::size_t i = 0; i < work.kept.size(); ++i)
-    if (auto const row = difference(table.column(case_.kept[i]), table.column(work.kept[i]), &now))
+    if (auto const row = difference(table.column(kept[i]), table.column(work.kept[i]), &now))
       return "formula " + std::to_string(i) + " of those kept changes its value" + at(*row);
 
   // What the variables that are left can be.
@@ -199,7 +188,7 @@ std::string Checked::complete(Work const& work, TruthTable& table) {
   std::vector<bool> still(possible.size());
   for (std::size_t i = 0; i < now.size(); ++i)
     if (now[i] != 0) still[i & (still.size() - 1)] = true;
-  Column const models = table_.conjunction(case_.formulas);
+  Column const models = table_.conjunction(formulas);
   for (std::size_t i = 0; i < models.size(); ++i) {
     if (models[i] == 0) continue;
     std::size_t number = 0;
@@ -218,9 +207,9 @@ std::string Checked::complete(Work const& work, TruthTable& table) {
 }
 
 std::string Checked::solver() {
-  words::Simplifier simplifier(tm_, case_.free_division, words::Passes::all, limits_, eager());
+  words::Simplifier simplifier(tm_, case_.free_division, words::Passes::all, limits_, tunables);
   words::Formulas first_batch;
-  first_batch.first = first_batch.may_define = true;
+  first_batch.first = true;
   first_batch.permanent = with_origins(case_.formulas);
   first_batch.retractable = with_origins(case_.kept);
   simplifier.simplify(first_batch);
@@ -231,68 +220,30 @@ std::string Checked::solver() {
                   first_batch.definitions,
                   limits_};
   if (std::string what = outcome(work, Guarantee::completed); !what.empty()) return "first check: " + what;
-  std::optional<TruthTable> completed;
-  if (defined_) {
-    Terms surviving;
-    Terms fresh;
-    unsigned bits = 0;
-    if (!tabulate(work, surviving, fresh, bits)) return "";
-    completed.emplace(tm_, bits, case_.free_division, case_.salt);
-    if (std::string what = complete(work, *completed); !what.empty()) return what;
-  }
 
   words::Formulas batch;
-  batch.may_define = true;
   batch.permanent = with_origins(case_.permanent);
   batch.retractable = with_origins(case_.passing);
   simplifier.simplify(batch);
+  // Variables that the later formulas mention have come back, or stand below terms that must stay: then
+  // formulas among the later ones say what they are.
   Terms now = work.formulas;
   Terms const permanent = words::terms_of(batch.permanent);
   Terms const passing = words::terms_of(batch.retractable);
-  bool const restored = simplifier.definitions().size() < work.definitions.size();
-  if (restored) {
-    // One mentions a variable that was eliminated: the formulas are among the later ones again, and only what
-    // formulas define stays defined.
-    now.clear();
-    Work const left{tm_, case_.free_division, permanent, passing, simplifier.definitions(), limits_};
-    Terms surviving;
-    Terms fresh;
-    unsigned bits = 0;
-    if (!tabulate(left, surviving, fresh, bits)) return "";
-    completed.emplace(tm_, bits, case_.free_division, case_.salt);
-    if (std::string what = fill(left, *completed); !what.empty()) return "restored: " + what;
-  }
+  Cone held;
+  held.add(permanent);
+  held.add(passing);
+  words::Definitions still = simplifier.definitions();
+  std::erase_if(still, [&](words::Definition const& d) {
+    return d.variable == nullptr || (d.replaced == nullptr && held.contains(d.variable));
+  });
   now.insert(now.end(), permanent.begin(), permanent.end());
-  TruthTable& table = completed ? *completed : table_;
-  // New variables may remain in high bits that a slice leaves out: nothing depends on their values.
-  for (Terms const* terms : {&std::as_const(work.formulas), &std::as_const(now), &passing})
-    for (T v : variables_below_all(tm_, *terms)) assign_any(table, v);
   Terms before = case_.formulas;
   before.insert(before.end(), case_.permanent.begin(), case_.permanent.end());
-  // Where the formulas were completed, the first ones are equal only where those that are left hold.
-  Column const first = table.conjunction(work.formulas);
-  Column const holds = table.conjunction(now);
-  if (auto const row =
-          difference(table.conjunction(before), holds, completed && !restored ? &first : nullptr))
-    return "later formulas change their value" + at(*row);
-  for (std::size_t i = 0; i < passing.size(); ++i) {
-    if (auto const row = difference(table.column(case_.passing[i]), table.column(passing[i]), &holds))
-      return "formula " + std::to_string(i) + " of a later batch changes its value" + at(*row);
-    changed_ |= passing[i] != case_.passing[i];
-  }
-  return "";
-}
-
-std::string Checked::writer() {
-  words::Simplifier simplifier(tm_, case_.free_division, words::Passes::all, limits_, eager());
-  words::Formulas formulas;
-  formulas.first = formulas.may_substitute = true;
-  formulas.permanent = with_origins(case_.formulas);
-  formulas.retractable = with_origins(case_.kept);
-  simplifier.simplify(formulas);
-  return outcome({tm_, case_.free_division, words::terms_of(formulas.permanent),
-                  words::terms_of(formulas.retractable), formulas.definitions, limits_},
-                 Guarantee::completed);
+  for (std::size_t i = 0; i < passing.size(); ++i) changed_ |= passing[i] != case_.passing[i];
+  std::string const what =
+      complete({tm_, case_.free_division, now, passing, still, limits_}, before, case_.passing);
+  return what.empty() ? "" : "later: " + what;
 }
 
 std::string Checked::polynomials() {
@@ -380,7 +331,6 @@ std::vector<Check> const& checks() {
     out.push_back({"polynomials", nullptr, &Checked::polynomials});
     out.push_back({"successor-comparisons", nullptr, &Checked::successor_comparisons});
     out.push_back({"solver", nullptr, &Checked::solver});
-    out.push_back({"writer", nullptr, &Checked::writer});
     out.push_back({"signals", nullptr, &Checked::signals});
     return out;
   }();

@@ -4,7 +4,7 @@
 //
 // Each pass of the table words::passes() is checked alone, in each way in which it may be called; a new row
 // needs nothing here. Besides, the Simplifier is checked as the solver uses it, with formulas that come
-// later, and as the writer of CNF files does.
+// later.
 //
 // Tested by tests/words/simplification_test.cpp.
 
@@ -44,7 +44,6 @@ struct Pass {
   std::string name;
   words::PassRow const* row;
   Guarantee guarantee;
-  bool may_define;   // Formulas::may_define
   bool retractable;  // the formulas are given as ones that may be popped
 };
 
@@ -62,8 +61,6 @@ class Checked {
   std::string outcome(Work const& work, Guarantee guarantee);
   // As the solver does it: the first check, those kept, later formulas.
   std::string solver();
-  // As the writer of CNF files does it.
-  std::string writer();
   // Polynomials of words, and their ranges.
   std::string polynomials();
   // Comparisons with a successor.
@@ -79,7 +76,8 @@ class Checked {
   struct Completion;
 
   std::string fill(Work const& work, TruthTable& table) const;
-  std::string complete(Work const& work, TruthTable& table);
+  std::string complete(Work const& work, std::vector<Term_ const*> const& formulas,
+                       std::vector<Term_ const*> const& kept);
   bool tabulate(Work const& work, std::vector<Term_ const*>& surviving, std::vector<Term_ const*>& fresh,
                 unsigned& bits) const;
 

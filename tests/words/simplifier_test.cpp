@@ -39,24 +39,23 @@ class SimplifierTest : public ::testing::Test {
   TermManager tm;
   run::Limits limits;
   run::Tunables tunables;
+  Zeros const zeros;
   Term_ const* x = word("x", 8);
   Term_ const* a = word("a", 8);
-
-  SimplifierTest() { tunables.unconstrained_saving = 0; }
 };
 
 TEST_F(SimplifierTest, EliminatesAndCompletes) {
   Simplifier simplifier(tm, false, parse_passes(unconstrained_only), limits, tunables);
   Formulas batch;
-  batch.first = batch.may_define = true;
+  batch.first = true;
   batch.permanent.push_back({with_unconstrained_x(), 3});
   simplifier.simplify(batch);
-  ASSERT_EQ(1u, batch.permanent.size());
-  EXPECT_EQ(3u, batch.permanent[0].origin);
-  EXPECT_EQ(0u, batch.permanent[0].term->symbol->arity);  // the equation is a free Boolean
-  simplifier.complete(Zeros());
+  EXPECT_TRUE(batch.permanent.empty());
+  EXPECT_EQ(nullptr, simplifier.completed(x));  // no model yet
+  simplifier.complete(zeros);
   ASSERT_NE(nullptr, simplifier.completed(x));
-  EXPECT_NE(5u, (*simplifier.completed(x))[0]);  // a * a is zero, and the free Boolean is false
+  EXPECT_EQ(5u, *simplifier.completed(x));  // a * a is zero
+  EXPECT_EQ(nullptr, simplifier.completed(a));
   EXPECT_EQ(1u, simplifier.counts()[place("unconstrained")].formulas);
   EXPECT_GT(simplifier.counts()[place("unconstrained")].replaced, 0u);
 }
@@ -64,7 +63,7 @@ TEST_F(SimplifierTest, EliminatesAndCompletes) {
 TEST_F(SimplifierTest, ReportsTheFiguresOfEveryPass) {
   Simplifier simplifier(tm, false, Passes::all, limits, tunables);
   Formulas batch;
-  batch.first = batch.may_define = true;
+  batch.first = true;
   // Nothing that a pass could solve, so that each sees the formula once.
   batch.permanent.push_back({app(Tag::bv_ule, {app(Tag::bv_mul, {a, a}), app(Tag::bv_mul, {x, x})}), 3});
   simplifier.simplify(batch);
@@ -85,22 +84,11 @@ TEST_F(SimplifierTest, ReportsTheFiguresOfEveryPass) {
   }
 }
 
-TEST_F(SimplifierTest, OnlyEquivalenceKeepsTheVariables) {
-  Simplifier simplifier(tm, false, parse_passes(unconstrained_only), limits, tunables);
-  Formulas batch;
-  batch.first = true;
-  Term_ const* formula = with_unconstrained_x();
-  batch.permanent.push_back({formula, 0});
-  simplifier.simplify(batch);
-  EXPECT_EQ(formula, batch.permanent[0].term);
-  EXPECT_EQ(0u, simplifier.counts()[place("unconstrained")].formulas);
-}
-
 TEST_F(SimplifierTest, SwitchedOffAPassIsNotRun) {
   for (char const* text : {"none", "-rewrite,-facts,-definitions,-unconstrained"}) {
     Simplifier simplifier(tm, false, parse_passes(text), limits, tunables);
     Formulas batch;
-    batch.first = batch.may_define = true;
+    batch.first = true;
     Term_ const* formula = with_unconstrained_x();
     batch.permanent.push_back({formula, 0});
     simplifier.simplify(batch);
@@ -108,61 +96,56 @@ TEST_F(SimplifierTest, SwitchedOffAPassIsNotRun) {
   }
 }
 
-TEST_F(SimplifierTest, FreeDivisionKeepsTheVariables) {
-  Simplifier simplifier(tm, true, parse_passes(unconstrained_only), limits, tunables);
-  Formulas batch;
-  batch.first = batch.may_define = true;
-  Term_ const* formula = with_unconstrained_x();
-  batch.permanent.push_back({formula, 0});
-  simplifier.simplify(batch);
-  EXPECT_EQ(formula, batch.permanent[0].term);
-}
-
-TEST_F(SimplifierTest, ALaterFormulaBringsTheFormulasBack) {
+TEST_F(SimplifierTest, ALaterFormulaBringsItsVariableBack) {
   for (bool assumed : {false, true}) {
     Simplifier simplifier(tm, false, parse_passes(unconstrained_only), limits, tunables);
     Formulas batch;
-    batch.first = batch.may_define = true;
-    Term_ const* formula = with_unconstrained_x();
-    batch.permanent.push_back({formula, 0});
+    batch.first = true;
+    batch.permanent.push_back({with_unconstrained_x(), 0});
+    Term_ const* y = word("y", 8);
+    batch.permanent.push_back({app(Tag::bv_ult, {app(Tag::bv_xor, {y, app(Tag::bv_mul, {a, a})}), a}), 1});
     simplifier.simplify(batch);
 
     Formulas unrelated;
-    unrelated.may_define = true;
     unrelated.retractable.push_back({app(Tag::equal, {word("c", 8), number(1, 8)}), 1});
     simplifier.simplify(unrelated);
     EXPECT_TRUE(unrelated.permanent.empty());
-    simplifier.complete(Zeros());
+    simplifier.complete(zeros);
     EXPECT_NE(nullptr, simplifier.completed(x));
 
     Formulas about_x;
-    about_x.may_define = true;
     (assumed ? about_x.assumed : about_x.retractable).push_back({app(Tag::equal, {x, number(1, 8)}), 2});
     simplifier.simplify(about_x);
-    ASSERT_EQ(1u, about_x.permanent.size());
-    EXPECT_EQ(formula, about_x.permanent[0].term);
-    EXPECT_EQ(0u, about_x.permanent[0].origin);
-    simplifier.complete(Zeros());
+    EXPECT_FALSE(about_x.permanent.empty());
+    simplifier.complete(zeros);
     EXPECT_EQ(nullptr, simplifier.completed(x));
+    EXPECT_NE(nullptr, simplifier.completed(y));  // nobody mentions it
   }
 }
 
 TEST_F(SimplifierTest, OriginsSurviveALinearSystem) {
+  Term_ const* const u = word("u", 8);
+  Term_ const* const v = word("v", 8);
+  Term_ const* const w = word("w", 8);
   auto const row = [&](unsigned a, unsigned b, unsigned c, unsigned right) {
-    Term_ const* sum = app(Tag::bv_add, {app(Tag::bv_mul, {number(a, 8), word("u", 8)}),
-                                         app(Tag::bv_add, {app(Tag::bv_mul, {number(b, 8), word("v", 8)}),
-                                                           app(Tag::bv_mul, {number(c, 8), word("w", 8)})})});
+    Term_ const* sum =
+        app(Tag::bv_add,
+            {app(Tag::bv_mul, {number(a, 8), u}),
+             app(Tag::bv_add, {app(Tag::bv_mul, {number(b, 8), v}), app(Tag::bv_mul, {number(c, 8), w})})});
     return app(Tag::equal, {sum, number(right, 8)});
   };
   Term_ const* p = tm.mk_variable("p", tm.bool_type);
-  Simplifier simplifier(tm, false, Passes::all, limits, tunables);
+  Simplifier simplifier(tm, false, parse_passes("-definitions"), limits, tunables);
   Formulas batch;
   batch.first = true;
+  batch.retractable = {{app(Tag::bv_ult, {app(Tag::bv_mul, {u, v}), app(Tag::bv_mul, {w, w})}), 14},
+                       {app(Tag::bool_or, {p, app(Tag::bv_ult, {u, v})}), 15}};
   batch.permanent = {{p, 10}, {row(3, 5, 7, 11), 11}, {row(5, 3, 11, 13), 12}, {row(7, 11, 13, 17), 13}};
   simplifier.simplify(batch);
   ASSERT_GT(simplifier.counts()[place("equations")].replaced, 0u);
   EXPECT_EQ(p, batch.permanent[0].term);
   EXPECT_EQ(10u, batch.permanent[0].origin);
+  EXPECT_GT(batch.permanent.size(), 1u);
   for (std::size_t i = 1; i < batch.permanent.size(); ++i) EXPECT_EQ(11u, batch.permanent[i].origin);
 }
 

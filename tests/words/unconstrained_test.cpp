@@ -26,16 +26,20 @@ class UnconstrainedTest : public testing::Test {
     return tm.mk_app(tag, c, p0, p1);
   }
 
+  Definitions eliminate(std::vector<Term_ const*>& terms, std::vector<Term_ const*> const& kept = {}) {
+    Formulas formulas;
+    formulas.first = true;
+    for (Term_ const* t : terms) formulas.permanent.push_back({t, 0});
+    for (Term_ const* t : kept) formulas.retractable.push_back({t, 0});
+    make_unconstrained({tm, free_division, limits, tunables})->apply(formulas);
+    terms = terms_of(formulas.permanent);
+    return formulas.definitions;
+  }
+
   // Compares formulas before and after under every assignment; whether anything was eliminated.
-  bool check(std::vector<Term_ const*> const& formulas, std::vector<Term_ const*> const& kept = {}) {
-    // A product that goes, so that there is a saving; its variables stand nowhere else.
-    Term_ const* a = word(1);
-    Term_ const* big = app(SymbolTag::equal, {app(SymbolTag::bv_mul, {a, word(1)}), word(1)});
-    std::vector<Term_ const*> before = formulas;
-    before.push_back(big);
+  bool check(std::vector<Term_ const*> const& before, std::vector<Term_ const*> const& kept = {}) {
     std::vector<Term_ const*> now = before;
-    Definitions definitions;
-    EXPECT_TRUE(eliminate_unconstrained(tm, now, kept, 0, definitions));
+    Definitions const definitions = eliminate(now, kept);
     std::vector<Term_ const*> const old_variables = variables_below(tm, before);
     std::vector<Term_ const*> const new_variables = variables_below(tm, now);
     Values values;
@@ -63,10 +67,13 @@ class UnconstrainedTest : public testing::Test {
     EXPECT_EQ(satisfiable, still);
     for (Term_ const* x : variables_below(tm, kept))
       for (Definition const& d : definitions) EXPECT_NE(d.variable, x);
-    return now.front() != formulas.front();
+    return !definitions.empty();
   }
 
   TermManager tm;
+  run::Limits limits;
+  run::Tunables tunables;
+  bool free_division = false;
 };
 
 TEST_F(UnconstrainedTest, EveryOperatorThatAFreeOperandMakesFree) {
@@ -92,9 +99,9 @@ TEST_F(UnconstrainedTest, EveryOperatorThatAFreeOperandMakesFree) {
 
 TEST_F(UnconstrainedTest, EveryOperatorThatTwoFreeOperandsMakeFree) {
   for (std::uint64_t w : {1, 2, 3}) {
-    for (SymbolTag::tag tag :
-         {SymbolTag::bv_and, SymbolTag::bv_or, SymbolTag::bv_shl, SymbolTag::bv_lshr, SymbolTag::bv_ashr,
-          SymbolTag::bv_mul, SymbolTag::bv_udiv, SymbolTag::bv_urem, SymbolTag::bv_sdiv}) {
+    for (SymbolTag::tag tag : {SymbolTag::bv_and, SymbolTag::bv_or, SymbolTag::bv_shl, SymbolTag::bv_lshr,
+                               SymbolTag::bv_ashr, SymbolTag::bv_mul, SymbolTag::bv_udiv, SymbolTag::bv_urem,
+                               SymbolTag::bv_sdiv, SymbolTag::bv_srem}) {
       Term_ const* t = word(w);
       EXPECT_TRUE(
           check({app(SymbolTag::bv_ult, {app(tag, {word(w), word(w)}), t}), app(SymbolTag::bv_ult, {t, t})}))
@@ -105,9 +112,8 @@ TEST_F(UnconstrainedTest, EveryOperatorThatTwoFreeOperandsMakeFree) {
           << tag;
     }
     for (SymbolTag::tag tag : {SymbolTag::bv_ult, SymbolTag::bv_ule, SymbolTag::bv_slt, SymbolTag::bv_sle}) {
-      bool const free = w > 1 || tag != SymbolTag::bv_slt;
-      EXPECT_EQ(check({app(tag, {word(w), word(w)})}), free) << tag;
-      EXPECT_EQ(check({app(SymbolTag::bool_not, {app(tag, {word(w), word(w)})})}), free) << tag;
+      EXPECT_TRUE(check({app(tag, {word(w), word(w)})})) << tag;
+      EXPECT_TRUE(check({app(SymbolTag::bool_not, {app(tag, {word(w), word(w)})})})) << tag;
     }
     Term_ const* joined = app(SymbolTag::bv_concat, {word(w), word(2)});
     EXPECT_TRUE(check({app(SymbolTag::bv_ult, {tm.mk_bv(5, w + 2), joined})}));
@@ -126,29 +132,111 @@ TEST_F(UnconstrainedTest, Booleans) {
   EXPECT_TRUE(check({app(SymbolTag::bool_ite, {boolean(), t, boolean()}), app(SymbolTag::bool_not, {t})}));
 }
 
+// With t constrained by a second place.
+TEST_F(UnconstrainedTest, AComparisonWithAFreeSideBecomesATestForTheBound) {
+  for (std::uint64_t w : {1, 2, 3})
+    for (SymbolTag::tag tag : {SymbolTag::bv_ult, SymbolTag::bv_ule, SymbolTag::bv_slt, SymbolTag::bv_sle})
+      for (bool first : {true, false})
+        for (bool negated : {true, false}) {
+          Term_ const* t = word(w);
+          auto const comparison = [&](Term_ const* other) {
+            Term_ const* c = first ? app(tag, {word(w), other}) : app(tag, {other, word(w)});
+            return negated ? app(SymbolTag::bool_not, {c}) : c;
+          };
+          EXPECT_TRUE(check({comparison(t), app(SymbolTag::bv_ule, {t, tm.mk_bv(0, w)})})) << tag;
+          for (std::uint64_t n = 0; n < std::uint64_t{1} << w; ++n)
+            EXPECT_TRUE(check({comparison(tm.mk_bv(n, w))})) << tag << " " << n;
+        }
+}
+
+TEST_F(UnconstrainedTest, AProductReachesTheMultiplesOfTheOtherFactor) {
+  for (std::uint64_t w : {1, 2, 3, 4}) {
+    for (std::uint64_t n = 1; n < std::uint64_t{1} << w; ++n) {
+      Term_ const* product = app(SymbolTag::bv_mul, {tm.mk_bv(n, w), word(w)});
+      Term_ const* u = word(w);
+      EXPECT_TRUE(check({app(SymbolTag::bv_ult, {u, product}), app(SymbolTag::bv_ult, {u, u})})) << n;
+    }
+    for (bool first : {true, false}) {
+      Term_ const* t = word(w);
+      Term_ const* u = word(w);
+      Term_ const* product =
+          first ? app(SymbolTag::bv_mul, {word(w), t}) : app(SymbolTag::bv_mul, {t, word(w)});
+      EXPECT_TRUE(check({app(SymbolTag::bool_not, {app(SymbolTag::bv_ult, {u, product})}),
+                         app(SymbolTag::bv_ule, {u, t})}));
+    }
+  }
+  // The inverse by iteration, at a width of several steps: x * t = 5 * t has models, whatever t is.
+  for (std::uint64_t t : {1ull, 0xdeadbeefull, 0xfffffffffffffffull, 0x123456789abcd000ull}) {
+    Term_ const* x = word(61);
+    Term_ const* factor = word(61);
+    std::vector<Term_ const*> formulas{
+        app(SymbolTag::bv_ult, {tm.mk_bv(1, 61), app(SymbolTag::bv_mul, {x, factor})}),
+        app(SymbolTag::bv_ult, {factor, factor})};
+    Definitions const definitions = eliminate(formulas);
+    ASSERT_EQ(1u, definitions.size());
+    ASSERT_EQ(x, definitions[0].variable);
+    for (std::uint64_t value : {0ull, 1ull, 77ull, 0x1edcba987654321ull}) {
+      Values values;
+      for (Term_ const* v : variables_below(tm, {definitions[0].value})) values.of[v] = value;
+      values.of[factor] = t & ((1ull << 61) - 1);
+      values::Evaluator evaluator(tm);
+      evaluator.set_assignment(values);
+      values.of[x] = *evaluator.value(definitions[0].value);
+      values::Evaluator again(tm);
+      again.set_assignment(values);
+      EXPECT_EQ(*again.value(definitions[0].by), *again.value(definitions[0].replaced));
+    }
+  }
+}
+
+TEST_F(UnconstrainedTest, ADisjunctionWithAFreeBooleanGoes) {
+  Term_ const* t = boolean();
+  Term_ const* u = boolean();
+  std::vector<Term_ const*> formulas{
+      app(SymbolTag::bool_or, {t, app(SymbolTag::bool_or, {boolean(), u})}), t,
+      app(SymbolTag::bool_not, {app(SymbolTag::bool_and, {u, app(SymbolTag::bool_not, {boolean()})})}), u};
+  EXPECT_TRUE(check(formulas));
+  eliminate(formulas);
+  EXPECT_EQ((std::vector<Term_ const*>{t, u}), formulas);
+  // A disjunction with a second place is not the free Boolean's alone.
+  Term_ const* shared = app(SymbolTag::bool_or, {t, boolean()});
+  std::vector<Term_ const*> other{app(SymbolTag::bool_or, {shared, u}), app(SymbolTag::bool_not, {shared}), u,
+                                  t};
+  EXPECT_FALSE(check(other));
+}
+
+// Asserting that what was replaced equals what stands for it brings a variable back.
+TEST_F(UnconstrainedTest, EveryDefinitionSaysWhatItReplaced) {
+  Term_ const* x = word(3);
+  Term_ const* y = word(3);
+  Term_ const* t = word(3);
+  Term_ const* sum = app(SymbolTag::bv_add, {x, t});
+  Term_ const* product = app(SymbolTag::bv_mul, {sum, y});
+  std::vector<Term_ const*> formulas{app(SymbolTag::bv_ult, {product, t})};
+  Definitions const definitions = eliminate(formulas);
+  ASSERT_EQ(4u, definitions.size());
+  EXPECT_EQ(x, definitions[0].variable);
+  EXPECT_EQ(sum, definitions[0].replaced);
+  EXPECT_EQ(definitions[1].replaced, definitions[2].replaced);
+  EXPECT_EQ(y, definitions[2].variable);
+  EXPECT_EQ(definitions[0].by, definitions[2].replaced->children[0]);
+}
+
 TEST_F(UnconstrainedTest, WhatIsConstrainedStays) {
   Term_ const* t = word(3);
-  // x * 2 is even; x / t is not every value; x and t share x's place with a second one.
-  EXPECT_FALSE(check({app(SymbolTag::bv_ult, {app(SymbolTag::bv_mul, {tm.mk_bv(2, 3), word(3)}), t}),
-                      app(SymbolTag::bv_ult, {t, tm.mk_bv(2, 3)})}));
+  // x / t is not every value; x and t share x's place with a second one.
   EXPECT_FALSE(check({app(SymbolTag::bv_ult, {app(SymbolTag::bv_udiv, {word(3), t}), t}),
                       app(SymbolTag::bv_ult, {t, tm.mk_bv(2, 3)})}));
   Term_ const* x = word(3);
   Term_ const* f = app(SymbolTag::equal, {app(SymbolTag::bv_add, {x, t}), tm.mk_bv(0, 3)});
   EXPECT_FALSE(check({app(SymbolTag::bv_ult, {x, x})}));
   EXPECT_FALSE(check({f}, {app(SymbolTag::bv_ult, {x, t}), t}));
-}
-
-TEST_F(UnconstrainedTest, NothingIsDoneForASmallSaving) {
-  Term_ const* product = app(SymbolTag::bv_mul, {word(8), word(8)});
-  std::vector<Term_ const*> formulas{app(SymbolTag::equal, {product, word(8)})};
-  std::vector<Term_ const*> const before = formulas;
-  Definitions definitions;
-  EXPECT_EQ(circuit_cost(tm, formulas), 64u);
-  EXPECT_FALSE(eliminate_unconstrained(tm, formulas, {}, 64, definitions));
-  EXPECT_EQ(formulas, before);
-  EXPECT_TRUE(definitions.empty());
-  EXPECT_TRUE(eliminate_unconstrained(tm, formulas, {}, 63, definitions));
+  // With open quotients by zero their operands stay.
+  free_division = true;
+  std::vector<Term_ const*> quotient{app(SymbolTag::equal, {app(SymbolTag::bv_udiv, {word(3), word(3)}), t}),
+                                     t};
+  quotient[1] = app(SymbolTag::bv_ult, {t, t});
+  EXPECT_TRUE(eliminate(quotient).empty());
 }
 
 TEST_F(UnconstrainedTest, RandomFormulas) {
@@ -195,10 +283,8 @@ TEST_F(UnconstrainedTest, OperandsOfAConversionStay) {
   std::vector<Term_ const*> formulas{app(SymbolTag::equal, {conversion, tm.mk_bv(5, 4)}),
                                      app(SymbolTag::equal, {square, tm.mk_bv(5, 4)})};
   std::vector<Term_ const*> const before = formulas;
-  Definitions definitions;
-  EXPECT_TRUE(eliminate_unconstrained(tm, formulas, {}, 0, definitions));
-  EXPECT_EQ(formulas[0], before[0]);
-  EXPECT_NE(formulas[1], before[1]);
+  EXPECT_FALSE(eliminate(formulas).empty());
+  EXPECT_EQ((std::vector<Term_ const*>{before[0]}), formulas);
 }
 
 }  // namespace

@@ -10,9 +10,18 @@ namespace vell::cli {
 
 namespace {
 
-int run(std::string const& cnf, std::string const& solution, script::WordFormat format) {
+struct Arguments {
+  std::string cnf;
+  std::string solution;
+  std::string script;
+  std::uint64_t query = 0;
+};
+
+int run(Arguments const& given, script::WordFormat format) {
   try {
-    std::string const text = script::decode(cnf, solution, format);
+    std::string const text =
+        given.script.empty() ? script::decode(given.cnf, given.solution, format)
+                             : script::decode(given.cnf, given.solution, given.script, given.query, format);
     bool const written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
     if (std::fflush(stdout) == 0 && written) return 0;
     std::fputs("vell-bv: <stdout>: cannot write\n", stderr);
@@ -27,19 +36,22 @@ int run(std::string const& cnf, std::string const& solution, script::WordFormat 
 }  // namespace
 
 void add_decode(CLI::App& app, CommonOptions& common, Action& action) {
-  struct Arguments {
-    std::string cnf;
-    std::string solution;
-  };
   auto arguments = std::make_shared<Arguments>();
   CLI::App* command = app.add_subcommand("decode", "turn a SAT solver's answer to a CNF file into a model");
   command->add_option("CNF", arguments->cnf, "file that `vell-bv cnf` wrote")->required()->type_name("");
   command->add_option("SOLUTION", arguments->solution, "the solver's s and v lines; - is standard input")
       ->required()
       ->type_name("");
+  CLI::Option* const script =
+      command->add_option("--script", arguments->script, "check the model against the script's assertions")
+          ->type_name("FILE");
+  command->add_option("--query", arguments->query, "which check-sat of the script, the first without")
+      ->type_name("N")
+      ->check(count())
+      ->needs(script);
   common.add_to(*command, {"--values"});
   command->callback([arguments, &action, &common] {
-    action = [arguments, &common] { return run(arguments->cnf, arguments->solution, common.word_format()); };
+    action = [arguments, &common] { return run(*arguments, common.word_format()); };
   });
 }
 

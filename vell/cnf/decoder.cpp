@@ -4,11 +4,16 @@
 #include <charconv>
 #include <cstdint>
 #include <memory>
+#include <unordered_map>
 #include <vector>
 
 #include "vell/cnf/mapline.h"
+#include "vell/cnf/query.h"
+#include "vell/io/digest.h"
+#include "vell/io/error.h"
 #include "vell/io/solution.h"
 #include "vell/io/source.h"
+#include "vell/smtlib/reader.h"
 #include "vell/terms/exception.h"
 #include "vell/terms/operators.h"
 #include "vell/values/evaluator.h"
@@ -44,6 +49,7 @@ class Lines {
   }
 
   std::string const& name() const { return source_->name(); }
+  std::uint64_t number() const { return number_; }
   [[noreturn]] void refuse(std::string const& why) const {
     throw Exception(name() + ":" + std::to_string(number_) + ": " + why);
   }
@@ -67,21 +73,60 @@ bool take_number(Lines const& lines, std::string_view& line, std::int64_t& n) {
   return true;
 }
 
+// A constant of the script, or one that others are computed from.
+struct Constant {
+  std::string symbol;
+  std::string sort;
+  std::vector<std::string> bits;  // of a map line
+  std::string term;               // of a def line, else ""
+  bool of_script = true;
+  std::uint64_t line = 0;  // in the file
+};
+
 struct Header {
-  std::vector<MapLine> map;  // of the constants
+  std::vector<Constant> constants;  // in the order of their lines
+  std::string digest;               // of the script, "" if the file does not say
   std::int64_t variables = 0;
   std::int64_t clauses = 0;
 };
 
+// A constant's line; false for any other.
+bool parse_constant(std::string_view line, Constant& out) {
+  std::string const aux = "c " + std::string(auxiliary);
+  std::string without;
+  out.of_script = !line.starts_with(aux);
+  if (!out.of_script) {
+    without = "c " + std::string(line.substr(aux.size()));
+    line = without;
+  }
+  if (std::optional<MapLine> m = parse_map_line(line)) {
+    out.symbol = std::move(m->symbol);
+    out.sort = std::move(m->sort);
+    out.bits = std::move(m->bits);
+    return true;
+  }
+  std::optional<DefLine> d = parse_def_line(line);
+  if (!d) return false;
+  out.symbol = std::move(d->symbol);
+  out.sort = std::move(d->sort);
+  out.term = std::move(d->term);
+  return true;
+}
+
 // What stands in front of the clauses.
 Header read_header(Lines& cnf) {
+  constexpr std::string_view digest = "c sha256 ";
   Header out;
   std::string_view line;
   bool names = false;
   while (cnf.next(line)) {
     names = names || line == std::string("c ") + names_heading;
+    if (line.starts_with(digest)) out.digest = line.substr(digest.size());
     try {
-      if (std::optional<MapLine> m = parse_map_line(line); m && !names) out.map.push_back(std::move(*m));
+      if (Constant c; !names && parse_constant(line, c)) {
+        c.line = cnf.number();
+        out.constants.push_back(std::move(c));
+      }
     } catch (Exception const& e) {
       cnf.refuse(e.what());
     }
@@ -165,9 +210,166 @@ Type const* parse_sort(TermManager& tm, std::string_view text, std::uint64_t wid
   return nullptr;
 }
 
+// The values of the constants of map lines, from the solution.
+class Mapped : public values::Assignment {
+ public:
+  void set(Term_ const* t, std::vector<std::uint64_t> words) { values_[t] = std::move(words); }
+  void read(Term_ const* t, std::uint64_t width, std::uint64_t* words) const override {
+    auto const found = values_.find(t);
+    if (found == values_.end()) {
+      asked_in_vain_ = true;
+      return;
+    }
+    std::copy_n(found->second.begin(), (width + 63) / 64, words);
+  }
+  // Another term has the value from now on.
+  void move(Term_ const* from, Term_ const* to) {
+    auto node = values_.extract(from);
+    node.key() = to;
+    values_.insert(std::move(node));
+  }
+  // Whether a value was asked for that is not there; it was taken for zero.
+  bool asked_in_vain() const { return asked_in_vain_; }
+
+ private:
+  std::unordered_map<Term_ const*, std::vector<std::uint64_t>> values_;
+  mutable bool asked_in_vain_ = false;
+};
+
+std::vector<std::uint64_t> map_value(Constant const& c, Header const& header, io::Solution const& solution) {
+  std::vector<std::uint64_t> words(c.bits.size() / 64 + 1, 0);
+  for (std::size_t i = 0; i < c.bits.size(); ++i) {
+    std::string const& bit = c.bits[i];
+    bool value = bit == "T";
+    if (!value && bit != "F" && bit != "?") {
+      std::int64_t const literal = std::stoll(bit);
+      std::int64_t const v = literal < 0 ? -literal : literal;
+      if (v > header.variables) throw Exception("no variable " + bit);
+      value = solution.value(v) == (literal > 0);
+    }
+    if (value) words[i / 64] |= std::uint64_t{1} << (i % 64);
+  }
+  return words;
+}
+
+// The constants with their values. Def lines are read as definitions of a script that declares those of map
+// lines; only those of a file that has any.
+class Model {
+ public:
+  Model(Header const& header, io::Solution const& solution, std::string const& file)
+      : header_(header), file_(file), evaluator_(tm_) {
+    for (Constant const& c : header.constants) {
+      if (!c.term.empty()) continue;
+      std::uint64_t const width = c.bits.size();
+      Type const* const type = parse_sort(tm_, c.sort, width);
+      if (type == nullptr || values::value_width(tm_, type) != width)
+        refuse(c, std::to_string(width) + " bits for sort " + c.sort);
+      Term_ const* const t = tm_.mk_variable(c.symbol.c_str(), type);
+      try {
+        mapped_.set(t, map_value(c, header, solution));
+      } catch (Exception const& e) {
+        refuse(c, e.what());
+      }
+      terms_[&c] = t;
+    }
+    read_definitions();
+    evaluator_.set_assignment(mapped_);
+  }
+
+  std::string text(values::WordFormat format) {
+    std::string out = "sat\n(";
+    for (Constant const& c : header_.constants)
+      if (c.of_script)
+        out += "\n  (define-fun " + c.symbol + " () " + c.sort + " " +
+               evaluator_.text(terms_.at(&c), format) + ")";
+    return out + "\n)\n";
+  }
+
+  // Throws unless the assertions of the script are true.
+  void check(DecodedScript const& script) {
+    if (!header_.digest.empty() && io::input_digest(script.path) != header_.digest)
+      throw Exception(file_ + ": written for another script than " + script.path);
+    std::unordered_map<std::string_view, Term_ const*> by_symbol;
+    for (Constant const& c : header_.constants)
+      if (c.of_script) by_symbol[c.symbol] = terms_.at(&c);
+    TermManager tm;
+    run::Statistics unused;
+    Assertions const given =
+        read_assertions(script.path, script.query, words::Passes::none, tm, run::no_limits(), unused);
+    Mapped values;
+    for (Term_ const* t : given.state.declared()) {
+      auto const found = by_symbol.find(smtlib::quote_symbol(t->symbol->name));
+      if (found == by_symbol.end()) continue;
+      std::uint64_t const width = values::value_width(tm, t->symbol->get_output_type());
+      if (values::value_width(tm_, found->second->symbol->get_output_type()) != width)
+        throw Exception(given.file + ": " + t->symbol->name + " has another sort than in " + file_);
+      std::uint64_t const* const words = evaluator_.value(found->second);
+      values.set(t, {words, words + (width + 63) / 64});
+    }
+    values::Evaluator evaluator(tm);
+    evaluator.set_assignment(values);
+    for (std::size_t i = 0; i < given.formulas.size(); ++i) {
+      if (evaluator.is_true(given.formulas[i])) continue;
+      throw io::Error(given.file, given.positions[i],
+                      values.asked_in_vain()
+                          ? "cannot be checked: it depends on a value that " + file_ + " does not have"
+                          : "the model in " + file_ + " does not satisfy this");
+    }
+  }
+
+ private:
+  [[noreturn]] void refuse(Constant const& c, std::string const& why) const {
+    throw Exception(file_ + ": " + (c.term.empty() ? "map" : "def") + " line of " + c.symbol + ": " + why);
+  }
+
+  void read_definitions() {
+    std::string script;
+    std::vector<Constant const*> read;  // one for each command
+    for (Constant const& c : header_.constants) {
+      script += c.term.empty() ? "(declare-const " + c.symbol + " " + c.sort + ")\n"
+                               : "(define-fun " + c.symbol + " () " + c.sort + " " + c.term + ")\n";
+      read.push_back(&c);
+    }
+    if (std::ranges::none_of(header_.constants, [](Constant const& c) { return !c.term.empty(); })) return;
+    smtlib::Reader reader(tm_, io::Source::text(script));
+    smtlib::Command command;
+    std::size_t next = 0;
+    try {
+      while (reader.next(command)) {
+        bool const declares = command.kind == smtlib::CommandKind::declare;
+        bool const defines = command.kind == smtlib::CommandKind::define && !command.terms.empty();
+        if (next >= read.size() || !(read[next]->term.empty() ? declares : defines))
+          throw Exception("no term");
+        Constant const& c = *read[next++];
+        Term_ const* const t = command.terms[0];
+        if (!c.term.empty()) {
+          terms_[&c] = t;
+        } else {
+          // The reader has a constant of its own for it.
+          mapped_.move(terms_.at(&c), t);
+          terms_[&c] = t;
+        }
+      }
+    } catch (io::Error const& e) {
+      refuse(*read[std::min(next, read.size() - 1)], e.message());
+    } catch (Exception const& e) {
+      refuse(*read[std::min(next, read.size() - 1)], e.what());
+    }
+    if (next != read.size()) refuse(*read[next], "no term");
+  }
+
+  Header const& header_;
+  std::string const file_;
+  TermManager tm_;
+  Mapped mapped_;
+  std::unordered_map<Constant const*, Term_ const*> terms_;
+  values::Evaluator evaluator_;
+};
+
 }  // namespace
 
-std::string decode(std::string const& cnf, std::string const& solution_path, values::WordFormat format) {
+std::string decode(std::string const& cnf, std::string const& solution_path, values::WordFormat format,
+                   DecodedScript const& script) {
   if (cnf == "-" && solution_path == "-")
     throw Exception("the CNF and the solution cannot both be standard input");
   Lines lines(cnf);
@@ -176,33 +378,9 @@ std::string decode(std::string const& cnf, std::string const& solution_path, val
   if (solution.status() == io::Solution::Status::unsat) return "unsat\n";
   if (solution.status() == io::Solution::Status::unknown) return "unknown\n";
   check_clauses(lines, header, solution, solution_path == "-" ? "<stdin>" : solution_path);
-
-  TermManager tm;
-  std::string out = "sat\n(";
-  for (MapLine const& m : header.map) {
-    std::uint64_t const width = m.bits.size();
-    auto const refuse = [&](std::string const& why) {
-      throw Exception(lines.name() + ": map line of " + m.symbol + ": " + why);
-    };
-    Type const* type = parse_sort(tm, m.sort, width);
-    if (type == nullptr || values::value_width(tm, type) != width)
-      refuse(std::to_string(width) + " bits for sort " + m.sort);
-    std::vector<std::uint64_t> words(width / 64 + 1, 0);
-    for (std::uint64_t i = 0; i < width; ++i) {
-      std::string const& bit = m.bits[i];
-      bool value = bit == "T";
-      if (!value && bit != "F" && bit != "?") {
-        std::int64_t const literal = std::stoll(bit);
-        std::int64_t const v = literal < 0 ? -literal : literal;
-        if (v > header.variables) refuse("no variable " + bit);
-        value = solution.value(v) == (literal > 0);
-      }
-      if (value) words[i / 64] |= std::uint64_t{1} << (i % 64);
-    }
-    out += "\n  (define-fun " + m.symbol + " () " + m.sort + " " +
-           values::value_text(tm, type, words.data(), format) + ")";
-  }
-  return out + "\n)\n";
+  Model model(header, solution, lines.name());
+  if (!script.path.empty()) model.check(script);
+  return model.text(format);
 }
 
 }  // namespace vell::cnf

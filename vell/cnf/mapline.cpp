@@ -21,11 +21,33 @@ std::string bits_text(bv::BvLitList const* bits, std::uint64_t width, sinks::Dim
   return out;
 }
 
+namespace {
+
+// Line breaks, which only a quoted symbol can hold, as \n and \r; no backslash can stand there.
+std::string escaped(std::string const& text) {
+  std::string out;
+  out.reserve(text.size());
+  for (char c : text) {
+    if (c == '\n')
+      out += "\\n";
+    else if (c == '\r')
+      out += "\\r";
+    else
+      out += c;
+  }
+  return out;
+}
+
+}  // namespace
+
 std::string map_line(std::string const& symbol, Term_ const* term, bv::BvLitList const* bits,
                      std::uint64_t width, sinks::DimacsSink::Form form) {
-  std::string out = "map ";
-  for (char c : symbol) out += c == '\n' ? "\\n" : c == '\r' ? "\\r" : std::string(1, c);
-  return out + " " + sort_text(term->symbol->get_output_type()) + bits_text(bits, width, form);
+  return "map " + escaped(symbol) + " " + sort_text(term->symbol->get_output_type()) +
+         bits_text(bits, width, form);
+}
+
+std::string def_line(std::string const& symbol, Term_ const* term, std::string const& value) {
+  return "def " + escaped(symbol) + " " + sort_text(term->symbol->get_output_type()) + " " + escaped(value);
 }
 
 namespace {
@@ -48,14 +70,14 @@ std::string_view take(std::string_view& line) {
   return piece;
 }
 
-std::string unescaped(std::string_view symbol) {
+std::string unescaped(std::string_view text) {
   std::string out;
-  for (std::size_t i = 0; i < symbol.size(); ++i) {
-    bool const escape = symbol[i] == '\\' && i + 1 < symbol.size();
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    bool const escape = text[i] == '\\' && i + 1 < text.size();
     if (escape)
-      out += symbol[++i] == 'n' ? '\n' : '\r';
+      out += text[++i] == 'n' ? '\n' : '\r';
     else
-      out += symbol[i];
+      out += text[i];
   }
   return out;
 }
@@ -80,6 +102,19 @@ std::optional<MapLine> parse_map_line(std::string_view line) {
     out.bits.emplace_back(bit);
   }
   if (out.symbol.empty() || out.sort.empty()) throw Exception("broken map line: " + std::string(line));
+  return out;
+}
+
+std::optional<DefLine> parse_def_line(std::string_view line) {
+  if (!line.starts_with("c def ")) return std::nullopt;
+  std::string_view rest = line.substr(6);
+  DefLine out;
+  out.symbol = unescaped(take(rest));
+  out.sort = take(rest);
+  if (rest.starts_with(' ')) rest.remove_prefix(1);
+  out.term = unescaped(rest);
+  if (out.symbol.empty() || out.sort.empty() || out.term.empty())
+    throw Exception("broken def line: " + std::string(line.substr(0, 80)));
   return out;
 }
 

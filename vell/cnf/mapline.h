@@ -1,15 +1,17 @@
 #pragma once
 
-// The comment of a CNF file that says where the bits of a constant, or of a term with a name, went
-// (docs/cnf.md):
+// The comments of a CNF file that say where the bits of a constant, or of a term with a name, went, and which
+// value a constant has that the clauses do not have (docs/cnf.md):
 //
 //   c map x (_ BitVec 4) 1 2 -3 T
+//   c def y (_ BitVec 4) (bvadd x #b0001)
+//   c aux map free!0 (_ BitVec 4) 5 6 7 8
 //
 // Element 0, the least significant bit, comes first. A bit is a DIMACS literal, T or F where it is constant,
 // or ? where no clause depends on it, so that any value will do. In a quoted symbol a line break is written
 // \n, a carriage return \r (a backslash cannot occur there). A floating-point constant has its fraction,
 // exponent and sign in this order, a rounding mode two bits: 0 to even, 1 toward zero, 2 toward positive, 3
-// toward negative.
+// toward negative. "aux" marks constants that are not among those of the script that have lines of their own.
 //
 // Tested by tests/cnf/mapline_test.cpp.
 
@@ -30,6 +32,15 @@ struct MapLine {
   std::vector<std::string> bits;
 };
 
+struct DefLine {
+  std::string symbol;  // as it must be printed
+  std::string sort;    // as SMT-LIB writes it
+  std::string term;    // over constants of map lines, and of def lines further up
+};
+
+// In front of "map" and "def" in lines of constants that are no part of a model.
+inline constexpr std::string_view auxiliary = "aux ";
+
 // In front of the lines of terms that the script gave a name, without "c ": they are no constants of a model.
 inline constexpr char names_heading[] = "names";
 
@@ -42,8 +53,13 @@ std::string bits_text(bv::BvLitList const* bits, std::uint64_t width, sinks::Dim
 std::string map_line(std::string const& symbol, Term_ const* term, bv::BvLitList const* bits,
                      std::uint64_t width, sinks::DimacsSink::Form form);
 
-// The parts of a comment line (with its "c "); nothing when it is no map line. Throws Exception for a map
-// line that is broken.
+// Likewise: symbol and text of the term's value as a script must write them.
+std::string def_line(std::string const& symbol, Term_ const* term, std::string const& value);
+
+// The parts of a comment line (with its "c ", without "aux "); nothing when it is no map line. Throws
+// Exception for a map line that is broken.
 std::optional<MapLine> parse_map_line(std::string_view line);
+// The same for a def line.
+std::optional<DefLine> parse_def_line(std::string_view line);
 
 }  // namespace vell::cnf

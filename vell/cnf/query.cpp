@@ -2,10 +2,16 @@
 
 #include <fnmatch.h>
 
+#include <algorithm>
+#include <string>
+#include <unordered_set>
+
 #include "vell/engine/options.h"
 #include "vell/engine/state.h"
 #include "vell/io/watchedsource.h"
+#include "vell/terms/cone.h"
 #include "vell/terms/exception.h"
+#include "vell/words/operands.h"
 #include "vell/words/simplifier.h"
 
 namespace vell::cnf {
@@ -45,59 +51,158 @@ class PassesOfScript {
   bool checked_ = false;
 };
 
-// As the embedded solver does before a first check, so that it is given the clauses of the file. The first
-// `permanent` formulas are those of the first level, the next `retractable` ones those of the levels above;
-// assumptions follow.
-void simplify(CnfOptions const& options, TermManager& tm, std::size_t permanent, std::size_t retractable,
-              run::Limits const& limits, run::Statistics& statistics, words::StepObserver* observer,
-              Query& query) {
+// As the embedded solver does before a first check, so that it is given the clauses of the file.
+words::Definitions simplify(CnfOptions const& options, TermManager& tm, Assertions const& given,
+                            run::Limits const& limits, run::Statistics& statistics,
+                            words::StepObserver* observer, Query& query) {
   words::Formulas formulas;
-  formulas.first = formulas.may_substitute = true;
-  for (std::size_t i = 0; i < query.formulas.size(); ++i) {
-    bool const above = i >= permanent;
-    std::vector<words::Formula>& part = !above                        ? formulas.permanent
-                                        : i < permanent + retractable ? formulas.retractable
-                                                                      : formulas.assumed;
-    part.push_back({query.formulas[i], i});
+  formulas.first = true;
+  for (std::size_t i = 0; i < given.formulas.size(); ++i) {
+    std::vector<words::Formula>& part = i < given.permanent                       ? formulas.permanent
+                                        : i < given.permanent + given.retractable ? formulas.retractable
+                                                                                  : formulas.assumed;
+    part.push_back({given.formulas[i], i});
   }
   for (smtlib::NamedTerm const& n : query.names) formulas.watched.push_back(n.term);
   words::Simplifier simplifier(tm, options.free_division, query.passes, limits, options.tunables);
   simplifier.observe(observer);
   simplifier.simplify(formulas);
   simplifier.report(statistics);
-  query.definitions = simplifier.definitions();
   query.name_terms = formulas.watched;
-  std::vector<io::Position> const positions = std::move(query.positions);
-  std::vector<std::string> const labels = std::move(query.labels);
-  query.formulas.clear();
-  query.positions.clear();
-  query.labels.clear();
   formulas.each([&](words::Formula const& f) {
     query.formulas.push_back(f.term);
-    query.positions.push_back(positions[f.origin]);
-    query.labels.push_back(labels[f.origin]);
+    query.positions.push_back(given.positions[f.origin]);
+    query.labels.push_back(given.labels[f.origin]);
   });
+  return simplifier.definitions();
 }
+
+// Whether the bits of a value are those of terms that the formulas hold, so that they take no clause.
+bool is_wired(TermManager const& tm, Cone const& held, Term_ const* value) {
+  constexpr unsigned most_terms = 256;  // larger values have a line of their own
+  std::vector<Term_ const*> stack{value};
+  for (unsigned visited = 0; !stack.empty(); ++visited) {
+    Term_ const* const t = stack.back();
+    stack.pop_back();
+    if (held.contains(t) || tm.is_number(t->symbol)) continue;
+    switch (tm.get_tag(t->symbol)) {
+      case SymbolTag::bool_true:
+      case SymbolTag::bool_false:
+      case SymbolTag::bool_not:
+      case SymbolTag::bv_not:
+      case SymbolTag::bv_extract:
+      case SymbolTag::bv_concat:
+      case SymbolTag::bv_zero_extend:
+      case SymbolTag::bv_sign_extend: break;
+      default: return false;
+    }
+    if (visited >= most_terms) return false;
+    stack.insert(stack.end(), t->children, t->children + t->symbol->arity);
+  }
+  return true;
+}
+
+// Chooses what is said of each definition, and the constants that the values need besides.
+class Recorder {
+ public:
+  Recorder(CnfOptions const& options, TermManager const& tm, engine::ScriptState const& state, Query& query)
+      : options_(options), tm_(tm), query_(query) {
+    held_.add(query.formulas);
+    for (Term_ const* c : state.declared()) {
+      declared_.insert(c);
+      taken_.insert(c->symbol->name);
+    }
+    for (Term_ const* c : query.constants) needed_.insert(c);
+    while (std::any_of(taken_.begin(), taken_.end(),
+                       [this](std::string const& s) { return s.starts_with(query_.let_prefix); }))
+      query_.let_prefix += 't';
+  }
+
+  // From the first one: its value is made of what later ones define.
+  void run(words::Definitions const& definitions) {
+    for (words::Definition const& d : definitions) defined_.insert(d.variable);
+    for (words::Definition const& d : definitions) {
+      if (needed_.count(d.variable) == 0) continue;
+      if (is_wired(tm_, held_, d.value)) {
+        query_.definitions.push_back(d);
+      } else {
+        need_below(d.value);
+        query_.recorded.push_back(d);
+      }
+      if (!is_asked_for(d.variable)) name_anew(d.variable);
+    }
+    std::reverse(query_.recorded.begin(), query_.recorded.end());
+  }
+
+ private:
+  bool is_asked_for(Term_ const* variable) const {
+    return declared_.count(variable) != 0 &&
+           fnmatch(options_.symbols.c_str(), variable->symbol->name, 0) == 0;
+  }
+
+  // Everything that the value is computed from. Terms whose operands leave their value open have bits.
+  void need_below(Term_ const* value) {
+    std::vector<Term_ const*> stack{value};
+    while (!stack.empty()) {
+      Term_ const* const t = stack.back();
+      stack.pop_back();
+      if (!visited_.insert(t).second) continue;
+      bool const variable = t->symbol->arity == 0 && tm_.is_uninterpreted_function(t->symbol);
+      if (variable || words::open_valued(tm_, t, options_.free_division)) {
+        needed_.insert(t);
+        if (defined_.count(t) != 0 || is_asked_for(t)) continue;
+        query_.auxiliary.push_back(t);
+        if (!variable) query_.definitions.push_back({t, t});
+        name_anew(t);
+        continue;
+      }
+      stack.insert(stack.end(), t->children, t->children + t->symbol->arity);
+    }
+  }
+
+  // Constants of the script keep their name.
+  void name_anew(Term_ const* t) {
+    if (declared_.count(t) != 0) {
+      query_.auxiliary_names[t] = smtlib::quote_symbol(t->symbol->name);
+      return;
+    }
+    std::string name;
+    do name = "aux!" + std::to_string(made_++);
+    while (taken_.count(name) != 0);
+    query_.auxiliary_names[t] = name;
+  }
+
+  CnfOptions const& options_;
+  TermManager const& tm_;
+  Query& query_;
+  Cone held_;  // by the formulas
+  std::unordered_set<Term_ const*> declared_;
+  std::unordered_set<std::string> taken_;  // symbols
+  std::unordered_set<Term_ const*> defined_;
+  std::unordered_set<Term_ const*> needed_;
+  std::unordered_set<Term_ const*> visited_;
+  std::uint64_t made_ = 0;
+};
 
 }  // namespace
 
-Query read_query(CnfOptions const& options, TermManager& tm, run::Limits const& limits,
-                 run::Statistics& statistics, words::StepObserver* observer) {
+Assertions read_assertions(std::string const& input, std::uint64_t query, words::Passes initial,
+                           TermManager& tm, run::Limits const& limits, run::Statistics& statistics) {
   statistics.enter(run::Phase::reading);
-  smtlib::Reader reader(
-      tm, std::make_unique<io::WatchedSource>(io::Source::open(options.input), limits, statistics));
-  engine::ScriptState state;
-  PassesOfScript passes(options.passes);
+  smtlib::Reader reader(tm, std::make_unique<io::WatchedSource>(io::Source::open(input), limits, statistics));
+  Assertions out;
+  out.file = reader.file();
+  PassesOfScript passes(initial);
   Command command;
   std::uint64_t checks = 0;
-  std::uint64_t const wanted = options.query == 0 ? 1 : options.query;
+  std::uint64_t const wanted = query == 0 ? 1 : query;
   bool found = false;
   while (!found && reader.next(command)) {
     limits.check();
     statistics.terms = tm.term_count();
     if (command.kind == CommandKind::set_logic && !engine::logic_supported(command.text))
       reader.fail(command.argument_offset, engine::logic_refusal(command.text));
-    state.apply(command);
+    out.state.apply(command);
     try {
       passes.apply(command);
     } catch (Exception const& e) {
@@ -106,35 +211,50 @@ Query read_query(CnfOptions const& options, TermManager& tm, run::Limits const& 
     if (command.kind != CommandKind::check_sat && command.kind != CommandKind::check_sat_assuming) continue;
     found = ++checks == wanted;
   }
-  if (!found && (options.query != 0 || checks != 0))
+  if (!found && (query != 0 || checks != 0))
     throw Exception(reader.file() + ": query " + std::to_string(wanted) + " of " + std::to_string(checks));
-  Query query;
-  query.passes = passes.now();
+  out.passes = passes.now();
+  engine::ScriptState const& state = out.state;
   for (engine::Assertion const& a : state.assertions()) {
-    query.formulas.push_back(a.term);
-    query.positions.push_back(a.position);
-    query.labels.push_back(a.name);
+    out.formulas.push_back(a.term);
+    out.positions.push_back(a.position);
+    out.labels.push_back(a.name);
   }
   if (found)
     for (Term_ const* t : command.terms) {
-      query.formulas.push_back(t);
-      query.positions.push_back(command.position);
-      query.labels.emplace_back();
+      out.formulas.push_back(t);
+      out.positions.push_back(command.position);
+      out.labels.emplace_back();
     }
-  std::size_t const permanent = state.levels() == 0 ? state.assertions().size() : state.level_start(1);
+  out.permanent = state.levels() == 0 ? state.assertions().size() : state.level_start(1);
+  out.retractable = state.assertions().size() - out.permanent;
+  return out;
+}
+
+Query read_query(CnfOptions const& options, TermManager& tm, run::Limits const& limits,
+                 run::Statistics& statistics, words::StepObserver* observer) {
+  Assertions const given =
+      read_assertions(options.input, options.query, options.passes, tm, limits, statistics);
+  Query query;
+  query.passes = given.passes;
   auto const asked_for = [&](char const* name) { return fnmatch(options.symbols.c_str(), name, 0) == 0; };
-  for (Term_ const* c : state.declared())
+  for (Term_ const* c : given.state.declared())
     if (asked_for(c->symbol->name)) query.constants.push_back(c);
-  for (std::vector<smtlib::NamedTerm> const* list : {&state.defined(), &state.named()})
+  for (std::vector<smtlib::NamedTerm> const* list : {&given.state.defined(), &given.state.named()})
     for (smtlib::NamedTerm const& n : *list) {
       bool const quoted = n.name.starts_with('|');
       std::string const bare = quoted ? n.name.substr(1, n.name.size() - 2) : n.name;
       if (asked_for(bare.c_str())) query.names.push_back(n);
     }
-  simplify(options, tm, permanent, state.assertions().size() - permanent, limits, statistics, observer,
-           query);
-  std::erase_if(query.definitions,
-                [&](words::Definition const& d) { return !asked_for(d.variable->symbol->name); });
+  words::Definitions const definitions = simplify(options, tm, given, limits, statistics, observer, query);
+  if (!definitions.empty()) Recorder(options, tm, given.state, query).run(definitions);
+  if (query.passes != words::Passes::none) {
+    Cone held;
+    held.add(query.formulas);
+    for (Term_ const* t : query.name_terms)
+      if (t->symbol->arity != 0 && !held.contains(t) && is_wired(tm, held, t))
+        query.definitions.push_back({t, t});
+  }
   return query;
 }
 

@@ -24,6 +24,7 @@ bv::Schedule Translation::schedule_of(Query const& query, TermManager& tm,
   // Map lines ask for the bits of these at the end.
   std::vector<Term_ const*> kept = query.constants;
   for (words::Definition const& d : query.definitions) kept.push_back(d.value);
+  kept.insert(kept.end(), query.auxiliary.begin(), query.auxiliary.end());
   kept.insert(kept.end(), query.name_terms.begin(), query.name_terms.end());
   return {bv::WordClausifierInspector(clausifier).hooks(), tm.term_count(), roots, kept};
 }

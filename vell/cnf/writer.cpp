@@ -8,6 +8,7 @@
 #include "vell/cnf/writer.h"
 
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "vell/cnf/annotation.h"
@@ -71,20 +72,36 @@ void write_cnf(CnfOptions const& options, run::Limits const& limits, run::Statis
     if (options.logger != nullptr) clausifier.set_logger(options.logger);
     translation.run(clausifier, count, nullptr, options.logger != nullptr);
     report();
-    auto const line = [&](std::string const& symbol, Term_ const* t, Term_ const* with_bits) {
+    // prefix: "" or cnf::auxiliary.
+    auto const line = [&](std::string_view prefix, std::string const& symbol, Term_ const* t) {
+      auto const value = values.find(t);
+      Term_ const* const with_bits = value == values.end() ? t : value->second;
       bv::BvLitList const* bits = clausifier.lookup(with_bits);
       std::uint64_t const width = values::value_width(tm, t->symbol->get_output_type());
       bv::BvLitList constant;
       if (bits == nullptr && constant_bits(tm, with_bits, width, constant)) bits = &constant;
-      map_lines.push_back(map_line(symbol, t, bits, width, form));
+      map_lines.push_back(std::string(prefix) + map_line(symbol, t, bits, width, form));
     };
-    for (Term_ const* c : query.constants) {
-      auto const value = values.find(c);
-      line(smtlib::quote_symbol(c->symbol->name), c, value == values.end() ? c : value->second);
+    std::unordered_set<Term_ const*> recorded;
+    for (words::Definition const& d : query.recorded) recorded.insert(d.variable);
+    for (Term_ const* c : query.constants)
+      if (recorded.count(c) == 0) line("", smtlib::quote_symbol(c->symbol->name), c);
+    for (Term_ const* t : query.auxiliary) line(auxiliary, query.auxiliary_names.at(t), t);
+    for (words::Definition const& d : query.definitions)
+      if (auto const name = query.auxiliary_names.find(d.variable);
+          d.variable != d.value && name != query.auxiliary_names.end())
+        line(auxiliary, name->second, d.variable);
+    for (words::Definition const& d : query.recorded) {
+      limits.check();
+      auto const name = query.auxiliary_names.find(d.variable);
+      bool const of_script = name == query.auxiliary_names.end();
+      std::string const symbol = of_script ? smtlib::quote_symbol(d.variable->symbol->name) : name->second;
+      map_lines.push_back(std::string(of_script ? "" : auxiliary) +
+                          def_line(symbol, d.variable,
+                                   smtlib::term_text(tm, d.value, query.let_prefix, query.auxiliary_names)));
     }
     if (!query.names.empty()) map_lines.emplace_back(names_heading);
-    for (std::size_t i = 0; i < query.names.size(); ++i)
-      line(query.names[i].name, query.names[i].term, query.name_terms[i]);
+    for (std::size_t i = 0; i < query.names.size(); ++i) line("", query.names[i].name, query.name_terms[i]);
   }
 
   statistics.enter(run::Phase::writing);

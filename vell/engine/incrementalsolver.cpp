@@ -71,8 +71,6 @@ words::Formulas IncrementalSolver::fresh_formulas(ScriptState const& state,
   std::size_t const first_level = state.levels() == 0 ? assertions.size() : state.level_start(1);
   words::Formulas fresh;
   fresh.first = !named_selectors && selectors_.empty();
-  fresh.may_define = !proof_;
-  fresh.may_substitute = true;
   for (std::size_t i = selectors_.size(); i < assertions.size(); ++i) {
     bool const permanent = i < first_level && !named_selectors;
     (permanent ? fresh.permanent : fresh.retractable).push_back({assertions[i].term, i});
@@ -131,10 +129,6 @@ void IncrementalSolver::popped(ScriptState const& state) {
     if (selectors_.back() != bv::l_undef) solver_->add_clause({-selectors_.back()});
     selectors_.pop_back();
   }
-  // The proof is of the file that cnf writes, and that has the bits of these in its map.
-  if (proof_)
-    for (words::Definition const& d : simplifier_.definitions())
-      clausifier_.bit_blast(d.value, solver_.get());
 }
 
 bool IncrementalSolver::limit_conflicts(std::uint64_t conflicts) {
@@ -207,8 +201,8 @@ bool IncrementalSolver::model_holds(ScriptState const& state, std::vector<Term_ 
 }
 
 void IncrementalSolver::read(Term_ const* t, std::uint64_t width, std::uint64_t* words) const {
-  if (std::vector<std::uint64_t> const* value = simplifier_.completed(t)) {
-    std::copy(value->begin(), value->end(), words);
+  if (std::uint64_t const* value = simplifier_.completed(t)) {
+    std::copy(value, value + (width + 63) / 64, words);
     return;
   }
   bv::BvLitList const* bits = clausifier_.lookup(t);

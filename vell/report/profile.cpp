@@ -79,7 +79,6 @@ class Steps : public words::StepObserver {
       query.formulas.push_back(f.term);
       query.positions.emplace_back();
     });
-    query.definitions = formulas.definitions;
     FormulasSize size;
     size.formulas = query.formulas.size();
     cnf::Translation const translation(query, *profile_.tm, options_.input);

@@ -59,10 +59,7 @@ namespace vell::run {
   row(sweep_work_first, 8'000'000, 0, 1'000'000'000'000,                                                    \
       "literals visited before the first equal signals are found")                                          \
   row(sweep_work_per_signal, 50'000, 0, 1'000'000'000,                                                      \
-      "literals visited for each pair of equal signals found")                                              \
-  row(unconstrained_saving, 1 << 16, 0, 1'000'000'000'000,                                                  \
-      "squared widths of products and quotients that eliminating variables must save: one "                 \
-      "product of 256 bits")
+      "literals visited for each pair of equal signals found")
 // clang-format on
 
 struct Tunables {

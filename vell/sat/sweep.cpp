@@ -15,7 +15,6 @@
 #include "vell/sinks/solversink.h"
 #include "vell/terms/cone.h"
 #include "vell/values/evaluator.h"
-#include "vell/words/unconstrained.h"
 #include "vell/words/wordpolynomials.h"
 
 namespace vell::sat {
@@ -223,13 +222,39 @@ class Sweeper {
   std::uint64_t work_ = 0;
 };
 
+// A rough size of the products, quotients and remainders in the formulas: the sum of width^2, numeral operands
+// aside.
+std::uint64_t circuit_cost(TermManager const& tm, std::span<Term_ const* const> formulas,
+                           run::Limits const& limits) {
+  Cone cone(limits);
+  cone.add(formulas);
+  std::uint64_t cost = 0;
+  for (Term_ const* t : cone.terms()) {
+    limits.check();
+    switch (tm.get_tag(t->symbol)) {
+      case SymbolTag::bv_mul:
+      case SymbolTag::bv_udiv:
+      case SymbolTag::bv_urem:
+      case SymbolTag::bv_sdiv:
+      case SymbolTag::bv_srem: {
+        std::uint64_t const width = tm.width(t);
+        if (!tm.is_number(t->children[0]->symbol) && !tm.is_number(t->children[1]->symbol))
+          cost += width * width;
+        break;
+      }
+      default: break;
+    }
+  }
+  return cost;
+}
+
 }  // namespace
 
 Sweep sweep(TermManager& tm, std::span<Term_ const* const> formulas, run::Limits const& limits,
             run::Tunables const& tunables) {
   // The caller may be a callback of a solver, through which no exception may pass.
   try {
-    if (words::circuit_cost(tm, formulas, limits) > tunables.sweep_circuits) return {};
+    if (circuit_cost(tm, formulas, limits) > tunables.sweep_circuits) return {};
     return Sweeper(tm, formulas, limits, tunables).run();
   } catch (run::Stopped const&) {
     return {};

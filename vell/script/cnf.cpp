@@ -255,4 +255,9 @@ std::string decode(std::string const& cnf, std::string const& solution, WordForm
   return across_border([&] { return cnf::decode(cnf, solution, to_internal(format)); });
 }
 
+std::string decode(std::string const& cnf, std::string const& solution, std::string const& script,
+                   std::uint64_t query, WordFormat format) {
+  return across_border([&] { return cnf::decode(cnf, solution, to_internal(format), {script, query}); });
+}
+
 }  // namespace vell::script

@@ -90,5 +90,10 @@ VELL_API void write_cnf(std::string const& script, std::string const& output,
 // other.
 VELL_API std::string decode(std::string const& cnf, std::string const& solution,
                             WordFormat format = WordFormat::binary);
+// The same; the model is also checked against what the script asserts at its check number `query`, as
+// CnfFileOptions counts them. Throws Exception for a script of which the CNF file was not made, and Error
+// with the place of an assertion that is false.
+VELL_API std::string decode(std::string const& cnf, std::string const& solution, std::string const& script,
+                            std::uint64_t query, WordFormat format = WordFormat::binary);
 
 }  // namespace vell::script

@@ -12,7 +12,7 @@ Simplified simplify(TermManager& terms, std::span<Term_ const* const> formulas, 
     ControlOrOwn const work(control);
     work.statistics().enter(run::Phase::clausifying);
     words::Formulas batch;
-    batch.first = batch.may_substitute = true;
+    batch.first = batch.substitute_only = true;
     for (std::size_t i = 0; i < formulas.size(); ++i) batch.permanent.push_back({formulas[i], i});
     run::Tunables const tunables = tunables_of(options);
     words::Simplifier simplifier(terms, options.free_division, passes_of(options), work.limits(), tunables);

@@ -27,7 +27,7 @@ struct Simplified {
   std::vector<Definition> definitions;
 };
 
-// Runs the passes of the options over Boolean terms, as `vell-bv cnf` does. Throws Stopped.
+// Runs the passes of the options over Boolean terms, but none that needs new variables. Throws Stopped.
 VELL_API Simplified simplify(TermManager& terms, std::span<Term_ const* const> formulas,
                              Options const& options = {}, Control* control = nullptr);
 

@@ -47,9 +47,11 @@ std::string head_text(Term_ const* t) {
 
 class Printer {
  public:
-  Printer(TermManager const& tm, std::string_view prefix) : tm_(tm), prefix_(prefix) {}
+  Printer(TermManager const& tm, std::string_view prefix, TermNames const& names)
+      : tm_(tm), prefix_(prefix), names_(names) {}
 
   std::string print(Term_ const* root) {
+    if (std::string const* const given = given_name(root)) return *given;
     find_shared(root);
     for (Term_ const* t : shared_) {
       out_ += "(let ((" + name(t) + " ";
@@ -63,6 +65,10 @@ class Printer {
 
  private:
   std::string name(Term_ const* t) const { return std::string(prefix_) + std::to_string(t->id); }
+  std::string const* given_name(Term_ const* t) const {
+    auto const found = names_.find(t);
+    return found == names_.end() ? nullptr : &found->second;
+  }
 
   // Counts the uses of every subterm. Subterms with operands and at least two uses are shared; children
   // precede parents.
@@ -73,7 +79,7 @@ class Printer {
       stack.pop_back();
       for (std::uint64_t i = 0; i < t->symbol->arity; ++i) {
         Term_ const* c = t->children[i];
-        if (c->symbol->arity == 0) continue;
+        if (c->symbol->arity == 0 || given_name(c) != nullptr) continue;
         unsigned const uses = ++uses_[c];
         if (uses == 1) stack.push_back(c);
         if (uses == 2) shared_.push_back(c);
@@ -95,7 +101,9 @@ class Printer {
     };
     std::vector<Frame> stack;
     auto open = [&](Term_ const* t) {
-      if (t->symbol->arity == 0) {
+      if (std::string const* const given = given_name(t)) {
+        out_ += *given;
+      } else if (t->symbol->arity == 0) {
         out_ += leaf_text(tm_, t);
       } else if (t != top && is_named(t)) {
         out_ += name(t);
@@ -119,6 +127,7 @@ class Printer {
 
   TermManager const& tm_;
   std::string_view prefix_;
+  TermNames const& names_;
   std::unordered_map<Term_ const*, unsigned> uses_;
   std::vector<Term_ const*> shared_;
   std::string out_;
@@ -181,7 +190,12 @@ std::string short_text(TermManager const& tm, Term_ const* t, std::size_t most) 
 }
 
 std::string term_text(TermManager const& tm, Term_ const* t, std::string_view prefix) {
-  return Printer(tm, prefix).print(t);
+  return term_text(tm, t, prefix, {});
+}
+
+std::string term_text(TermManager const& tm, Term_ const* t, std::string_view prefix,
+                      TermNames const& names) {
+  return Printer(tm, prefix, names).print(t);
 }
 
 }  // namespace vell::smtlib

@@ -73,20 +73,13 @@ class Elimination : public Pass {
   }
 
  private:
-  bool has_open_values() const {
-    TermManager const& tm = context_.tm;
-    if (tm.has_operator(SymbolTag::fp_to_sbv) || tm.has_operator(SymbolTag::fp_to_ubv)) return true;
-    return context_.free_division &&
-           (tm.has_operator(SymbolTag::bv_udiv) || tm.has_operator(SymbolTag::bv_urem) ||
-            tm.has_operator(SymbolTag::bv_sdiv) || tm.has_operator(SymbolTag::bv_srem));
-  }
-
-  // Everything below terms whose operands leave their value open.
+  // Everything below terms whose operands leave their value open, in values of definitions as well.
   Cone below_open(Formulas& formulas) const {
     Cone out(context_.limits);
-    if (!has_open_values()) return out;
+    if (!may_be_open_valued(context_.tm, context_.free_division)) return out;
     Cone all(context_.limits);
     formulas.each([&](Formula const& f) { all.add(f.term); });
+    for (Definition const& d : formulas.definitions) all.add(d.value);
     for (Term_ const* t : all.terms())
       if (open_valued(context_.tm, t, context_.free_division)) out.add(t);
     return out;

@@ -35,7 +35,7 @@ class Facts : public Pass {
       known_.clear();
       earlier_.reset();
     }
-    if (!formulas.first && !known_.empty()) put_in_earlier(formulas);
+    if (!formulas.first && formulas.round == 0 && !known_.empty()) put_in_earlier(formulas);
     flatten(formulas);
     std::vector<Fact> facts;
     std::unordered_set<Term_ const*> about;
@@ -64,7 +64,8 @@ class Facts : public Pass {
     f.term = now;
   }
 
-  // What held for good in the first batch.
+  // What held for good in the first batch. Not in later rounds: when a variable comes back, the formula that
+  // brings it back is what a fact about it follows from, and the fact must not be put in there.
   void put_in_earlier(Formulas& formulas) {
     if (earlier_ == nullptr) {
       earlier_ = std::make_unique<Substitution>(context_.tm, context_.free_division, context_.limits);

@@ -24,10 +24,9 @@ struct Formulas {
   std::vector<Formula> assumed;      // hold for one check; replaced one by one, in their order
   // No formula of an earlier batch still stands. Only then may a pass drop what later formulas could need.
   bool first = false;
-  // Whether variables may be eliminated; if not, every pass keeps `permanent` equivalent.
-  bool may_define = false;
-  // Whether variables that a formula defines may be eliminated, if no others may.
-  bool may_substitute = false;
+  // Whether variables may go only if their values follow from what is left, so that no new variable is
+  // needed.
+  bool substitute_only = false;
   // How often the repeated passes ran over this batch before.
   unsigned round = 0;
   // Of the variables that were eliminated from this batch.

@@ -170,7 +170,8 @@ class LinearSolver {
       Term_ const* rest = constant_minus_others(row, pivots[i].unknown, width, e);
       bool const variable = tm_.is_uninterpreted_function(pivot->symbol) && width_of(pivot) == width;
       if (definitions_ != nullptr && pivots[i].valuation == 0 && variable && !elsewhere.contains(pivot)) {
-        definitions_->push_back({pivot, rest});
+        Term_ const* const row_equation = tm_.mk_app(SymbolTag::equal, {pivot, rest});
+        definitions_->push_back({pivot, rest, row_equation, tm_.mk_bool(true)});
         continue;
       }
       Term_ const* left = to_width(pivot, width);
@@ -262,7 +263,7 @@ class LinearEquations : public Pass {
     for (Formula const& f : formulas.assumed) kept.push_back(f.term);
     std::size_t const before = terms.size();
     if (!solve_linear_equations(context_.tm, terms, kept,
-                                formulas.may_define ? &formulas.definitions : nullptr, context_.limits,
+                                formulas.substitute_only ? nullptr : &formulas.definitions, context_.limits,
                                 &origins, context_.tunables))
       return 0;
     formulas.permanent.clear();

@@ -27,6 +27,13 @@ inline bool open_valued(TermManager const& tm, Term_ const* t, bool free_divisio
   }
 }
 
+// Whether there can be such terms.
+inline bool may_be_open_valued(TermManager const& tm, bool free_division) {
+  if (tm.has_operator(SymbolTag::fp_to_sbv) || tm.has_operator(SymbolTag::fp_to_ubv)) return true;
+  return free_division && (tm.has_operator(SymbolTag::bv_udiv) || tm.has_operator(SymbolTag::bv_urem) ||
+                           tm.has_operator(SymbolTag::bv_sdiv) || tm.has_operator(SymbolTag::bv_srem));
+}
+
 // Pushes the operands of t that `wanted` is true of, the first one on top; whether there are any. For a walk
 // that comes to a term again when it has been at its operands.
 template <typename Wanted>

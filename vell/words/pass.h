@@ -14,8 +14,7 @@ namespace vell::words {
 
 enum class Guarantee : std::uint8_t {
   // Each formula is replaced by one that is equivalent under the permanent formulas, or the permanent
-  // formulas by others with the same models. With Formulas::may_define the pass may also move a permanent
-  // formula to the definitions.
+  // formulas by others with the same models.
   equivalent,
   // The permanent formulas have the same models, less variables whose value follows from the others; the
   // definitions say what it is.

@@ -6,6 +6,7 @@
 #include <chrono>
 
 #include "vell/words/branches.h"
+#include "vell/words/builder.h"
 #include "vell/words/demandedbits.h"
 #include "vell/words/elimination.h"
 #include "vell/words/facts.h"
@@ -23,15 +24,18 @@ namespace vell::words {
 
 namespace {
 
-// The first passes run in rounds, until none of them finds anything. Identities come next: what they decide,
-// nothing else needs to look at. Equations are solved before products are shared, since a product may go with
-// its variable.
+// The first passes run in rounds, until none of them finds anything. A variable that a formula defines is put
+// in before others are looked at that occur once: nothing has to be undone then. Identities come next: what
+// they decide, nothing else needs to look at. Equations are solved before products are shared, since a
+// product may go with its variable.
 constexpr PassRow rows[] = {
     {"rewrite", "bring terms into a normal form, rule by rule", Guarantee::equivalent, false, true,
      make_rewriter},
     {"facts", "put in what a formula decides", Guarantee::equivalent, false, true, make_facts},
     {"definitions", "eliminate variables that a formula defines", Guarantee::substituting, false, true,
      make_elimination},
+    {"unconstrained", "eliminate variables that occur once", Guarantee::equisatisfiable, true, true,
+     make_unconstrained},
     {"demanded", "narrow operators to the bits that are asked for", Guarantee::equivalent, true, true,
      make_demanded_bits},
     {"bits", "put in what bits and intervals of words decide", Guarantee::equivalent, true, true,
@@ -42,10 +46,8 @@ constexpr PassRow rows[] = {
      make_branches},
     {"identities", "decide equalities of products by a normal form, and comparisons with a successor",
      Guarantee::equivalent, false, true, make_word_identities},
-    {"equations", "solve systems of linear equations", Guarantee::equivalent, true, true,
+    {"equations", "solve systems of linear equations", Guarantee::substituting, true, true,
      make_linear_equations},
-    {"unconstrained", "eliminate variables that occur once", Guarantee::equisatisfiable, true, false,
-     make_unconstrained},
     {"products", "build one circuit for products that differ in width only", Guarantee::equivalent, false,
      true, make_shared_products},
     {"comparisons", "build one circuit for the low bits that comparisons share", Guarantee::equivalent, true,
@@ -54,9 +56,10 @@ constexpr PassRow rows[] = {
      make_lowering},
 };
 constexpr std::size_t pass_count = std::size(rows);
-constexpr std::size_t rewriting = 0;          // finds something wherever it comes first
-constexpr std::size_t repeated = 7;           // so many passes run in rounds
-constexpr std::size_t identities = repeated;  // may run again over formulas that come back
+constexpr std::size_t rewriting = 0;               // finds something wherever it comes first
+constexpr std::size_t repeated = 8;                // so many passes run in rounds
+constexpr std::size_t identities = repeated;       // decide formulas, which may start the rounds again
+constexpr std::size_t equations = identities + 1;  // eliminate variables, which may do so too
 
 }  // namespace
 
@@ -64,7 +67,12 @@ std::span<PassRow const> passes() { return rows; }
 
 Simplifier::Simplifier(TermManager& tm, bool free_division, Passes selected, run::Limits const& limits,
                        run::Tunables const& tunables)
-    : tm_(tm), free_division_(free_division), tunables_(tunables), counts_(pass_count) {
+    : tm_(tm),
+      free_division_(free_division),
+      limits_(limits),
+      tunables_(tunables),
+      counts_(pass_count),
+      evaluator_(tm, free_division) {
   PassContext const context{tm, free_division, limits, tunables_};
   for (std::size_t i = 0; i < pass_count; ++i) {
     bool const runs = selected.contains(i) && (!free_division || rows[i].free_division_too);
@@ -77,25 +85,27 @@ Simplifier::~Simplifier() = default;
 void Simplifier::simplify(Formulas& formulas) {
   if (formulas.first) {
     definitions_.clear();
-    solved_ = 0;
-    completed_.clear();
-    known_free_of_them_ = Cone();
+    place_.clear();
+    values_.reset();
+    visited_ = Cone();
   }
   formulas.round = 0;
   if (observer_ != nullptr) observer_->given(formulas);
   repeat(formulas);
   if (run(identities, formulas) > 0) repeat(formulas);
-  // What identities decide may no longer mention a variable; what comes after them may be undone.
-  std::vector<Formula> const given = formulas.permanent;
-  std::size_t const solved = formulas.definitions.size();
-  if (!formulas.first) restore(formulas);
-  for (std::size_t i = identities + 1; i < pass_count; ++i) run(i, formulas);
-  if (formulas.definitions.empty()) return;
+  if (formulas.first) {
+    if (run(equations, formulas) > 0) repeat(formulas);
+  } else {
+    // What identities decide may no longer mention a variable. They and earlier facts are not for the
+    // formulas that come back: these are what they follow from.
+    while (restore(formulas)) repeat(formulas);
+  }
+  for (std::size_t i = equations + 1; i < pass_count; ++i) run(i, formulas);
+  if (!formulas.first) return;
   definitions_ = formulas.definitions;
-  solved_ = solved;
-  eliminated_from_ = given;
-  known_free_of_them_ = Cone();
-  formulas.each([this](Formula const& f) { known_free_of_them_.add(f.term); });
+  for (std::size_t i = 0; i < definitions_.size(); ++i)
+    if (definitions_[i].replaced != nullptr) place_[definitions_[i].variable] = i;
+  if (!place_.empty()) formulas.each([this](Formula const& f) { visited_.add(f.term); });
 }
 
 void Simplifier::repeat(Formulas& formulas) {
@@ -112,15 +122,7 @@ void Simplifier::repeat(Formulas& formulas) {
 std::uint64_t Simplifier::run(std::size_t pass, Formulas& formulas) {
   using Clock = std::chrono::steady_clock;
   if (passes_[pass] == nullptr || (rows[pass].first_batch_only && !formulas.first)) return 0;
-  switch (rows[pass].guarantee) {
-    case Guarantee::equivalent: break;
-    case Guarantee::substituting:
-      if (!formulas.may_define && !formulas.may_substitute) return 0;
-      break;
-    case Guarantee::equisatisfiable:
-      if (!formulas.may_define) return 0;
-      break;
-  }
+  if (formulas.substitute_only && rows[pass].guarantee == Guarantee::equisatisfiable) return 0;
   Clock::time_point const start = Clock::now();
   PassCounts& counts = counts_[pass];
   counts.formulas += formulas.permanent.size() + formulas.retractable.size() + formulas.assumed.size();
@@ -143,60 +145,59 @@ void Simplifier::report(run::Statistics& statistics) const {
   }
 }
 
-bool Simplifier::mentions_eliminated(Term_ const* formula) {
-  if (known_free_of_them_.contains(formula)) return false;
-  known_free_of_them_.add(formula);
-  return std::any_of(definitions_.begin() + static_cast<std::ptrdiff_t>(solved_), definitions_.end(),
-                     [this](Definition const& d) { return known_free_of_them_.contains(d.variable); });
-}
-
-// What a formula defines stays eliminated: the pass puts it into later formulas as well.
-void Simplifier::restore(Formulas& formulas) {
-  if (definitions_.size() == solved_) return;
-  bool mentioned = false;
-  formulas.each([&](Formula const& f) { mentioned = mentioned || mentions_eliminated(f.term); });
-  if (!mentioned) return;
-  definitions_.resize(solved_);
-  completed_.clear();
-  formulas.permanent.insert(formulas.permanent.begin(), eliminated_from_.begin(), eliminated_from_.end());
-  eliminated_from_.clear();
-}
-
-// Later definitions are made of what remains: the last one comes first.
-void Simplifier::complete(values::Assignment const& model) {
-  completed_.clear();
-  if (definitions_.empty()) return;
-
-  class Completing : public values::Assignment {
-   public:
-    Completing(Simplifier const& simplifier, values::Assignment const& inner)
-        : simplifier_(simplifier), inner_(inner) {}
-    void read(Term_ const* t, std::uint64_t width, std::uint64_t* words) const override {
-      if (std::vector<std::uint64_t> const* value = simplifier_.completed(t))
-        std::copy(value->begin(), value->end(), words);
-      else
-        inner_.read(t, width, words);
+// Only what the formulas mention comes back, with what it was replaced by; that may have been eliminated in
+// turn. What a formula defines stays eliminated: the pass puts it into later formulas as well.
+bool Simplifier::restore(Formulas& formulas) {
+  if (place_.empty()) return false;
+  std::vector<Term_ const*> back;
+  std::size_t looked_at = visited_.terms().size();
+  auto const visit = [&](Term_ const* formula) {
+    visited_.add(formula);
+    for (; looked_at < visited_.terms().size(); ++looked_at) {
+      auto const found = place_.find(visited_.terms()[looked_at]);
+      if (found != place_.end()) back.push_back(bring_back(found->second));
     }
-
-   private:
-    Simplifier const& simplifier_;
-    values::Assignment const& inner_;
   };
-
-  Completing const completing(*this, model);
-  values::Evaluator evaluator(tm_, free_division_);
-  evaluator.set_assignment(completing);
-  for (std::size_t i = definitions_.size(); i-- > 0;) {
-    Definition const& d = definitions_[i];
-    std::uint64_t const* words = evaluator.value(d.value);
-    std::uint64_t const width = values::value_width(tm_, d.variable->symbol->get_output_type());
-    completed_[d.variable].assign(words, words + (width + 63) / 64);
-  }
+  formulas.each([&](Formula const& f) { visit(f.term); });
+  if (back.empty()) return false;
+  for (Term_ const* t : back) formulas.permanent.push_back({t, 0});
+  values_.reset();
+  return true;
 }
 
-std::vector<std::uint64_t> const* Simplifier::completed(Term_ const* variable) const {
-  auto const found = completed_.find(variable);
-  return found == completed_.end() ? nullptr : &found->second;
+// The definition at that place goes, with those that were made for the same reason; the reason as a formula.
+Term_ const* Simplifier::bring_back(std::size_t i) {
+  Definition const reason = definitions_[i];
+  auto const same = [&](std::size_t k) {
+    return definitions_[k].replaced == reason.replaced && definitions_[k].by == reason.by;
+  };
+  while (i > 0 && same(i - 1)) --i;
+  for (; i < definitions_.size() && same(i); ++i) {
+    place_.erase(definitions_[i].variable);
+    definitions_[i].variable = nullptr;
+  }
+  Builder const b(tm_);
+  return b.is_true(reason.by) ? reason.replaced : b.equal(reason.replaced, reason.by);
+}
+
+// Values are expanded until they hold no variable that is defined itself. Then they do not depend on each
+// other, and the evaluator computes again only what a new model changes.
+void Simplifier::complete(values::Assignment const& model) {
+  if (definitions_.empty()) return;
+  if (values_ == nullptr) {
+    values_ = std::make_unique<Substitution>(tm_, free_division_, limits_);
+    for (Definition const& d : definitions_)
+      if (d.variable != nullptr) values_->replace(d.variable, d.value);
+    // From the last one: what it is made of comes later.
+    for (std::size_t i = definitions_.size(); i-- > 0;)
+      if (definitions_[i].variable != nullptr) values_->apply(definitions_[i].variable);
+  }
+  evaluator_.set_assignment(model);
+}
+
+std::uint64_t const* Simplifier::completed(Term_ const* variable) const {
+  if (values_ == nullptr || !values_->is_replaced(variable)) return nullptr;
+  return evaluator_.value(values_->apply(variable));
 }
 
 }  // namespace vell::words

@@ -20,6 +20,7 @@
 #include "vell/words/formulas.h"
 #include "vell/words/pass.h"
 #include "vell/words/passes.h"
+#include "vell/words/substitution.h"
 
 namespace vell::words {
 
@@ -53,17 +54,18 @@ class Simplifier {
   void observe(StepObserver* observer) { observer_ = observer; }
 
   // Simplifies a batch, in place. Where a formula mentions a variable that was eliminated from an earlier
-  // batch, that batch's formulas are appended to `permanent`: they are to be asserted again, and the
-  // variables are no longer defined.
+  // batch and cannot be put in, a formula that says what it was is appended to `permanent`; the variable is
+  // no longer defined then.
   void simplify(Formulas& formulas);
 
-  // Computes the values of the eliminated variables from those of the others, until the next call.
+  // Lets completed() give the eliminated variables' values under this model of the others. It is read until
+  // the next call and must live as long.
   void complete(values::Assignment const& model);
-  // The value that complete() found, as Assignment::read writes it; null for a variable that was not
-  // eliminated.
-  std::vector<std::uint64_t> const* completed(Term_ const* variable) const;
+  // The value of a variable, as Assignment::read writes it, valid until the next call; null for a variable
+  // that is not eliminated, and before complete().
+  std::uint64_t const* completed(Term_ const* variable) const;
 
-  // Of the variables that are eliminated at present.
+  // Of the first batch. A null variable: it came back.
   Definitions const& definitions() const { return definitions_; }
 
   // By place in passes().
@@ -76,20 +78,22 @@ class Simplifier {
   void repeat(Formulas& formulas);
   // Runs one pass; what apply() gave.
   std::uint64_t run(std::size_t pass, Formulas& formulas);
-  bool mentions_eliminated(Term_ const* formula);
-  void restore(Formulas& formulas);
+  // Brings back variables that the formulas mention; whether there were any.
+  bool restore(Formulas& formulas);
+  Term_ const* bring_back(std::size_t definition);
 
   TermManager& tm_;
   bool const free_division_;
+  run::Limits const& limits_;
   run::Tunables const tunables_;
   StepObserver* observer_ = nullptr;
   std::vector<std::unique_ptr<Pass>> passes_;  // null where switched off
   std::vector<PassCounts> counts_;
-  Definitions definitions_;               // of the variables that were eliminated
-  std::size_t solved_ = 0;                // so many of them follow from formulas, and need not be undone
-  std::vector<Formula> eliminated_from_;  // the formulas that held them
-  Cone known_free_of_them_;               // terms that hold none of those variables
-  std::unordered_map<Term_ const*, std::vector<std::uint64_t>> completed_;
+  Definitions definitions_;                              // of the variables that were eliminated
+  std::unordered_map<Term_ const*, std::size_t> place_;  // in definitions_, of those that can come back
+  Cone visited_;                                         // terms that hold none of these
+  std::unique_ptr<Substitution> values_;                 // of the variables; null where not known
+  mutable values::Evaluator evaluator_;
 };
 
 }  // namespace vell::words

@@ -9,34 +9,13 @@
 //
 // Tested by tests/words/unconstrained_test.cpp.
 
-#include <cstdint>
 #include <memory>
-#include <span>
-#include <vector>
 
-#include "vell/run/limits.h"
-#include "vell/terms/termmanager.h"
-#include "vell/words/definition.h"
 #include "vell/words/pass.h"
 
 namespace vell::words {
 
-// Replaces such places in the formulas, and appends the values of the variables that went to `definitions`,
-// whose earlier entries may use the variables of the formulas. Variables in `kept` stay as they are. The
-// formulas are satisfiable as before, and each of their models, completed by the definitions, is one of the
-// formulas given. Quotients and remainders by zero are those of SMT-LIB. Does nothing where that saves no
-// more than `least_saving`, in units as circuit_cost() has them. Whether it did. Throws Stopped when the
-// limits say so, with nothing changed.
-bool eliminate_unconstrained(TermManager& tm, std::vector<Term_ const*>& formulas,
-                             std::span<Term_ const* const> kept, std::uint64_t least_saving,
-                             Definitions& definitions, run::Limits const& limits = run::no_limits());
-
-// A rough size of the products, quotients and remainders in the formulas: the sum of width^2, numeral
-// operands aside. Throws Stopped when the limits say so.
-std::uint64_t circuit_cost(TermManager const& tm, std::span<Term_ const* const> formulas,
-                           run::Limits const& limits = run::no_limits());
-
-// The pass "unconstrained".
+// The pass "unconstrained". Variables of formulas that may be retracted stay.
 std::unique_ptr<Pass> make_unconstrained(PassContext const& context);
 
 }  // namespace vell::words
