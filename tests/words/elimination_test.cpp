@@ -116,5 +116,41 @@ TEST_F(EliminationTest, BelowATermWithAnOpenValueVariablesStay) {
   EXPECT_EQ((Texts{"(bvult (bvudiv y x) y)", "(= x (bvmul y y))"}), texts(later.permanent));
 }
 
+// ---- slices ----
+
+TEST_F(EliminationTest, AFormulaThatFixesASliceEliminatesItsBits) {
+  EXPECT_EQ((Texts{"(bvult (concat part!0 (concat (bvmul b b) part!1)) y)",
+                   "x := (concat part!0 (concat (bvmul b b) part!1))"}),
+            after("(assert (= ((_ extract 1 1) x) (bvmul b b)))(assert (bvult x y))"));
+  // At an end, of one bit, negated.
+  for (std::string const said :
+       {"(= ((_ extract 3 2) x) #b01)", "(= #b0 ((_ extract 0 0) x))", "(not (= ((_ extract 1 1) x) #b0))"}) {
+    EXPECT_EQ(2u, after("(assert " + said + ")(assert (bvult x (bvmul x x)))").size()) << said;
+    ASSERT_EQ(1u, formulas.definitions.size()) << said;
+    EXPECT_STREQ("x", formulas.definitions[0].variable->symbol->name);
+    EXPECT_EQ(4u, tm.width(formulas.definitions[0].value));
+  }
+  // What is said of it by itself stays, and so does every variable where no new ones are wanted.
+  EXPECT_EQ(1u, after("(assert (= ((_ extract 3 2) x) ((_ extract 1 0) (bvnot x))))").size());
+  Formulas only =
+      read("(declare-const x (_ BitVec 8))(assert (= ((_ extract 7 6) x) #b01))(assert (bvult x #x42))");
+  only.substitute_only = true;
+  EXPECT_EQ(0u, make_elimination(context)->apply(only));
+}
+
+TEST_F(EliminationTest, AVariableOfWhichOnlySlicesAreUsedIsSplit) {
+  EXPECT_EQ(
+      (Texts{"(bvult (concat (_ bv0 1) part!0) part!1)", "(bvult y z)",
+             "x := (concat part!2 (concat part!1 part!0))"}),
+      after("(assert (bvult (concat #b0 ((_ extract 0 0) x)) ((_ extract 2 1) x)))(assert (bvult y z))"));
+  ASSERT_EQ(1u, formulas.definitions.size());
+  EXPECT_EQ(4u, tm.width(formulas.definitions[0].value));
+  // A use of the whole, an overlap, and one slice alone leave it as it is.
+  for (std::string const said :
+       {"(bvult ((_ extract 2 1) x) ((_ extract 1 0) (bvand x y)))",
+        "(bvult ((_ extract 2 1) x) ((_ extract 3 2) x))", "(bvult ((_ extract 2 1) x) ((_ extract 3 2) y))"})
+    EXPECT_EQ(1u, after("(assert " + said + ")").size()) << said;
+}
+
 }  // namespace
 }  // namespace vell::words

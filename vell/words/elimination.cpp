@@ -1,6 +1,8 @@
 // A permanent formula x = t with a variable x that is not in t makes x superfluous: t is put in everywhere,
 // and the formula goes. So does a formula that can be solved for a variable: x + s = t, x ^ s = t, ~x = t, x
-// <-> p.
+// <-> p. A formula that says what a slice of x is, x[m:l] = t, makes x the concatenation of t with new
+// variables above and below. A variable that is only used through slices that do not overlap becomes the
+// concatenation of one new variable for each: what is said of one slice leaves the others free.
 //
 // All formulas are looked at before anything is put in. Definitions that depend on each other in a circle are
 // found by the substitution, which keeps one variable of the circle; its formula stays.
@@ -12,6 +14,8 @@
 #include "vell/words/elimination.h"
 
 #include <algorithm>
+#include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "vell/terms/cone.h"
@@ -26,7 +30,15 @@ namespace {
 
 using Tag = SymbolTag::tag;
 
-constexpr unsigned most_steps = 24;  // operators looked through in search of a variable to solve for
+constexpr unsigned most_steps = 24;      // operators looked through in search of a variable to solve for
+constexpr std::size_t most_slices = 64;  // of a variable; concatenations of many are slow to evaluate
+constexpr std::size_t no_formula = ~std::size_t{0};
+
+// Bits low to high of a word.
+struct Slice {
+  std::uint64_t low;
+  std::uint64_t high;
+};
 
 class Elimination : public Pass {
  public:
@@ -44,11 +56,17 @@ class Elimination : public Pass {
     Cone const kept = below_open(formulas);
     for (std::size_t i = 0; i < formulas.permanent.size(); ++i) {
       context_.limits.check();
-      Definition const d = solved(formulas.permanent[i].term, kept, put_in);
+      Definition const d = solved(formulas.permanent[i].term, kept, put_in, formulas.substitute_only);
       if (d.variable == nullptr) continue;
       put_in.replace(d.variable, d.value);
       found.push_back(d);
       from.push_back(i);
+    }
+    // What was put in may leave a variable to slices only, which a later round sees.
+    if (found.empty() && !formulas.substitute_only) {
+      found = sliced(formulas, kept);
+      from.resize(found.size(), no_formula);
+      for (Definition const& d : found) put_in.replace(d.variable, d.value);
     }
     if (found.empty()) return 0;
     std::vector<bool> drop(formulas.permanent.size(), false);
@@ -57,7 +75,7 @@ class Elimination : public Pass {
     formulas.replace_values([&](Term_ const* t) { return put_in.apply(t); });
     for (std::size_t i = 0; i < found.size(); ++i) {
       if (put_in.stays(found[i].variable)) continue;
-      drop[from[i]] = true;
+      if (from[i] != no_formula) drop[from[i]] = true;
       ++eliminated;
       Definition const d{found[i].variable, put_in.apply(found[i].variable)};
       definitions_.push_back(d);
@@ -104,7 +122,8 @@ class Elimination : public Pass {
   }
 
   // The variable that the formula can be solved for, and its value; a null variable for none.
-  Definition solved(Term_ const* formula, Cone const& kept, Substitution const& put_in) const {
+  Definition solved(Term_ const* formula, Cone const& kept, Substitution const& put_in,
+                    bool substitute_only) {
     auto const usable = [&](Term_ const* t) {
       return b_.is_variable(t) && !kept.contains(t) && !put_in.is_replaced(t) &&
              (b_.is_bool(t) || b_.width(t) != 0);
@@ -118,14 +137,87 @@ class Elimination : public Pass {
     if (negated) {
       // Of one bit: the other value.
       if (b_.width(p->children[0]) != 1) return {nullptr, nullptr};
-      return of_sides(p, usable, [&](Term_ const* t) { return b_.complement(t); });
+      Definition const d = of_sides(p, usable, [&](Term_ const* t) { return b_.complement(t); });
+      if (d.variable != nullptr || substitute_only) return d;
+      return of_slice(p, usable, [&](Term_ const* t) { return b_.complement(t); });
     }
     if (Definition const d = of_sides(p, usable, [](Term_ const* t) { return t; }); d.variable != nullptr)
       return d;
     for (unsigned i = 0; i < 2; ++i)
       if (Definition const d = solve(p->children[i], p->children[1 - i], usable); d.variable != nullptr)
         return d;
+    if (substitute_only) return {nullptr, nullptr};
+    return of_slice(p, usable, [](Term_ const* t) { return t; });
+  }
+
+  // A side that is a slice of a variable; of two the left one.
+  template <typename Usable, typename Value>
+  Definition of_slice(Term_ const* equality, Usable usable, Value value) {
+    for (unsigned i = 0; i < 2; ++i) {
+      Term_ const* const side = equality->children[i];
+      if (!b_.is(side, Tag::bv_extract)) continue;
+      Term_ const* const x = side->children[0];
+      Term_ const* const other = equality->children[1 - i];
+      // x[7:4] = x[3:0] is no such formula.
+      if (!usable(x) || (b_.is(other, Tag::bv_extract) && other->children[0] == x)) continue;
+      std::uint64_t const above = b_.width(x) - b_.msb(side) - 1;
+      Term_ const* const high = above > 0 ? part(above) : nullptr;
+      Term_ const* const low = b_.lsb(side) > 0 ? part(b_.lsb(side)) : nullptr;
+      return {x, b_.concat(high, b_.concat(value(other), low))};
+    }
     return {nullptr, nullptr};
+  }
+
+  Term_ const* part(std::uint64_t width) {
+    return context_.tm.mk_variable("part!" + std::to_string(parts_++), context_.tm.bv_type(width));
+  }
+
+  // Variables of which nothing but two or more slices is used, with their parts.
+  std::vector<Definition> sliced(Formulas& formulas, Cone const& kept) {
+    std::vector<Definition> out;
+    if (!context_.tm.has_operator(Tag::bv_extract)) return out;
+    Cone cone(context_.limits);
+    formulas.each([&](Formula const& f) { cone.add(f.term); });
+    std::unordered_map<Term_ const*, std::vector<Slice>> slices;
+    for (Term_ const* t : cone.terms()) {
+      context_.limits.check();
+      if (b_.is(t, Tag::bv_extract) && b_.is_variable(t->children[0]))
+        slices[t->children[0]].push_back({b_.lsb(t), b_.msb(t)});
+    }
+    if (slices.empty()) return out;
+    for (Term_ const* t : cone.terms()) {
+      context_.limits.check();
+      if (b_.is(t, Tag::bv_extract)) continue;
+      for (std::uint64_t i = 0; i < t->symbol->arity; ++i)
+        if (t->children[i]->symbol->arity == 0) slices.erase(t->children[i]);
+    }
+    // In the order of the terms, which does not depend on where they lie in memory.
+    for (Term_ const* x : cone.sorted()) {
+      auto const found = slices.find(x);
+      if (found == slices.end() || kept.contains(x) || found->second.size() > most_slices) continue;
+      if (Term_ const* value = joined(x, found->second)) out.push_back({x, value});
+    }
+    return out;
+  }
+
+  // x as a concatenation of new variables, one for each slice and each gap; null where slices overlap.
+  Term_ const* joined(Term_ const* x, std::vector<Slice>& slices) {
+    std::sort(slices.begin(), slices.end(), [](Slice const& a, Slice const& b) { return a.low < b.low; });
+    for (std::size_t i = 0; i + 1 < slices.size(); ++i)
+      if (slices[i].high >= slices[i + 1].low) return nullptr;
+    if (slices.size() < 2) return nullptr;
+    Term_ const* value = nullptr;
+    std::uint64_t next = 0;  // the lowest bit that value does not have
+    auto const append = [&](std::uint64_t end) {
+      if (end > next) value = b_.concat(part(end - next), value);
+      next = end;
+    };
+    for (Slice const& s : slices) {
+      append(s.low);
+      append(s.high + 1);
+    }
+    append(b_.width(x));
+    return value;
   }
 
   // A side that is a variable; of two the younger one.
@@ -182,6 +274,7 @@ class Elimination : public Pass {
   Builder const b_;
   Definitions definitions_;              // of the first batch
   std::unique_ptr<Substitution> later_;  // made of them when a later batch comes
+  std::uint64_t parts_ = 0;              // variables made
 };
 
 }  // namespace
