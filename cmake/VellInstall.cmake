@@ -20,6 +20,11 @@ if(TARGET vell_script)
   endif()
 endif()
 
+if(TARGET vell_python AND NOT CMAKE_SKIP_INSTALL_RPATH AND VELL_LIBRARY_TYPE STREQUAL "SHARED_LIBRARY")
+  file(RELATIVE_PATH python_to_lib ${CMAKE_INSTALL_PREFIX}/${VELL_PYTHON_INSTALL_DIR}/vell ${CMAKE_INSTALL_FULL_LIBDIR})
+  set_target_properties(vell_python PROPERTIES INSTALL_RPATH "$ORIGIN/${python_to_lib}")
+endif()
+
 # Headers. The sources include some that no caller needs.
 set(VELL_INTERNAL_HEADERS terms/termbuilder.h terms/theorybuilders.h bv/emit.h bv/gates.h bv/poollist.h bv/trace.h
     script/border.h script/controlparts.h)
@@ -45,6 +50,9 @@ function(vell_install_licence package component)
 endfunction()
 vell_install_licence(libvell${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR} runtime)
 vell_install_licence(libvell-dev development)
+if(TARGET vell_python)
+  vell_install_licence(python3-vell python)
+endif()
 if(TARGET vell_script)
   vell_install_licence(libvell-script${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR} script-runtime)
   vell_install_licence(libvell-script-dev script-development)

@@ -18,6 +18,10 @@ if(TARGET vell-bv)
   list(APPEND CPACK_COMPONENTS_ALL script-runtime script-development tool)
 endif()
 
+if(TARGET vell_python)
+  list(APPEND CPACK_COMPONENTS_ALL python)
+endif()
+
 set(runtime_package "libvell${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}")
 set(script_runtime_package "libvell-script${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -59,5 +63,16 @@ set(CPACK_COMPONENT_TOOL_DESCRIPTION "The command line: runs SMT-LIB scripts ove
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME vell-bv)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION math)
 set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "${script_runtime_package} ${same_version}")
+
+set(CPACK_COMPONENT_PYTHON_DESCRIPTION "The Python package: terms over bit-vectors, their clauses as NumPy arrays,
+ and an incremental solver.")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-vell)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+# A module is built for one version of the interpreter.
+if(TARGET vell_python)
+  math(EXPR next_minor "${Python_VERSION_MINOR} + 1")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "${script_runtime_package} ${same_version}, python3-numpy, \
+python3 (>= 3.${Python_VERSION_MINOR}), python3 (<< 3.${next_minor})")
+endif()
 
 include(CPack)
