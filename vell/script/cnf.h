@@ -20,6 +20,7 @@
 
 namespace vell::script {
 
+// How a Cnf is made.
 struct CnfOptions : Options {
   // Variable 1 is the constant true, with a unit clause, and every clause stands as the clausifier made it.
   // Otherwise clauses that a constant satisfies are left out, and false constants in the others.
@@ -43,8 +44,9 @@ class VELL_API Cnf {
   Cnf& operator=(Cnf&&) noexcept;
   ~Cnf();
 
+  // Their numbers.
   std::uint64_t variables() const;
-  std::uint64_t clauses() const;
+  std::uint64_t clauses() const;  // see variables()
   // The literals of all clauses, one clause after the other, without zeros. Valid as long as this.
   std::span<std::int32_t const> literals() const;
   // Where clause i begins in literals(), and, as the last of clauses() + 1 elements, where the last one ends.

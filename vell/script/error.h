@@ -15,8 +15,8 @@ namespace vell::script {
 
 // A place in a script. Lines and columns count from 1; a column counts bytes.
 struct Position {
-  std::uint64_t line = 1;
-  std::uint64_t column = 1;
+  std::uint64_t line = 1;    // from 1
+  std::uint64_t column = 1;  // from 1
 };
 
 // An error at a place in a script. what() is "FILE:LINE:COLUMN: message".
@@ -49,9 +49,11 @@ VELL_API char const* reason_text(Reason reason);
 // Work ended because it was told to.
 class VELL_API Stopped : public Exception {
  public:
+  // what() is reason_text().
   explicit Stopped(Reason reason);
   ~Stopped() override;
 
+  // As it was given.
   Reason reason() const { return reason_; }
 
  private:

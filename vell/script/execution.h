@@ -47,6 +47,7 @@ class VELL_API Console {
   std::unique_ptr<Parts> parts_;
 };
 
+// What a program asks of it in addition to the script.
 struct ExecutionOptions : SolverOptions {
   std::string proof = {};  // file of a DRAT proof of the only unsat answer; "" for none
   // The number of the check-sat to answer, from 1. Earlier ones are skipped, with the queries about their
@@ -79,6 +80,7 @@ struct VELL_API DialogueEnded : Exception {
   ~DialogueEnded() override;
 };
 
+// A script that runs.
 class VELL_API Execution {
  public:
   // The references must outlive the execution. Throws Exception for options that do not exist.

@@ -20,6 +20,7 @@ enum class WordFormat : std::uint8_t {
   decimal       // (_ bv5 4)
 };
 
+// For everything that makes clauses.
 struct Options {
   // Passes that simplify formulas before they become clauses: "all", "none", or names with + or - in front,
   // separated by commas: "-products", "none,+equations". options_table() lists them.

@@ -14,6 +14,7 @@
 
 namespace vell::script {
 
+// What a profile tells.
 struct ProfileOptions : Options {
   std::uint64_t query = 0;   // which check, from 1; 0: the first, or the script's end where it has none
   bool json = false;         // all of it as JSON (docs/profile.md) in the place of tables

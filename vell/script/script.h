@@ -19,13 +19,16 @@
 
 namespace vell::script {
 
+// What a script asserts or assumes.
 struct Formula {
-  Term_ const* term = nullptr;
-  std::string name = {};   // from (! formula :named n) around the whole formula; "" without
-  Position position = {};  // of the assertion, or of the check that assumes it
+  Term_ const* term = nullptr;  // of sort Bool
+  std::string name = {};        // from (! formula :named n) around the whole formula; "" without
+  Position position = {};       // of the assertion, or of the check that assumes it
 };
 
+// A command of a script, with its terms.
 struct Command {
+  // What it does.
   enum class Kind : std::uint8_t {
     declare,           // terms[0]: the constant
     define,            // terms[0]: the body where it has no parameters
@@ -40,12 +43,12 @@ struct Command {
     exit
   };
 
-  Kind kind = Kind::exit;
+  Kind kind = Kind::exit;  // says what the rest is
   Position position = {};  // of the opening parenthesis
   std::string text = {};   // declare, define: the symbol, without bars; assert_formula: its name or ""
-  std::string value = {};
-  std::vector<Term_ const*> terms = {};
-  std::uint64_t levels = 0;
+  std::string value = {};  // set: as written
+  std::vector<Term_ const*> terms = {};  // see Kind
+  std::uint64_t levels = 0;              // push, pop
 };
 
 // A script that was read to its end. Terms belong to the manager that it was read into.
@@ -62,10 +65,12 @@ class VELL_API Script {
   static Script stream(TermManager& terms, std::istream& in, std::string const& name = "<stream>",
                        Control* control = nullptr);
 
+  // May be moved, not copied.
   Script(Script&&) noexcept;
   Script& operator=(Script&&) noexcept;
   ~Script();
 
+  // The file's path, or the name that was given.
   std::string const& name() const;
   // All commands, in order.
   std::span<Command const> commands() const;

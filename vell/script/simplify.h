@@ -16,10 +16,11 @@ namespace vell::script {
 
 // A variable that the formulas no longer hold, and the value that it takes in a model of what is left.
 struct Definition {
-  Term_ const* variable;
-  Term_ const* value;
+  Term_ const* variable;  // a constant
+  Term_ const* value;     // of its sort
 };
 
+// What simplify() gives.
 struct Simplified {
   // All of them hold where, and only where, all given ones hold under some values of the defined variables.
   std::vector<Term_ const*> formulas;

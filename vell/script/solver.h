@@ -22,6 +22,7 @@ namespace vell::script {
 
 using sinks::Answer;
 
+// How a Solver works.
 struct SolverOptions : Options {
   int seed = 0;          // of the embedded SAT solver; 0: its default
   unsigned threads = 1;  // 2: a second search joins where the first one takes long
