@@ -107,5 +107,24 @@ TEST(Digest, ProblemsNameTheFile) {
   EXPECT_EQ(problem("-"), "<stdin>:1:1: cannot read: Is a directory");
 }
 
+TEST(Digest, OfTexts) {
+  EXPECT_EQ(digest_of_nothing, text_digest(""));
+  EXPECT_EQ(digest_of_abc, text_digest("abc"));
+  EXPECT_EQ(digest_of_a_million_a, text_digest(std::string(1000000, 'a')));
+}
+
+TEST(Digest, AWholeInputCanBeReadAgain) {
+  test::Scratch scratch;
+  std::string const path = scratch.write("a", "some text");
+  EXPECT_EQ("some text", whole_input(path));
+  int ends[2];
+  ASSERT_EQ(0, pipe(ends));
+  ASSERT_EQ(3, write(ends[1], "abc", 3));
+  close(ends[1]);
+  Input const input(ends[0]);
+  EXPECT_EQ("abc", whole_input("-"));
+  EXPECT_EQ("abc", rest_of_input());
+}
+
 }  // namespace
 }  // namespace vell::io

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <vector>
 
+#include "vell/io/source.h"
 #include "vell/terms/exception.h"
 
 namespace vell::io {
@@ -31,6 +32,17 @@ class Descriptor {
 
 [[noreturn]] void fail(std::string const& path) {
   throw Exception((path == "-" ? "<stdin>" : path) + ":1:1: cannot read: " + std::strerror(errno));
+}
+
+std::string finished(sha256_ctx& context) {
+  unsigned char digest[SHA256_DIGEST_SIZE];
+  sha256_digest(&context, sizeof digest, digest);
+  std::string out;
+  for (unsigned char byte : digest) {
+    out += "0123456789abcdef"[byte >> 4];
+    out += "0123456789abcdef"[byte & 15];
+  }
+  return out;
 }
 
 }  // namespace
@@ -60,14 +72,27 @@ std::string input_digest(std::string const& path) {
   }
   if (standard && (lseek(copy.get(), 0, SEEK_SET) != 0 || dup2(copy.get(), STDIN_FILENO) < 0)) fail(path);
 
-  unsigned char digest[SHA256_DIGEST_SIZE];
-  sha256_digest(&context, sizeof digest, digest);
-  std::string out;
-  for (unsigned char byte : digest) {
-    out += "0123456789abcdef"[byte >> 4];
-    out += "0123456789abcdef"[byte & 15];
+  return finished(context);
+}
+
+std::string whole_input(std::string const& path) {
+  if (path == "-") static_cast<void>(input_digest(path));
+  std::string text;
+  {
+    std::unique_ptr<Source> const source = Source::open(path);
+    while (source->refill(source->begin())) {
+    }
+    text.assign(source->begin(), source->end());
   }
-  return out;
+  if (path == "-" && lseek(STDIN_FILENO, 0, SEEK_SET) != 0) fail(path);
+  return text;
+}
+
+std::string text_digest(std::string_view text) {
+  sha256_ctx context;
+  sha256_init(&context);
+  sha256_update(&context, text.size(), reinterpret_cast<unsigned char const*>(text.data()));
+  return finished(context);
 }
 
 }  // namespace vell::io
