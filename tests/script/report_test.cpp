@@ -42,5 +42,16 @@ TEST(Report, CanBeStopped) {
   EXPECT_THROW(profile(scratch.write("a.smt2", product), {}, &control), Stopped);
 }
 
+TEST(Report, APageForABrowser) {
+  test::Scratch scratch;
+  std::string const input =
+      scratch.write("a.smt2", "(declare-const x (_ BitVec 4))(assert (bvult x #x3))(check-sat)");
+  write_profile_page(input, scratch.file("a.html"));
+  std::string const page = scratch.read("a.html");
+  EXPECT_EQ(0u, page.find("<!DOCTYPE html>"));
+  EXPECT_NE(std::string::npos, page.find("(assert (bvult x #x3))"));
+  EXPECT_THROW(write_profile_page(input, input), Exception);
+}
+
 }  // namespace
 }  // namespace vell::script

@@ -39,6 +39,7 @@ int run(int argc, char** argv) {
   add_solve(app, common, action);
   add_cnf(app, common, action);
   add_profile(app, common, action);
+  add_draw(app, common, action);
   add_decode(app, common, action);
   add_replay(app, common, action);
   // Listed here; implemented in normalised().

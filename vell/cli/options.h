@@ -51,6 +51,7 @@ using Action = std::function<int()>;
 void add_solve(CLI::App& app, CommonOptions& common, Action& action);
 void add_cnf(CLI::App& app, CommonOptions& common, Action& action);
 void add_profile(CLI::App& app, CommonOptions& common, Action& action);
+void add_draw(CLI::App& app, CommonOptions& common, Action& action);
 void add_decode(CLI::App& app, CommonOptions& common, Action& action);
 void add_replay(CLI::App& app, CommonOptions& common, Action& action);
 

@@ -11,6 +11,7 @@ namespace {
 struct Arguments {
   std::string input;
   std::string output = "-";
+  std::string page;  // "" for tables or JSON
   script::ProfileOptions options;
 };
 
@@ -25,7 +26,10 @@ int run(Arguments arguments, CommonOptions const& common) {
   Watchdog watchdog(common, console, control, "");
   int code = exit_error;
   try {
-    script::write_profile(arguments.input, arguments.output, options, &control);
+    if (arguments.page.empty())
+      script::write_profile(arguments.input, arguments.output, options, &control);
+    else
+      script::write_profile_page(arguments.input, arguments.page, options, &control);
     code = 0;
   } catch (script::Stopped const& e) {
     console.message("no profile: ", e.what());
@@ -51,16 +55,22 @@ void add_profile(CLI::App& app, CommonOptions& common, Action& action) {
   command->add_option("--top", arguments->options.top, "how many assertions and terms are listed: 20 without")
       ->type_name("N")
       ->check(count());
+  CLI::Option* const html =
+      command->add_option("--html", arguments->page, "a page for a browser that needs nothing else")
+          ->type_name("OUT.html");
   CLI::Option* const json =
-      command->add_flag("--json", arguments->options.json, "all of it as JSON (docs/profile.md)");
+      command->add_flag("--json", arguments->options.json, "all of it as JSON (docs/profile.md)")
+          ->excludes(html);
   command
       ->add_option("--against", arguments->options.against, "the difference from a profile that --json wrote")
       ->type_name("OTHER.json")
-      ->excludes(json);
+      ->excludes(json)
+      ->excludes(html);
   command
       ->add_option("-o,--output", arguments->output,
                    "file for the tables or the JSON; standard output without")
-      ->type_name("OUT");
+      ->type_name("OUT")
+      ->excludes(html);
   common.add_to(*command, {"--time-limit", "--memory-limit", "--stats", "--progress", "--div-by-zero",
                            "--words", "--set"});
   command->callback(

@@ -30,4 +30,9 @@ VELL_API std::string profile(std::string const& script, ProfileOptions const& op
 VELL_API void write_profile(std::string const& script, std::string const& output,
                             ProfileOptions const& options = {}, Control* control = nullptr);
 
+// A page for a browser that needs nothing else (docs/profile.md). Of the options, `json`, `against` and `top`
+// have no meaning.
+VELL_API void write_profile_page(std::string const& script, std::string const& output,
+                                 ProfileOptions const& options = {}, Control* control = nullptr);
+
 }  // namespace vell::script
