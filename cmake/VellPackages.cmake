@@ -62,6 +62,7 @@ set(CPACK_COMPONENT_TOOL_DESCRIPTION "The command line: runs SMT-LIB scripts ove
  clauses as DIMACS.")
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME vell-bv)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION math)
+set(CPACK_DEBIAN_TOOL_PACKAGE_SUGGESTS graphviz)  # for pictures of `draw`
 set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "${script_runtime_package} ${same_version}")
 
 set(CPACK_COMPONENT_PYTHON_DESCRIPTION "The Python package: terms over bit-vectors, their clauses as NumPy arrays,

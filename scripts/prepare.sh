@@ -6,7 +6,8 @@ program_packages="g++ cmake ninja-build libgmp-dev libcadical-dev libcli11-dev n
   zlib1g-dev libbz2-dev liblzma-dev libzstd-dev libedit-dev"
 test_packages="libgtest-dev libbenchmark-dev cadical z3 cvc5 minisat2 cryptominisat python3
   libcryptominisat5-dev make pkg-config doxygen clang-format python3-jsonschema valgrind
-  pybind11-dev python3-dev python3-numpy"
+  pybind11-dev python3-dev python3-numpy
+  graphviz chromium chromium-driver"
 
 say() { echo "$*" >&2; }
 
