@@ -86,7 +86,7 @@ TEST_F(QuestionsTest, DeeplyNestedOperators) {
       sides[1] = tm.mk_app(tag, {words[i % 4], sides[1]});
     }
     Formulas formulas;
-    formulas.first = formulas.may_define = true;
+    formulas.first = true;
     formulas.permanent.push_back(
         {tm.mk_app(SymbolTag::bool_not, {tm.mk_app(SymbolTag::equal, {sides[0], sides[1]})}), 0});
     Simplifier(tm, false, Passes::all, limits, tunables).simplify(formulas);
