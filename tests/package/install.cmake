@@ -1,6 +1,4 @@
-# Builds the library in DIRECTORY/build, installs it into DIRECTORY/staging and moves it to DIRECTORY/prefix.
-# The static one alone; the shared one with the script library and the command line, unoptimised: it is about symbols,
-# headers and files.
+# Builds the library alone in DIRECTORY/build, installs it into DIRECTORY/staging and moves it to DIRECTORY/prefix.
 cmake_minimum_required(VERSION 3.25)
 function(run)
   execute_process(COMMAND ${ARGV} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
@@ -11,14 +9,12 @@ function(run)
 endfunction()
 
 set(shared OFF)
-set(flags "")
 if(KIND STREQUAL "shared")
   set(shared ON)
-  set(flags "-DCMAKE_CXX_FLAGS_RELEASE=-O0 -DNDEBUG")
 endif()
 run(${CMAKE_COMMAND} -S "${SOURCE}" -B "${DIRECTORY}/build" -G "${GENERATOR}" -DBUILD_SHARED_LIBS=${shared}
     "-DCMAKE_BUILD_TYPE=${BUILD_TYPE}" "-DCMAKE_CXX_COMPILER=${COMPILER}" "-DCMAKE_CXX_COMPILER_LAUNCHER=${LAUNCHER}"
-    "-DVELL_SANITIZE=${SANITIZE}" -DVELL_BUILD_TOOL=${shared} ${flags} -DVELL_BUILD_TESTS=OFF -DVELL_BUILD_BENCHMARKS=OFF
+    "-DVELL_SANITIZE=${SANITIZE}" -DVELL_BUILD_TOOL=OFF -DVELL_BUILD_TESTS=OFF -DVELL_BUILD_BENCHMARKS=OFF
     -DCMAKE_INSTALL_LIBDIR=lib "-DCMAKE_INSTALL_PREFIX=${DIRECTORY}/staging")
 run(${CMAKE_COMMAND} --build "${DIRECTORY}/build" --parallel 2)
 file(REMOVE_RECURSE "${DIRECTORY}/staging" "${DIRECTORY}/prefix")
