@@ -100,7 +100,7 @@ configure_file(${PROJECT_SOURCE_DIR}/cmake/vell.pc.in ${PROJECT_BINARY_DIR}/vell
 install(FILES ${PROJECT_BINARY_DIR}/vell.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 if(TARGET vell_script)
   if(VELL_LIBRARY_TYPE STREQUAL "STATIC_LIBRARY")
-    set(VELL_SCRIPT_PC_LIBS " -lcadical -lnettle -lz -lbz2 -llzma -lzstd -lgmpxx -lpthread")
+    set(VELL_SCRIPT_PC_LIBS " -lcadical -lnettle -lz -lbz2 -llzma -lzstd -lgmpxx -lpthread -lm")
   else()
     set(VELL_SCRIPT_PC_LIBS "")
   endif()

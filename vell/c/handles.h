@@ -4,7 +4,7 @@
 // so a handle that is freed, invented or of another kind is found out without touching memory. Numbers are
 // not used again.
 //
-// Tested by tests/c/interface.c.
+// Its test is the C program of tests/c.
 
 #include <cstdint>
 #include <memory>
