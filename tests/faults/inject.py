@@ -97,6 +97,7 @@ MODES = [
     Mode("stats", ["unsat.smt2.gz", "--stats", "--threads", "2"]),
     Mode("cnf", ["cnf", "small.smt2", "-o", "o.cnf", "--annotate"], ["o.cnf"]),
     Mode("cnf.xz", ["cnf", "-", "-o", "o.cnf.xz"], ["o.cnf.xz"]),
+    Mode("draw", ["draw", "small.smt2", "--depth", "2", "-o", "o.dot"], ["o.dot"]),
     Mode("decode", ["decode", "given.cnf", "given.sol"]),
     Mode("proof", ["unsat.smt2", "--proof", "o.drat"], ["o.drat"]),
     Mode("replay", ["replay", "calls.script"]),

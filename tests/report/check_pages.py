@@ -208,7 +208,7 @@ def large_script(path, terms):
         operators = ("bvxor", "bvand", "bvor", "bvadd")
         for i in range(2, terms):
             f.write(f"(define-fun t{i} () (_ BitVec 4) ({operators[i % 4]} t{i - 1} t{i // 2}))\n")
-            if i % 1000 == 0:
+            if i % max(20, terms // 1000) == 0:
                 f.write(f"(assert (bvule t{i} t{i - 1}))\n")
         f.write("(check-sat)\n")
 
@@ -227,6 +227,16 @@ def check_size(b, binary, folder, terms, least):
     views = Views(b)
     expect(len(views.text("#tree .selected")) == 1 and len(views.text("#table tr.selected")) == 1, "large: selection")
     expect(len(views.text("#script .selected")) == 1, "large: the line of the selected term is not shown")
+    # Assertions that are too thin to be seen are put together; their box zooms in.
+    b.resize(360, 800)
+    b.open(page)
+    expect("smaller" in "".join(views.text("#tree .group")), f"thin assertions: {views.text('#tree .node')[:5]}")
+    for _ in range(4):
+        if not views.text("#tree .root"):
+            b.click("#tree .group:not(:first-child)")
+    expect(len(views.text("#tree .root")) > 1 and len(views.text("#crumbs button")) > 1, "a box of thin ones does not zoom in")
+    b.click("#tree .root")
+    expect(len(views.text("#tree .selected")) == 1 and "Assertion" in views.text("#detail")[0], "a thin one is not selected")
     return [page]
 
 

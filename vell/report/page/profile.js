@@ -55,7 +55,7 @@
   let selected = null;
   let zoom = top;
   function select(item, from) {
-    if (item === null || item.kind === 'rest') return;
+    if (item === null || item.kind === 'rest' || item.kind === 'group') return;
     selected = item;
     if (from !== 'tree') showInTree(item);
     drawTree();
@@ -72,7 +72,7 @@
   const tree = $('tree');
   const height = 25;
   const mostLevels = 14;
-  const least = 3;  // pixels
+  const least = 8;  // pixels
   let drawn = [];
 
   function contains(outer, item) {
@@ -93,6 +93,22 @@
     while (zoom.parent !== null && zoom.parent.clauses < 20 * Math.max(1, item.clauses) && depthBelow(zoom, item) < 4)
       zoom = zoom.parent;
   }
+  // The children of an item as they are drawn: those too thin to be seen are put together, in boxes to zoom into.
+  function visible(item, scale) {
+    const thin = item.children.filter((c) => c.kind !== 'rest' && c !== selected && c.clauses * scale < least);
+    if (thin.length < 2) return item.children;
+    const clauses = (list) => list.reduce((sum, c) => sum + c.clauses, 0);
+    const boxes = Math.max(1, Math.min(12, Math.floor(clauses(thin) * scale / 60)));
+    const each = Math.ceil(thin.length / boxes);
+    const groups = [];
+    for (let i = 0; i < thin.length; i += each) {
+      const part = thin.slice(i, i + each);
+      groups.push(part.length === 1 ? part[0] : {kind: 'group', label: number(part.length) + ' smaller', clauses: clauses(part),
+        own: 0, children: part, parent: item});
+    }
+    const rest = item.children.filter((c) => c.kind === 'rest');
+    return [...item.children.filter((c) => c.kind !== 'rest' && !thin.includes(c)), ...groups, ...rest];
+  }
   function drawTree() {
     drawn = [];
     const width = tree.clientWidth;
@@ -103,13 +119,13 @@
     while (stack.length > 0) {
       const [item, x, level] = stack.pop();
       const w = item === zoom ? width : item.clauses * scale;
-      if (w < least && item !== selected) continue;
+      if (w < 3 && item !== selected) continue;
       levels = Math.max(levels, level + 1);
       const shared = item.kind === 'term' && item.uses > 1;
       const name = (shared ? '\u21C4 ' : '') + item.label;
       const element = make('div', {
         class: 'node ' + item.kind + (shared ? ' shared' : '') + (item === selected ? ' selected' : ''),
-        style: `left:${x}px;top:${level * height}px;width:${Math.max(least, w)}px`,
+        style: `left:${x}px;top:${level * height}px;width:${Math.max(3, w)}px`,
         role: 'treeitem', 'aria-level': level + 1, 'aria-selected': item === selected,
         'aria-label': `${item.label}: ${number(item.clauses)} clauses, ${percent(item.clauses)}${shared ? ', shared' : ''}`,
         title: `${item.label}: ${number(item.clauses)} clauses, ${percent(item.clauses)}` +
@@ -119,10 +135,10 @@
       if (item === selected) tree.setAttribute('aria-activedescendant', element.id);
       drawn.push({item, element});
       fragment.append(element);
-      if (level + 1 >= mostLevels) continue;
+      if (level + 1 >= mostLevels || (item.kind === 'group' && item !== zoom)) continue;
       let at = x;
       const children = [];
-      for (const c of item.children) {
+      for (const c of visible(item, scale)) {
         children.push([c, at, level + 1]);
         at += c.clauses * scale;
       }
@@ -144,7 +160,7 @@
   tree.addEventListener('click', (event) => {
     const found = drawn.find((d) => d.element === event.target);
     if (found === undefined) return;
-    if (found.item === top) { zoom = top; drawTree(); } else select(found.item, 'tree');
+    if (found.item === top || found.item.kind === 'group') { zoom = found.item === zoom ? zoom.parent ?? top : found.item; drawTree(); } else select(found.item, 'tree');
   });
   tree.addEventListener('dblclick', (event) => {
     const found = drawn.find((d) => d.element === event.target);
@@ -153,7 +169,7 @@
   tree.addEventListener('keydown', (event) => {
     const siblings = (item) => item.parent.children.filter((c) => c.kind !== 'rest');
     let next = null;
-    const item = selected !== null && contains(zoom, selected) ? selected : null;
+    const item = selected !== null && (contains(zoom, selected) || zoom.children.includes(selected)) ? selected : null;
     switch (event.key) {
       case 'ArrowDown': next = (item ?? zoom).children.find((c) => c.kind !== 'rest') ?? null; break;
       case 'ArrowUp': next = item !== null && item.parent !== top && item.parent !== null ? item.parent : null; break;
