@@ -222,8 +222,8 @@ class Sweeper {
   std::uint64_t work_ = 0;
 };
 
-// A rough size of the products, quotients and remainders in the formulas: the sum of width^2, numeral operands
-// aside.
+// A rough size of the products, quotients and remainders in the formulas: the sum of width^2, numeral
+// operands aside.
 std::uint64_t circuit_cost(TermManager const& tm, std::span<Term_ const* const> formulas,
                            run::Limits const& limits) {
   Cone cone(limits);
