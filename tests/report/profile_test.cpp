@@ -106,14 +106,33 @@ TEST(Profile, PassesHaveASizeBeforeAndAfter) {
 TEST(Profile, TheValueOfAnEliminatedVariableIsARoot) {
   Profile const p = measured(
       "(declare-const x (_ BitVec 8))(declare-const y (_ BitVec 8))(declare-const z (_ BitVec 8))"
-      "(assert (= z (bvmul x y)))(assert (bvult x y))(check-sat)",
+      "(assert (= z (bvnot x)))(assert (bvult (bvmul x y) (bvor x y)))(check-sat)",
       "all");
   ASSERT_EQ(2u, p.roots.size());
   EXPECT_FALSE(p.roots[0].is_definition);
   EXPECT_TRUE(p.roots[1].is_definition);
   EXPECT_EQ("z", p.roots[1].name);
   EXPECT_EQ(0u, p.roots[1].line);
+  EXPECT_EQ(0u, p.roots[1].cost.clauses);
   EXPECT_EQ(1u, p.units.clauses);
+}
+
+TEST(Profile, ValuesHaveTheNamesOfTheFile) {
+  // x and y are eliminated with new variables, of which the values are made.
+  Profile const p = measured(
+      "(declare-const x (_ BitVec 8))(declare-const y (_ BitVec 8))(assert (bvult x y))(check-sat)", "all");
+  ASSERT_FALSE(p.roots.empty());
+  for (RootCost const& r : p.roots) {
+    EXPECT_TRUE(r.is_definition);
+    EXPECT_TRUE(r.name == "x" || r.name == "y" || r.name.starts_with("aux!")) << r.name;
+  }
+  // The term of a name that the formulas do not hold.
+  Profile const named = measured(
+      "(declare-const x (_ BitVec 8))(declare-const y (_ BitVec 8))(define-const n (_ BitVec 4)"
+      " ((_ extract 5 2) x))(assert (bvult (bvmul x y) (bvor x y)))(check-sat)",
+      "all");
+  ASSERT_EQ(2u, named.roots.size());
+  EXPECT_EQ("n", named.roots[1].name);
 }
 
 TEST(Profile, EachQueryHasItsOwn) {

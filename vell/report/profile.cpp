@@ -110,6 +110,15 @@ std::string base_name(std::string const& path) {
   return path == "-" ? "<stdin>" : path.substr(path.find_last_of('/') + 1);
 }
 
+// What the file calls a variable that was eliminated, or a term that stays for its name.
+std::string name_of(cnf::Query const& query, Term_ const* defined) {
+  if (auto const found = query.auxiliary_names.find(defined); found != query.auxiliary_names.end())
+    return found->second;
+  for (std::size_t i = 0; i < query.name_terms.size(); ++i)
+    if (query.name_terms[i] == defined) return query.names[i].name;
+  return defined->symbol->name;
+}
+
 void list_roots(Profile& profile) {
   cnf::Query const& query = profile.query;
   for (std::size_t i = 0; i < query.formulas.size(); ++i) {
@@ -122,7 +131,7 @@ void list_roots(Profile& profile) {
   for (words::Definition const& d : query.definitions) {
     RootCost root;
     root.term = d.value;
-    root.name = d.variable->symbol->name;
+    root.name = name_of(query, d.variable);
     root.is_definition = true;
     profile.roots.push_back(std::move(root));
   }

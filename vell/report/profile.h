@@ -33,7 +33,7 @@ struct TermCost {
 struct RootCost {
   Term_ const* term = nullptr;
   std::uint64_t line = 0;  // of its assertion or check; 0 for the value of a variable
-  std::string name;        // that of its assertion, or of the variable; "" without
+  std::string name;        // that of its assertion, or of the variable in the file; "" without
   bool is_definition = false;
   std::uint64_t terms = 0;  // that it was the first to need
   Cost cost;                // of these, and of its unit clause
