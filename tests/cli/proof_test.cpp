@@ -256,18 +256,24 @@ TEST(Proof, IsOfTheAssertionsAsTheyStand) {
   EXPECT_LT(size({"--words=all"}), 100u);
 }
 
-// Of variables that a formula defines, cnf writes the bits of the value: the proof has the same clauses.
+// Values of variables that a formula defines take no clauses in the file: the proof has the same clauses.
 TEST(Proof, FitsTheFileWhereDefinedVariablesAreEliminated) {
   test::Scratch s;
-  std::string const path =
-      s.write("a.smt2",
-              "(declare-const x (_ BitVec 5))(declare-const y (_ BitVec 5))(declare-const z (_ BitVec 5))"
-              "(assert (= x (bvmul y z)))(assert (bvult (bvurem x #b00111) (bvadd z #b00001)))"
-              "(assert (= (bvmul y y) (bvmul x #b00110)))(assert (= ((_ extract 0 0) y) #b1))(check-sat)");
+  std::string const path = s.write(
+      "a.smt2",
+      "(declare-const x (_ BitVec 5))(declare-const y (_ BitVec 5))(declare-const z (_ BitVec 5))"
+      "(declare-const v (_ BitVec 5))(declare-const w (_ BitVec 5))"
+      "(assert (= x (bvmul y z)))(assert (= w (bvnot y)))(assert (= v (bvadd (bvmul y y) x)))"
+      "(assert (= (bvand (bvmul x x) #b00110) #b00010))(assert (bvult (bvurem x #b00111) (bvadd z w)))"
+      "(check-sat)");
   ASSERT_EQ("unsat\n", test::vell_bv({path, "--words=all", "--proof", s.file("a.drat")}).out);
   ASSERT_EQ(0, test::vell_bv({"cnf", path, "--words=all", "-o", s.file("a.cnf")}).code);
   EXPECT_NE(std::string::npos, s.read("a.cnf").find("\nc map x (_ BitVec 5) "));
+  EXPECT_NE(std::string::npos, s.read("a.cnf").find("\nc map w (_ BitVec 5) -"));
+  EXPECT_NE(std::string::npos, s.read("a.cnf").find("\nc def v (_ BitVec 5) (bvadd "));
   EXPECT_EQ(std::string::npos, s.read("a.cnf").find("?"));
+  EXPECT_GT(s.read("a.drat").size(), 10u);
+  EXPECT_FALSE(refutes(s.read("a.cnf"), "0\n"));
   EXPECT_TRUE(refutes(s.read("a.cnf"), s.read("a.drat")));
 }
 

@@ -220,10 +220,10 @@ TEST(CnfWriter, EliminatedConstantsHaveTheirValues) {
   };
   using Lines = std::vector<std::string>;
   EXPECT_EQ((Lines{"c map a!b (_ BitVec 3) -1 -2 -3"}), lines("(= |a!b| (bvnot y))"));
-  EXPECT_EQ((Lines{"c def a!b (_ BitVec 3) (bvadd (_ bv1 3) (bvmul y y))"}),
+  EXPECT_EQ((Lines{"c def a!b (_ BitVec 3) (bvadd (bvmul y y) (_ bv1 3))"}),
             lines("(= |a!b| (bvadd (bvmul y y) #b001))"));
   // y is not asked for, and the value needs it.
-  EXPECT_EQ((Lines{"c aux map y (_ BitVec 3) 1 2 3", "c def a!b (_ BitVec 3) (bvadd (_ bv1 3) (bvmul y y))"}),
+  EXPECT_EQ((Lines{"c aux map y (_ BitVec 3) 1 2 3", "c def a!b (_ BitVec 3) (bvadd (bvmul y y) (_ bv1 3))"}),
             lines("(= |a!b| (bvadd (bvmul y y) #b001))", "a*"));
   // What is said of it needs a new constant.
   Lines const unconstrained =

@@ -140,8 +140,9 @@ TEST_F(EliminationTest, AFormulaThatFixesASliceEliminatesItsBits) {
 
 TEST_F(EliminationTest, AVariableOfWhichOnlySlicesAreUsedIsSplit) {
   EXPECT_EQ(
-      (Texts{"(bvult (concat (_ bv0 1) part!0) part!1)", "(bvult y z)",
-             "x := (concat part!2 (concat part!1 part!0))"}),
+      (Texts{"(let ((_t17 (concat part!2 (concat part!1 part!0)))) "
+             "(bvult (concat (_ bv0 1) ((_ extract 0 0) _t17)) ((_ extract 2 1) _t17)))",
+             "(bvult y z)", "x := (concat part!2 (concat part!1 part!0))"}),
       after("(assert (bvult (concat #b0 ((_ extract 0 0) x)) ((_ extract 2 1) x)))(assert (bvult y z))"));
   ASSERT_EQ(1u, formulas.definitions.size());
   EXPECT_EQ(4u, tm.width(formulas.definitions[0].value));

@@ -135,7 +135,7 @@ TEST_F(SimplifierTest, OriginsSurviveALinearSystem) {
     return app(Tag::equal, {sum, number(right, 8)});
   };
   Term_ const* p = tm.mk_variable("p", tm.bool_type);
-  Simplifier simplifier(tm, false, parse_passes("-definitions"), limits, tunables);
+  Simplifier simplifier(tm, false, parse_passes("-definitions,-unconstrained"), limits, tunables);
   Formulas batch;
   batch.first = true;
   batch.retractable = {{app(Tag::bv_ult, {app(Tag::bv_mul, {u, v}), app(Tag::bv_mul, {w, w})}), 14},
