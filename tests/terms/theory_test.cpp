@@ -114,19 +114,60 @@ TEST_F(TheoryTest, OneLineForWhatDoesNotFit) {
 // What scripts may write of an operator of the term layer agrees with what mk_app(tag) takes.
 TEST(Theory, AgreesWithTheTableOfTheTermLayer) {
   int found = 0;
-  for (OperatorInfo const& info : operator_table) {
-    theory::Operator const* const op = theory::find_operator(info.name);
-    if (std::string_view(info.name).starts_with("fp.")) {
-      EXPECT_EQ(nullptr, op) << info.name;
-      continue;
+  for (std::span<OperatorInfo const> const table : {std::span<OperatorInfo const>(operator_table),
+                                                    std::span<OperatorInfo const>(floating_operator_table)})
+    for (OperatorInfo const& info : table) {
+      theory::Operator const* const op = theory::find_operator(info.name);
+      ASSERT_NE(nullptr, op) << info.name;
+      ++found;
+      EXPECT_EQ(info.parameters, op->indices) << info.name;
+      EXPECT_LE(op->min_arguments, info.arity) << info.name;
+      EXPECT_GE(op->max_arguments, info.arity) << info.name;
     }
-    ASSERT_NE(nullptr, op) << info.name;
-    ++found;
-    EXPECT_EQ(info.parameters, op->indices) << info.name;
-    EXPECT_LE(op->min_arguments, info.arity) << info.name;
-    EXPECT_GE(op->max_arguments, info.arity) << info.name;
-  }
-  EXPECT_EQ(35, found);
+  EXPECT_EQ(38 + 27, found);
+}
+
+TEST_F(TheoryTest, FloatingPointTermsHaveTheirSorts) {
+  Term_ const* const f = tm.mk_variable("f", tm.fp_type(5, 10));
+  Term_ const* const m = mk_app(tm, "RNE", {});
+  EXPECT_EQ(m, mk_app(tm, "roundNearestTiesToEven", {}));
+  EXPECT_EQ(sort(mk_app(tm, "RNA", {})), "RoundingMode");
+  EXPECT_NE(mk_app(tm, "RNA", {}), m);
+  EXPECT_EQ(sort(mk_app(tm, "fp.add", {m, f, f})), "(_ FloatingPoint 5 11)");
+  EXPECT_EQ(sort(mk_app(tm, "to_fp", {m, x}, {8, 24})), "(_ FloatingPoint 8 24)");
+  EXPECT_EQ(sort(mk_app(tm, "to_fp", {m, f}, {8, 24})), "(_ FloatingPoint 8 24)");
+  EXPECT_EQ(sort(mk_app(tm, "to_fp", {x}, {4, 4})), "(_ FloatingPoint 4 4)");
+  EXPECT_EQ(sort(mk_app(tm, "fp", {tm.mk_bv(0, 1), x, y})), "(_ FloatingPoint 8 9)");
+  EXPECT_EQ(sort(mk_app(tm, "fp.to_sbv", {m, f}, {7})), "(_ BitVec 7)");
+  EXPECT_EQ(sort(mk_app(tm, "fp.lt", {f, f, f})), "Bool");
+  EXPECT_EQ(sort(mk_app(tm, "distinct", {f, mk_app(tm, "fp.neg", {f})})), "Bool");
+  // A value of a format is one of the format, and patterns of NaN are one value.
+  EXPECT_EQ(mk_app(tm, "to_fp", {m, f}, {5, 11}), f);
+  EXPECT_EQ(mk_app(tm, "to_fp", {tm.mk_bv(0xff, 8)}, {4, 4}), mk_app(tm, "NaN", {}, {4, 4}));
+  EXPECT_EQ(mk_app(tm, "fp", {tm.mk_bv(1, 1), tm.mk_bv(15, 4), tm.mk_bv(0, 3)}),
+            mk_app(tm, "-oo", {}, {4, 4}));
+}
+
+TEST_F(TheoryTest, OneLineForWhatDoesNotFitAFloat) {
+  Term_ const* const f = tm.mk_variable("f", tm.fp_type(5, 10));
+  Term_ const* const g = tm.mk_variable("g", tm.fp_type(5, 11));
+  Term_ const* const m = mk_app(tm, "RTZ", {});
+  EXPECT_EQ(error("fp.add", {m, f, g}),
+            "`fp.add` takes a rounding mode and floating-point values of one format; argument 2 has sort (_ "
+            "FloatingPoint 5 11), argument 3 has sort (_ FloatingPoint 5 12)");
+  EXPECT_EQ(error("fp.add", {f, f, f}),
+            "`fp.add` takes a rounding mode and floating-point values of one format; argument 1 has sort (_ "
+            "FloatingPoint 5 11)");
+  EXPECT_EQ(error("fp.isNaN", {x}),
+            "`fp.isNaN` takes a floating-point value; argument 1 has sort (_ BitVec 8)");
+  EXPECT_EQ(error("to_fp", {x}, {8, 24}), "`to_fp` takes a bit-vector of 32 bits, not 8");
+  EXPECT_EQ(error("to_fp", {m, x}, {1, 24}),
+            "the exponent of a floating-point format has 2 to 24 bits, not 1");
+  EXPECT_EQ(error("NaN", {}, {8, 1}),
+            "the significand of a floating-point format has 2 to 65536 bits, not 1");
+  EXPECT_EQ(error("fp.to_ubv", {m, f}, {0}), "`fp.to_ubv` gives a bit-vector of 1 to 4294967295 bits, not 0");
+  EXPECT_EQ(error("fp.abs", {tm.mk_variable("odd", tm.fp_type(40, 3))}),
+            "the exponent of a floating-point format has 2 to 24 bits, not 40");
 }
 
 }  // namespace

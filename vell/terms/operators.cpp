@@ -15,6 +15,7 @@ constexpr OperatorInfo unknown{SymbolTag::none, "?", -1, Rule::none, 0};
 constexpr unsigned tag_limit = [] {
   unsigned limit = 0;
   for (OperatorInfo const& i : operator_table) limit = std::max(limit, i.tag + 1U);
+  for (OperatorInfo const& i : floating_operator_table) limit = std::max(limit, i.tag + 1U);
   return limit;
 }();
 
@@ -22,6 +23,7 @@ struct InfoTable {
   OperatorInfo const* by_tag[tag_limit] = {};
   constexpr InfoTable() {
     for (OperatorInfo const& i : operator_table) by_tag[i.tag] = &i;
+    for (OperatorInfo const& i : floating_operator_table) by_tag[i.tag] = &i;
   }
 };
 constexpr InfoTable info_table;
@@ -41,6 +43,12 @@ Type const* type_of(Term_ const* t) { return t->symbol->get_output_type(); }
     separator = " and ";
   }
   throw e;
+}
+
+// The widths of a format, the significand with its hidden bit.
+void check_format(std::uint64_t exponent_width, std::uint64_t significand_width) {
+  if (exponent_width == 0 || significand_width == 0)
+    throw SortError("a floating-point format has an exponent and a significand");
 }
 
 }  // namespace
@@ -94,6 +102,11 @@ Term_ const* TermManager::mk_app(SymbolTag::tag tag, std::span<Term_ const* cons
       if (!word(i) || type_of(children[i]) != type_of(children[0]))
         mismatch(info, "words of one width", children);
   };
+  auto one_format = [&](std::size_t first) {
+    for (std::size_t i = first; i < children.size(); ++i)
+      if (!is_fp_type(type_of(children[i])) || type_of(children[i]) != type_of(children[first]))
+        mismatch(info, "floating-point values of one format", children);
+  };
 
   Type const* out = nullptr;
   switch (info.typing) {
@@ -116,7 +129,9 @@ Term_ const* TermManager::mk_app(SymbolTag::tag tag, std::span<Term_ const* cons
     case Rule::equality:
       if (type_of(children[0]) == bool_type && type_of(children[1]) == bool_type) {
         tag = SymbolTag::bool_iff;
-      } else if (!word(0) || type_of(children[0]) != type_of(children[1])) {
+      } else if ((!word(0) && !is_fp_type(type_of(children[0])) &&
+                  type_of(children[0]) != rounding_mode_type) ||
+                 type_of(children[0]) != type_of(children[1])) {
         mismatch(info, "two terms of one sort", children);
       }
       out = bool_type;
@@ -164,6 +179,43 @@ Term_ const* TermManager::mk_app(SymbolTag::tag tag, std::span<Term_ const* cons
       out = bv_type(e + s + 1);
       break;
     }
+    case Rule::fp_parts: {
+      std::uint64_t exponent = 0;
+      bool const sign = word(0) && width == 1;
+      if (!sign || !is_bv_type(type_of(children[1]), &exponent) || !word(2))
+        mismatch(info, "a word of one bit and two words", children);
+      out = fp_type(exponent, width);
+      break;
+    }
+    case Rule::fp_of_word:
+      check_format(parameter0, parameter1);
+      if (!word(0) || width != parameter0 + parameter1)
+        mismatch(info, "a word of the format's width", children);
+      out = fp_type(parameter0, parameter1 - 1);
+      break;
+    case Rule::fp_of_fp:
+      check_format(parameter0, parameter1);
+      if (type_of(children[0]) != rounding_mode_type || !is_fp_type(type_of(children[1])))
+        mismatch(info, "a rounding mode and a floating-point value", children);
+      out = fp_type(parameter0, parameter1 - 1);
+      break;
+    case Rule::fp_of_int:
+      check_format(parameter0, parameter1);
+      if (type_of(children[0]) != rounding_mode_type || !word(1))
+        mismatch(info, "a rounding mode and a word", children);
+      out = fp_type(parameter0, parameter1 - 1);
+      break;
+    case Rule::fp_same:
+    case Rule::fp_test:
+      one_format(0);
+      out = info.typing == Rule::fp_same ? type_of(children[0]) : bool_type;
+      break;
+    case Rule::fp_rounded:
+      if (type_of(children[0]) != rounding_mode_type)
+        mismatch(info, "a rounding mode and floating-point values", children);
+      one_format(1);
+      out = type_of(children[1]);
+      break;
   }
   return mk_term(operator_symbol(tag, children.size(), out, parameter0, parameter1), children);
 }

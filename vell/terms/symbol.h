@@ -25,7 +25,8 @@ class Symbol {
     rounding_even,
     rounding_zero,
     rounding_plus_inf,
-    rounding_minus_inf
+    rounding_minus_inf,
+    rounding_away  // to nearest, ties away from zero; the clausifier has no number for it
   };
 
   char const* name;     // NUL-terminated, never null
@@ -37,7 +38,8 @@ class Symbol {
   Role role() const { return role_; }
   SymbolTag::tag tag() const { return tag_; }
   // Parameters of an indexed operator, 0 where it has none: extract msb, lsb; rotations and extensions the
-  // amount.
+  // amount; conversions to a word its width, those to a floating-point format its two widths, the second with
+  // the hidden bit.
   std::uint64_t parameter(unsigned i) const { return parameters_[i]; }
 
  private:

@@ -51,7 +51,34 @@ enum tag : std::uint32_t {
   bv_to_int = 42,
   fp_to_sbv = 60,
   fp_to_ubv = 61,
-  fp_as_ieeebv = 62
+  fp_as_ieeebv = 62,
+  fp_make = 64,       // of a sign, a biased exponent and a fraction
+  fp_from_bits = 65,  // of the bits of a format
+  fp_from_fp = 66,
+  fp_from_sbv = 67,
+  fp_from_ubv = 68,
+  fp_abs = 69,
+  fp_neg = 70,
+  fp_add = 71,
+  fp_sub = 72,
+  fp_mul = 73,
+  fp_div = 74,
+  fp_fma = 75,
+  fp_sqrt = 76,
+  fp_rem = 77,
+  fp_round_to_integral = 78,
+  fp_min = 79,
+  fp_max = 80,
+  fp_leq = 81,
+  fp_lt = 82,
+  fp_eq = 83,  // of IEEE 754: zeros are equal, NaN equals nothing
+  fp_is_normal = 84,
+  fp_is_subnormal = 85,
+  fp_is_zero = 86,
+  fp_is_infinite = 87,
+  fp_is_nan = 88,
+  fp_is_negative = 89,
+  fp_is_positive = 90
 };
 }  // namespace SymbolTag
 
@@ -71,7 +98,14 @@ struct OperatorInfo {
     rotate,      // w -> w, amount at most w
     extend,      // w -> w + amount
     fp_to_word,  // rm fp -> w (parameter 0)
-    fp_as_word   // fp -> e + s + 1
+    fp_as_word,  // fp -> e + s + 1
+    fp_parts,    // 1 e s -> fp
+    fp_of_word,  // e + s + 1 -> fp (parameters e, s + 1)
+    fp_of_fp,    // rm fp -> fp (parameters e, s + 1)
+    fp_of_int,   // rm w -> fp (parameters e, s + 1)
+    fp_same,     // fp ... -> fp
+    fp_rounded,  // rm fp ... -> fp
+    fp_test      // fp ... -> Bool
   };
 
   SymbolTag::tag tag;        // its number
@@ -82,7 +116,7 @@ struct OperatorInfo {
   bool commutative = false;  // whether two arguments may change places
 };
 
-// The operators that TermManager::mk_app builds.
+// The operators that TermManager::mk_app builds and the clausifier has handlers for.
 inline constexpr OperatorInfo operator_table[] = {
     {SymbolTag::bool_true, "true", 0, OperatorInfo::Typing::constant, 0},
     {SymbolTag::bool_false, "false", 0, OperatorInfo::Typing::constant, 0},
@@ -122,6 +156,38 @@ inline constexpr OperatorInfo operator_table[] = {
     {SymbolTag::fp_to_sbv, "fp.to_sbv", 2, OperatorInfo::Typing::fp_to_word, 1},
     {SymbolTag::fp_to_ubv, "fp.to_ubv", 2, OperatorInfo::Typing::fp_to_word, 1},
     {SymbolTag::fp_as_ieeebv, "fp.to_ieee_bv", 1, OperatorInfo::Typing::fp_as_word, 0},
+};
+
+// Those on floating-point values, which mk_app builds as well. vell/fp makes words of them: the clausifier
+// has no handlers for them.
+inline constexpr OperatorInfo floating_operator_table[] = {
+    {SymbolTag::fp_make, "fp", 3, OperatorInfo::Typing::fp_parts, 0},
+    {SymbolTag::fp_from_bits, "to_fp", 1, OperatorInfo::Typing::fp_of_word, 2},
+    {SymbolTag::fp_from_fp, "to_fp", 2, OperatorInfo::Typing::fp_of_fp, 2},
+    {SymbolTag::fp_from_sbv, "to_fp", 2, OperatorInfo::Typing::fp_of_int, 2},
+    {SymbolTag::fp_from_ubv, "to_fp_unsigned", 2, OperatorInfo::Typing::fp_of_int, 2},
+    {SymbolTag::fp_abs, "fp.abs", 1, OperatorInfo::Typing::fp_same, 0},
+    {SymbolTag::fp_neg, "fp.neg", 1, OperatorInfo::Typing::fp_same, 0},
+    {SymbolTag::fp_add, "fp.add", 3, OperatorInfo::Typing::fp_rounded, 0},
+    {SymbolTag::fp_sub, "fp.sub", 3, OperatorInfo::Typing::fp_rounded, 0},
+    {SymbolTag::fp_mul, "fp.mul", 3, OperatorInfo::Typing::fp_rounded, 0},
+    {SymbolTag::fp_div, "fp.div", 3, OperatorInfo::Typing::fp_rounded, 0},
+    {SymbolTag::fp_fma, "fp.fma", 4, OperatorInfo::Typing::fp_rounded, 0},
+    {SymbolTag::fp_sqrt, "fp.sqrt", 2, OperatorInfo::Typing::fp_rounded, 0},
+    {SymbolTag::fp_rem, "fp.rem", 2, OperatorInfo::Typing::fp_same, 0},
+    {SymbolTag::fp_round_to_integral, "fp.roundToIntegral", 2, OperatorInfo::Typing::fp_rounded, 0},
+    {SymbolTag::fp_min, "fp.min", 2, OperatorInfo::Typing::fp_same, 0},
+    {SymbolTag::fp_max, "fp.max", 2, OperatorInfo::Typing::fp_same, 0},
+    {SymbolTag::fp_leq, "fp.leq", 2, OperatorInfo::Typing::fp_test, 0},
+    {SymbolTag::fp_lt, "fp.lt", 2, OperatorInfo::Typing::fp_test, 0},
+    {SymbolTag::fp_eq, "fp.eq", 2, OperatorInfo::Typing::fp_test, 0, true},
+    {SymbolTag::fp_is_normal, "fp.isNormal", 1, OperatorInfo::Typing::fp_test, 0},
+    {SymbolTag::fp_is_subnormal, "fp.isSubnormal", 1, OperatorInfo::Typing::fp_test, 0},
+    {SymbolTag::fp_is_zero, "fp.isZero", 1, OperatorInfo::Typing::fp_test, 0},
+    {SymbolTag::fp_is_infinite, "fp.isInfinite", 1, OperatorInfo::Typing::fp_test, 0},
+    {SymbolTag::fp_is_nan, "fp.isNaN", 1, OperatorInfo::Typing::fp_test, 0},
+    {SymbolTag::fp_is_negative, "fp.isNegative", 1, OperatorInfo::Typing::fp_test, 0},
+    {SymbolTag::fp_is_positive, "fp.isPositive", 1, OperatorInfo::Typing::fp_test, 0},
 };
 
 }  // namespace vell

@@ -170,6 +170,7 @@ Symbol const* TermManager::make_symbol(SymbolSpec const& spec) {
   s->parameters_[1] = spec.parameter1;
   s->tag_ = spec.tag;
   s->role_ = spec.role;
+  if (spec.output_type == rounding_mode_type) has_rounding_modes_ = true;
   return s;
 }
 
@@ -334,6 +335,21 @@ Term_ const* TermManager::mk_bool(bool value) {
   if (t == nullptr)
     t = mk_term(operator_symbol(value ? SymbolTag::bool_true : SymbolTag::bool_false, 0, bool_type));
   return t;
+}
+
+Term_ const* TermManager::mk_rounding_mode(Symbol::Role role) {
+  static constexpr char const* names[] = {"roundNearestTiesToEven", "roundTowardZero", "roundTowardPositive",
+                                          "roundTowardNegative", "roundNearestTiesToAway"};
+  auto const i = static_cast<std::size_t>(role) - static_cast<std::size_t>(Symbol::Role::rounding_even);
+  assert(i < std::size(names));
+  if (rounding_modes_[i] == nullptr) {
+    SymbolSpec spec;
+    spec.name = names[i];
+    spec.output_type = rounding_mode_type;
+    spec.role = role;
+    rounding_modes_[i] = mk_term(make_symbol(spec));
+  }
+  return rounding_modes_[i];
 }
 
 std::uint64_t TermManager::bytes_reserved() const {

@@ -140,6 +140,9 @@ class VELL_API TermManager {
     return symbol->role_ == Symbol::Role::rounding_minus_inf;
   }
 
+  // Whether a floating-point type or a constant or variable of rounding modes was made.
+  bool has_floating_point() const { return !fp_types_.empty() || has_rounding_modes_; }
+
   // ---- symbols ----
   // A new symbol, different from every other, however much they look alike.
   Symbol const* make_symbol(SymbolSpec const& spec);
@@ -164,6 +167,8 @@ class VELL_API TermManager {
   Term_ const* mk_bv(std::uint64_t value, std::uint64_t width);
   // The constant true or false.
   Term_ const* mk_bool(bool value);
+  // The constant of a rounding mode; role: one of the five.
+  Term_ const* mk_rounding_mode(Symbol::Role role);
   // An application with its sorts checked and its type inferred; parameters as in Symbol::parameter. Throws
   // SortError with one line that says what does not fit. See operators.h for the operators.
   Term_ const* mk_app(SymbolTag::tag tag, std::span<Term_ const* const> children,
@@ -210,6 +215,8 @@ class VELL_API TermManager {
   std::uint64_t numeral_count_ = 0;
   Term_ const* true_ = nullptr;
   Term_ const* false_ = nullptr;
+  Term_ const* rounding_modes_[5] = {};  // by role
+  bool has_rounding_modes_ = false;
 
   ZeroedArray<Slot> table_;  // open addressing, linear probing, a power of two
   std::uint64_t term_count_ = 0;

@@ -131,6 +131,11 @@ std::string quoted(char const* name) { return std::string("`") + name + "`"; }
       if (type_of(arguments[0]) != terms.bool_type)
         throw SortError(takes + "a Boolean first; " + argument(0));
       throw SortError(takes + "two terms of one sort; " + argument(1) + ", " + argument(2));
+    default:
+      for (std::size_t i = 0; i < arguments.size(); ++i)
+        if (!floating_sort_fits(terms, op.sorts, arguments, i))
+          throw SortError(takes + floating_sorts_text(op.sorts, arguments.size()) + "; " +
+                          (i == 0 ? "" : argument(i - 1) + ", ") + argument(i));
   }
   throw SortError("wrong sorts for " + quoted(op.name));
 }
@@ -155,6 +160,10 @@ bool sorts_fit(TermManager& terms, Sorts sorts, std::span<Term_ const* const> ar
       return true;
     case Sorts::ite:
       return type_of(arguments[0]) == terms.bool_type && type_of(arguments[1]) == type_of(arguments[2]);
+    default:
+      for (std::size_t i = 0; i < arguments.size(); ++i)
+        if (!floating_sort_fits(terms, sorts, arguments, i)) return false;
+      return true;
   }
   return false;
 }
@@ -173,8 +182,9 @@ Term_ const* apply(TermManager& terms, Operator const& op, std::span<Term_ const
 }
 
 Operator const* find_operator(std::string_view name) {
-  for (Operator const& op : operators)
-    if (name == op.name) return &op;
+  for (std::span<Operator const> const table : {operator_table(), floating_operator_table()})
+    for (Operator const& op : table)
+      if (name == op.name) return &op;
   return nullptr;
 }
 
@@ -193,9 +203,15 @@ Term_ const* mk_app(TermManager& terms, std::string_view name, std::span<Term_ c
   for (Term_ const* a : arguments) {
     Type const* const type = theory::type_of(a);
     std::uint64_t width = 0;
-    if (type != terms.bool_type && (!terms.is_bv_type(type, &width) || width == 0))
+    std::uint64_t exponent = 0;
+    if (terms.is_fp_type(type, &exponent, &width)) {
+      if (std::string const wrong = theory::format_error(exponent, width + 1); !wrong.empty())
+        throw SortError(wrong);
+    } else if (type != terms.bool_type && type != terms.rounding_mode_type &&
+               (!terms.is_bv_type(type, &width) || width == 0)) {
       throw SortError(theory::quoted(op->name) + " takes Booleans and words of at least one bit, not " +
                       sort_text(type));
+    }
   }
   return theory::apply(terms, *op, arguments, indices.data());
 }

@@ -1,8 +1,8 @@
 #pragma once
 
-// The operators of SMT-LIB's theories of Booleans and words, under the names that scripts use: with any
-// number of arguments where the theory allows it, and also those that the term layer lacks and builds out of
-// others.
+// The operators of SMT-LIB's theories of Booleans, words and floating-point values, under the names that
+// scripts use: with any number of arguments where the theory allows it, and also those that the term layer
+// lacks and builds out of others.
 //
 //   Term_ const* all = mk_app(terms, "and", {a, b, c});
 //   Term_ const* twice = mk_app(terms, "repeat", {x}, {2});
@@ -50,8 +50,14 @@ enum class Sorts : std::uint8_t {
   booleans,
   words_of_one_width,
   words,     // of any widths
-  one_sort,  // Booleans or words of one width
-  ite        // a Boolean and two terms of one sort
+  one_sort,  // any one sort
+  ite,       // a Boolean and two terms of one sort
+  floats_of_one_format,
+  rounded_floats,   // a rounding mode and floating-point values of one format
+  rounded_float,    // a rounding mode and a floating-point value
+  rounded_word,     // a rounding mode and a word
+  float_parts,      // a word of one bit and two words
+  float_conversion  // a word; or a rounding mode, and a word or a floating-point value
 };
 
 struct Operator;
@@ -79,17 +85,27 @@ struct Operator {
   SymbolTag::tag tag = SymbolTag::none;  // for builders that serve more than one operator
 };
 
-// All rows.
+// The rows of Booleans and words.
 VELL_API std::span<Operator const> operator_table();
-// The row of a name, or null. A walk over the table.
+// The rows of rounding modes and floating-point values (fptheory.cpp).
+VELL_API std::span<Operator const> floating_operator_table();
+// The row of a name, or null. A walk over the tables.
 VELL_API Operator const* find_operator(std::string_view name);
 
 // Widths of results go up to this.
 inline constexpr std::uint64_t max_width = UINT32_MAX;
 
-// Applies the operator to Booleans and words of at least one bit; `indices` has op.indices elements. Throws
-// SortError with a line that names the operator as written when number or sorts of the arguments, or the
-// indices, do not fit.
+// The widths of floating-point formats that have operators, the significand with its hidden bit. The
+// exponents of products, quotients and fused sums stay within the range of MPFR's.
+inline constexpr std::uint64_t min_format_width = 2;
+inline constexpr std::uint64_t max_exponent_width = 24;
+inline constexpr std::uint64_t max_significand_width = 65536;
+// What is wrong with these widths, in one line; "" for nothing.
+VELL_API std::string format_error(std::uint64_t exponent_width, std::uint64_t significand_width);
+
+// Applies the operator to Booleans, words of at least one bit, rounding modes and floating-point values;
+// `indices` has op.indices elements. Throws SortError with a line that names the operator as written when
+// number or sorts of the arguments, or the indices, do not fit.
 VELL_API Term_ const* apply(TermManager& terms, Operator const& op, std::span<Term_ const* const> arguments,
                             std::uint64_t const* indices);
 

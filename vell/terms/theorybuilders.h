@@ -42,4 +42,23 @@ Build unsigned_product_overflows;
 Build signed_product_overflows;
 Build signed_quotient_overflows;
 
+// ---- floating point: fptheory.cpp ----
+Build rounding_mode;
+Build special_value;
+Build float_of_parts;
+Build float_conversion;
+Build float_operation;  // op.tag over the arguments, indices as its parameters
+Build float_order;      // op.tag over each two neighbours
+Build float_order_swapped;
+
 }  // namespace vell::theory::build
+
+namespace vell::theory {
+
+// Whether argument i has the sort that one of the floating-point cases of Sorts asks for there.
+bool floating_sort_fits(TermManager& terms, Sorts sorts, std::span<Term_ const* const> arguments,
+                        std::size_t i);
+// What such a case asks for, of that many arguments: "floating-point values of one format".
+char const* floating_sorts_text(Sorts sorts, std::size_t count);
+
+}  // namespace vell::theory
