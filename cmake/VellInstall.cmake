@@ -43,6 +43,20 @@ if(TARGET vell_script)
           COMPONENT script-development)
 endif()
 
+# The floating-point layer, beside the library. Its other headers show SymFPU's way of working, or need headers that are
+# not installed.
+if(TARGET vell_fp)
+  install(TARGETS vell_fp EXPORT vell
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
+    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  if(VELL_LIBRARY_TYPE STREQUAL "SHARED_LIBRARY")
+    set_target_properties(vell_fp PROPERTIES INSTALL_RPATH "$ORIGIN")
+  endif()
+  install(FILES ${PROJECT_SOURCE_DIR}/vell/fp/combination.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vell/fp
+          COMPONENT development)
+endif()
+
 # The licence. Debian looks for it under the name of each package; see VellPackages.cmake.
 function(vell_install_licence package component)
   install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/${package}
@@ -71,7 +85,8 @@ if(TARGET vell_script)
           COMPONENT script-development)
   # An archive names no libraries: whoever links it has to find them.
   if(VELL_LIBRARY_TYPE STREQUAL "STATIC_LIBRARY")
-    install(FILES ${PROJECT_SOURCE_DIR}/cmake/FindCaDiCaL.cmake ${PROJECT_SOURCE_DIR}/cmake/FindNettle.cmake
+    install(FILES ${PROJECT_SOURCE_DIR}/cmake/FindMPFR.cmake ${PROJECT_SOURCE_DIR}/cmake/FindCaDiCaL.cmake
+                  ${PROJECT_SOURCE_DIR}/cmake/FindNettle.cmake
             DESTINATION ${VELL_CMAKE_DIR} COMPONENT script-development)
   endif()
 endif()
@@ -100,7 +115,7 @@ configure_file(${PROJECT_SOURCE_DIR}/cmake/vell.pc.in ${PROJECT_BINARY_DIR}/vell
 install(FILES ${PROJECT_BINARY_DIR}/vell.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 if(TARGET vell_script)
   if(VELL_LIBRARY_TYPE STREQUAL "STATIC_LIBRARY")
-    set(VELL_SCRIPT_PC_LIBS " -lcadical -lnettle -lz -lbz2 -llzma -lzstd -lgmpxx -lpthread -lm")
+    set(VELL_SCRIPT_PC_LIBS " -lmpfr -lcadical -lnettle -lz -lbz2 -llzma -lzstd -lgmpxx -lpthread -lm")
   else()
     set(VELL_SCRIPT_PC_LIBS "")
   endif()

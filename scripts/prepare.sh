@@ -1,8 +1,8 @@
 # Sourced by run and test: functions that install packages and build, both only where something is missing.
 # Everything they say goes to stderr.
 
-program_packages="g++ cmake ninja-build libgmp-dev libcadical-dev libcli11-dev nettle-dev
-  nlohmann-json3-dev
+program_packages="g++ cmake ninja-build libgmp-dev libmpfr-dev libsymfpu-dev libcadical-dev libcli11-dev
+  nettle-dev nlohmann-json3-dev
   zlib1g-dev libbz2-dev liblzma-dev libzstd-dev libedit-dev"
 test_packages="libgtest-dev libbenchmark-dev cadical z3 cvc5 minisat2 cryptominisat python3
   libcryptominisat5-dev make pkg-config doxygen clang-format python3-jsonschema valgrind

@@ -10,6 +10,7 @@
 #include "tests/support/allocations.h"
 #include "vell/bv/inspector.h"
 #include "vell/sinks/recordingsink.h"
+#include "vell/terms/exception.h"
 
 namespace vell::bv {
 namespace {
@@ -18,11 +19,11 @@ TEST(StandardClausifierTest, HasTheHandlersOfTheBaseAndThoseOfIfThenElse) {
   TermManager tm;
   StandardClausifier c(&tm);
   auto const& hooks = WordClausifierInspector(c).hooks();
-  ASSERT_EQ(hooks.size(), 63u);
+  ASSERT_EQ(hooks.size(), SymbolTag::fp_is_positive + 1u);
   EXPECT_TRUE(hooks[SymbolTag::bool_ite] == &WordClausifier::bool_ite);
   EXPECT_TRUE(hooks[SymbolTag::term_ite] == &WordClausifier::word_ite);
   for (WordClausifier::Hook const& h : WordClausifier::builtin_hooks())
-    EXPECT_TRUE(hooks[h.tag] == h.handler);
+    EXPECT_EQ(hooks[h.tag] == h.handler, h.tag != SymbolTag::fp_to_sbv && h.tag != SymbolTag::fp_to_ubv);
   for (OperatorInfo const& op : operator_table) EXPECT_TRUE(hooks[op.tag] != nullptr) << op.name;
 
   sinks::RecordingSink sink;
@@ -33,6 +34,24 @@ TEST(StandardClausifierTest, HasTheHandlersOfTheBaseAndThoseOfIfThenElse) {
   EXPECT_EQ(sink.clauses().size(), 8u);
   c.bit_blast(tm.mk_app(SymbolTag::bool_ite, {p, p, tm.mk_variable("q", tm.bool_type)}), &sink);
   EXPECT_EQ(sink.clauses().size(), 12u);
+}
+
+// Without a handler they would be variables.
+TEST(StandardClausifierTest, RefusesWhatItWouldGetWrong) {
+  TermManager tm;
+  StandardClausifier c(&tm);
+  sinks::RecordingSink sink;
+  Term_ const* const x = tm.mk_variable("x", tm.fp_type(5, 10));
+  for (OperatorInfo const& op : floating_operator_table) {
+    if (op.typing != OperatorInfo::Typing::fp_test) continue;
+    std::vector<Term_ const*> const operands(static_cast<std::size_t>(op.arity), x);
+    EXPECT_THROW(c.bit_blast(tm.mk_app(op.tag, operands), &sink), Exception) << op.name;
+  }
+  for (SymbolTag::tag tag : {SymbolTag::fp_to_sbv, SymbolTag::fp_to_ubv}) {
+    Term_ const* const away = tm.mk_rounding_mode(Symbol::Role::rounding_away);
+    EXPECT_THROW(c.bit_blast(tm.mk_app(tag, {away, x}, 4), &sink), Exception);
+    c.bit_blast(tm.mk_app(tag, {tm.mk_rounding_mode(Symbol::Role::rounding_even), x}, 4), &sink);
+  }
 }
 
 TEST(StandardClausifierTest, LeavesNothingBehind) {

@@ -27,6 +27,15 @@ TEST(Decoder, Models) {
   // Terms that the script gave a name are no part of a model.
   EXPECT_EQ("sat\n(\n  (define-fun x () Bool true)\n)\n",
             decoded("c map x Bool 1\nc names\nc map n Bool -1\np cnf 1 0\n", "s SATISFIABLE\nv 1 0\n"));
+  // Rounding modes have three bits, every pattern of NaN is NaN, and other special values have names as well.
+  EXPECT_EQ(
+      "sat\n(\n  (define-fun r () RoundingMode roundNearestTiesToAway)\n  (define-fun s () RoundingMode "
+      "roundTowardNegative)\n  (define-fun f () (_ FloatingPoint 2 3) (_ NaN 2 3))\n  (define-fun g () (_ "
+      "FloatingPoint 2 3) (_ -oo 2 3))\n  (define-fun h () (_ FloatingPoint 2 3) (_ +zero 2 3))\n)\n",
+      decoded(
+          "c map r RoundingMode T F T\nc map s RoundingMode 1 T F\nc map f (_ FloatingPoint 2 3) F 1 T T "
+          "T\nc map g (_ FloatingPoint 2 3) F F T T 1\nc map h (_ FloatingPoint 2 3) F F F F -1\np cnf 1 0\n",
+          "s SATISFIABLE\nv 1 0\n"));
   EXPECT_EQ("unsat\n", decoded(cnf, "s UNSATISFIABLE\n"));
   EXPECT_EQ("unknown\n", decoded(cnf, "s UNKNOWN\n"));
 }

@@ -262,7 +262,9 @@ class Model {
       if (!c.term.empty()) continue;
       std::uint64_t const width = c.bits.size();
       Type const* const type = parse_sort(tm_, c.sort, width);
-      if (type == nullptr || values::value_width(tm_, type) != width)
+      // Versions without floating point wrote two bits for a rounding mode, of which they had four.
+      bool const two_bits = type == tm_.rounding_mode_type && width == 2;
+      if (type == nullptr || (values::value_width(tm_, type) != width && !two_bits))
         refuse(c, std::to_string(width) + " bits for sort " + c.sort);
       Term_ const* const t = tm_.mk_variable(c.symbol.c_str(), type);
       try {

@@ -10,8 +10,9 @@
 // Element 0, the least significant bit, comes first. A bit is a DIMACS literal, T or F where it is constant,
 // or ? where no clause depends on it, so that any value will do. In a quoted symbol a line break is written
 // \n, a carriage return \r (a backslash cannot occur there). A floating-point constant has its fraction,
-// exponent and sign in this order, a rounding mode two bits: 0 to even, 1 toward zero, 2 toward positive, 3
-// toward negative. "aux" marks constants that are not among those of the script that have lines of their own.
+// exponent and sign in this order, and every pattern of NaN is the one NaN; a rounding mode has three bits: 0
+// to even, 1 toward zero, 2 toward positive, 3 toward negative, 4 and above to nearest, ties away from zero.
+// "aux" marks constants that are not among those of the script that have lines of their own.
 //
 // Tested by tests/cnf/mapline_test.cpp.
 

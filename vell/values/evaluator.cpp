@@ -65,7 +65,7 @@ std::uint64_t value_width(TermManager const& tm, Type const* type) {
   if (tm.is_bv_type(type, &width)) return width;
   std::uint64_t fraction = 0;
   if (tm.is_fp_type(type, &width, &fraction)) return width + fraction + 1;
-  return type == tm.rounding_mode_type ? 2 : 0;
+  return type == tm.rounding_mode_type ? 3 : 0;
 }
 
 std::uint64_t Evaluator::bits_of(Term_ const* t) const {
@@ -161,6 +161,7 @@ void Evaluator::invalidate_above(Term_ const* t) {
 void Evaluator::set_assignment(Assignment const& assignment) {
   bool const first = assignment_ == nullptr;
   assignment_ = &assignment;
+  chosen_.clear();
   if (first) return;
   if (!edges_kept_) {
     edges_kept_ = true;
@@ -176,6 +177,7 @@ void Evaluator::set_assignment(Assignment const& assignment) {
     std::uint64_t* kept = slot(leaf, width);
     if (std::equal(kept, kept + n, scratch_.begin())) continue;
     std::copy_n(scratch_.begin(), n, kept);
+    unify(leaf, width);
     assert(is_trimmed(leaf));
     invalidate_above(leaf);
   }
@@ -209,8 +211,8 @@ void Evaluator::compute(Term_ const* t) {
   SymbolTag::tag const tag = t->symbol->tag();
   std::uint64_t const w0 = bits_of(t->children[0]);
   std::uint64_t const w1 = t->symbol->arity > 1 ? bits_of(t->children[1]) : 0;
-  if (tag == SymbolTag::fp_to_sbv || tag == SymbolTag::fp_to_ubv) {
-    convert_fp(t, width, tag == SymbolTag::fp_to_sbv);
+  if (tag >= SymbolTag::fp_to_sbv) {
+    compute_floating(t, tag, width);
   } else if (free_division_ && is_division(tag) && wide::is_zero(operand(t->children[1], w1), w1)) {
     ask_assignment(t, width);
     open_.push_back(t);
@@ -226,18 +228,23 @@ void Evaluator::compute_leaf(Term_ const* t, std::uint64_t width) {
   Symbol const* s = t->symbol;
   std::uint64_t* out = slot(t, width);
   switch (s->role()) {
-    case Symbol::Role::uninterpreted: ask_assignment(t, width); return;
+    case Symbol::Role::uninterpreted:
+      ask_assignment(t, width);
+      unify(t, width);
+      return;
     case Symbol::Role::number: {
       QNumber const& q = *tm_.number(s);
       std::fill_n(out, words_of(width), 0);
       for (std::uint64_t i = q.lowest_set_bit(0); i < width; i = q.lowest_set_bit(i + 1))
         out[i / 64] |= std::uint64_t{1} << (i % 64);
+      unify(t, width);
       return;
     }
     case Symbol::Role::rounding_even: *out = 0; return;
     case Symbol::Role::rounding_zero: *out = 1; return;
     case Symbol::Role::rounding_plus_inf: *out = 2; return;
     case Symbol::Role::rounding_minus_inf: *out = 3; return;
+    case Symbol::Role::rounding_away: *out = 4; return;
     default: break;
   }
   switch (s->tag()) {
@@ -294,7 +301,6 @@ std::uint64_t Evaluator::small_word(Term_ const* t, SymbolTag::tag tag, std::uin
     }
     case SymbolTag::bv_zero_extend: return arg(0);
     case SymbolTag::bv_sign_extend: return static_cast<std::uint64_t>(signed_value(arg(0), w0)) & m;
-    case SymbolTag::fp_as_ieeebv: return arg(0);
     default: throw Exception("no value for " + t->to_shallow_str());
   }
 }
@@ -361,7 +367,6 @@ void Evaluator::wide_word(Term_ const* t, SymbolTag::tag tag, std::uint64_t widt
       std::copy_n(a, n0, r);
       if (tag == SymbolTag::bv_sign_extend && wide::bit(a, w0 - 1)) wide::fill_ones(r, w0, width);
       return;
-    case SymbolTag::fp_as_ieeebv: std::copy_n(a, n, r); return;
     case SymbolTag::bv_shl: wide::shift_left(r, a, wide::amount(b, width), width); return;
     case SymbolTag::bv_lshr:
     case SymbolTag::bv_ashr: {

@@ -5,10 +5,12 @@
 // Tested by tests/values/evaluator_test.cpp.
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
 #include "vell/terms/termmanager.h"
+#include "vell/values/fparithmetic.h"
 
 namespace vell::values {
 
@@ -31,8 +33,12 @@ class Assignment {
 class Evaluator {
  public:
   // free_division: a quotient or remainder by zero has the value that the assignment gives to the term.
-  // Otherwise x / 0 is all ones and x % 0 is x. A conversion of a floating-point value that its result cannot
-  // hold has the value that the assignment gives to the term, always.
+  // Otherwise x / 0 is all ones and x % 0 is x.
+  //
+  // SMT-LIB leaves the values of some operators open: conversions of floating-point values that the result
+  // cannot hold, the bits of NaN, and the sign of the minimum or maximum of zeros of both signs. They have
+  // the value that the assignment gives to the term, always; for the same operator and values of operands the
+  // one that it gave first.
   explicit Evaluator(TermManager const& tm, bool free_division = false)
       : tm_(tm), free_division_(free_division) {}
 
@@ -65,7 +71,11 @@ class Evaluator {
   void compute_leaf(Term_ const* t, std::uint64_t width);
   std::uint64_t small_word(Term_ const* t, SymbolTag::tag tag, std::uint64_t width, std::uint64_t w0);
   void wide_word(Term_ const* t, SymbolTag::tag tag, std::uint64_t width, std::uint64_t w0, std::uint64_t w1);
+  void compute_floating(Term_ const* t, SymbolTag::tag tag, std::uint64_t width);
   void convert_fp(Term_ const* t, std::uint64_t width, bool is_signed);
+  void choose_open(Term_ const* t, std::uint64_t width);
+  void unify(Term_ const* t, std::uint64_t width);
+  FpFormat format_of(Term_ const* t) const;
   void ask_assignment(Term_ const* t, std::uint64_t width);
   void first_seen(Term_ const* t);
   void add_edges(Term_ const* t);
@@ -88,6 +98,8 @@ class Evaluator {
   std::vector<Term_ const*> stack_;
   std::vector<std::uint32_t> dirty_;
   std::vector<std::uint64_t> scratch_;
+  // What the assignment gave for operators that their operands leave open; by operator, sorts and operands.
+  std::map<std::vector<std::uint64_t>, std::vector<std::uint64_t>> chosen_;
   std::uint64_t evaluations_ = 0;
 };
 
