@@ -158,7 +158,7 @@ def check_batch(job):
     if wanted:
         text = "(reset)\n".join(scripts[i].text() + "(get-model)\n(echo \"next\")\n" for i in wanted)
         for i, part in zip(wanted, run([vell, "-"], text).split('"next"')):
-            values = re.findall(r"\(define-fun (\S+) \(\) (?:Bool|\(_ BitVec \d+\)) (\S+)\)", part)
+            values = re.findall(r"^  \(define-fun (\S+) \(\) (?:\w+|\([^()]*\)) (.*)\)$", part, re.M)
             models[i] = "".join("(assert (= %s %s))\n" % v for v in values)
     for name in others:
         theirs = answers(run(OTHERS[name], "(reset)\n".join(s.text() for s in scripts)))
@@ -173,8 +173,8 @@ def check_batch(job):
     return len(seeds), failures
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+def main(description=__doc__):
+    parser = argparse.ArgumentParser(description=description, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("vell")
     parser.add_argument("--count", type=int, default=2000)
     parser.add_argument("--seed", type=int, default=1)

@@ -309,10 +309,9 @@ TEST(Terms, RefusedByName) {
   EXPECT_EQ(wrong("(exists ((x Bool)) x)"), "2: quantifiers are not supported");
   EXPECT_EQ(wrong("(match a ((x x)))"), "2: datatypes are not supported");
   EXPECT_EQ(wrong("(lambda ((x Bool)) x)"), "2: functions as values are not supported");
-  EXPECT_EQ(wrong("(fp.add RNE a b)"), "2: `fp.add`: floating point is not supported yet");
-  EXPECT_EQ(wrong("((_ to_fp 8 24) a)"), "5: `to_fp`: floating point is not supported yet");
-  EXPECT_EQ(wrong("(_ +oo 8 24)"), "4: `+oo`: floating point is not supported yet");
-  EXPECT_EQ(wrong("RNE"), "1: `RNE`: floating point is not supported yet");
+  EXPECT_EQ(wrong("(fp.to_real a)"),
+            "2: `fp.to_real`: conversions of floating-point values to reals are not supported");
+  EXPECT_EQ(wrong("(fp.foo a)"), "2: `fp.foo`: no operator of the theory of floating point");
   EXPECT_EQ(wrong("(select a b)"), "2: `select`: arrays are not supported");
   EXPECT_EQ(wrong("(+ a b)"), "2: `+`: integers and reals are not supported");
   EXPECT_EQ(wrong("(bv2nat a)"),
@@ -364,10 +363,17 @@ TEST(SortSyntax, Errors) {
   EXPECT_EQ(wrong_sort("Real"), "1: sort `Real`: integers and reals are not supported");
   EXPECT_EQ(wrong_sort("String"), "1: sort `String`: strings and sequences are not supported");
   EXPECT_EQ(wrong_sort("(Seq Bool)"), "2: sort `Seq`: strings and sequences are not supported");
-  EXPECT_EQ(wrong_sort("(_ FloatingPoint 8 24)"),
-            "4: sort `FloatingPoint`: floating point is not supported yet");
-  EXPECT_EQ(wrong_sort("Float32"), "1: sort `Float32`: floating point is not supported yet");
-  EXPECT_EQ(wrong_sort("RoundingMode"), "1: sort `RoundingMode`: floating point is not supported yet");
+  EXPECT_EQ(wrong_sort("FloatingPoint"),
+            "1: `FloatingPoint` is written with two widths, (_ FloatingPoint 8 24)");
+  EXPECT_EQ(wrong_sort("(_ FloatingPoint 1 24)"),
+            "4: the exponent of a floating-point format has 2 to 24 bits, not 1");
+  EXPECT_EQ(wrong_sort("(_ FloatingPoint 8 1)"),
+            "4: the significand of a floating-point format has 2 to 65536 bits, not 1");
+  EXPECT_EQ(wrong_sort("(_ FloatingPoint 25 1000000)"),
+            "4: the exponent of a floating-point format has 2 to 24 bits, not 25");
+  EXPECT_EQ(wrong_sort("(_ Float32 8)"), "4: sort `Float32` takes no index");
+  EXPECT_EQ(wrong_sort("(RoundingMode)"), "");
+  EXPECT_EQ(wrong_sort("(Float32 Bool)"), "1: sort `Float32` takes no arguments");
   EXPECT_EQ(wrong_sort("5"), "1: expected a sort, found `5`");
   EXPECT_EQ(wrong_sort("()"), "2: expected the name of a sort, found `)`");
   EXPECT_EQ(wrong_sort("let"), "1: expected a sort, found the reserved word `let`");

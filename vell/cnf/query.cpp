@@ -51,10 +51,12 @@ class PassesOfScript {
   bool checked_ = false;
 };
 
-// As the embedded solver does before a first check, so that it is given the clauses of the file.
+// As the embedded solver does before a first check, so that it is given the clauses of the file. stand_ins:
+// of each constant of the query, what stands for it in the formulas.
 words::Definitions simplify(CnfOptions const& options, TermManager& tm, Assertions const& given,
                             run::Limits const& limits, run::Statistics& statistics,
-                            words::StepObserver* observer, Query& query) {
+                            words::StepObserver* observer, Query& query,
+                            std::vector<Term_ const*>& stand_ins) {
   words::Formulas formulas;
   formulas.first = true;
   for (std::size_t i = 0; i < given.formulas.size(); ++i) {
@@ -69,6 +71,7 @@ words::Definitions simplify(CnfOptions const& options, TermManager& tm, Assertio
   simplifier.simplify(formulas);
   simplifier.report(statistics);
   query.name_terms = formulas.watched;
+  for (Term_ const* c : query.constants) stand_ins.push_back(simplifier.stand_in(c));
   formulas.each([&](words::Formula const& f) {
     query.formulas.push_back(f.term);
     query.positions.push_back(given.positions[f.origin]);
@@ -100,6 +103,43 @@ bool is_wired(TermManager const& tm, Cone const& held, Term_ const* value) {
     stack.insert(stack.end(), t->children, t->children + t->symbol->arity);
   }
   return true;
+}
+
+// The value of a floating-point type or the rounding mode whose bits are those of a word.
+Term_ const* of_bits(TermManager& tm, Type const* type, Term_ const* word) {
+  std::uint64_t exponent = 0;
+  std::uint64_t fraction = 0;
+  if (tm.is_fp_type(type, &exponent, &fraction))
+    return tm.mk_app(SymbolTag::fp_from_bits, {word}, exponent, fraction + 1);
+  using Role = Symbol::Role;
+  Term_ const* out = tm.mk_rounding_mode(Role::rounding_away);
+  Role const roles[] = {Role::rounding_even, Role::rounding_zero, Role::rounding_plus_inf,
+                        Role::rounding_minus_inf};
+  for (std::uint64_t i = 0; i < std::size(roles); ++i)
+    out = tm.mk_app(SymbolTag::term_ite, {tm.mk_app(SymbolTag::equal, {word, tm.mk_bv(i, tm.width(word))}),
+                                          tm.mk_rounding_mode(roles[i]), out});
+  return out;
+}
+
+// Floating-point constants and rounding modes have the bits of the words that stand for them or, where these
+// were eliminated, are defined by them.
+void define_by_stand_ins(TermManager& tm, std::vector<Term_ const*> const& stand_ins, Query& query,
+                         words::Definitions& definitions) {
+  std::unordered_set<Term_ const*> eliminated;
+  for (words::Definition const& d : definitions) eliminated.insert(d.variable);
+  Cone held;
+  held.add(query.formulas);
+  words::Definitions first;
+  for (std::size_t i = 0; i < stand_ins.size(); ++i) {
+    Term_ const* const c = query.constants[i];
+    Term_ const* const word = stand_ins[i];
+    if (word == c) continue;
+    if (eliminated.count(word) != 0)
+      first.push_back({c, of_bits(tm, c->symbol->get_output_type(), word)});
+    else if (held.contains(word))
+      query.definitions.push_back({c, word});
+  }
+  definitions.insert(definitions.begin(), first.begin(), first.end());
 }
 
 // Chooses what is said of each definition, and the constants that the values need besides.
@@ -246,7 +286,10 @@ Query read_query(CnfOptions const& options, TermManager& tm, run::Limits const& 
       std::string const bare = quoted ? n.name.substr(1, n.name.size() - 2) : n.name;
       if (asked_for(bare.c_str())) query.names.push_back(n);
     }
-  words::Definitions const definitions = simplify(options, tm, given, limits, statistics, observer, query);
+  std::vector<Term_ const*> stand_ins;
+  words::Definitions definitions =
+      simplify(options, tm, given, limits, statistics, observer, query, stand_ins);
+  define_by_stand_ins(tm, stand_ins, query, definitions);
   if (!definitions.empty()) Recorder(options, tm, given.state, query).run(definitions);
   if (query.passes != words::Passes::none) {
     Cone held;

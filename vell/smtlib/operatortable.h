@@ -12,13 +12,14 @@
 namespace vell::smtlib {
 
 using theory::apply;
+using theory::floating_operator_table;
 using theory::max_width;
 using theory::Operator;
 using theory::operator_table;
 using theory::Sorts;
 
-// Why an unknown symbol cannot be used, for names of unsupported theories: "floating point is not supported
-// yet". Null for any other name.
+// Why an unknown symbol cannot be used, for names of unsupported theories: "arrays are not supported". Null
+// for any other name.
 char const* refusal(std::string_view name);
 
 }  // namespace vell::smtlib

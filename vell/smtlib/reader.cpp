@@ -21,6 +21,12 @@ constexpr std::uint64_t bytes_per_term = 16;
 
 std::string quoted(Name const* name) { return "`" + std::string(name->view()) + "`"; }
 
+// Whether the operator is one of rounding modes and floating-point values.
+bool is_floating(Operator const& op) {
+  std::span<Operator const> const table = floating_operator_table();
+  return std::any_of(table.begin(), table.end(), [&](Operator const& row) { return &row == &op; });
+}
+
 }  // namespace
 
 struct Reader::State {
@@ -88,6 +94,9 @@ struct Reader::State {
   bool any_command = false;
   bool ended = false;
   bool has_logic = false;
+  // Whether the logic, if there is one, has floating point. If not, a script may declare the names of its
+  // operators.
+  bool has_floats = true;
   // Of the command that is being read, or was read last.
   CommandKind kind = CommandKind::exit;
   bool complete = true;
@@ -193,9 +202,13 @@ void Reader::State::take_effect(Command const& c) {
     case CommandKind::reset:
       symbols.reset();
       has_logic = false;
+      has_floats = true;
       break;
     case CommandKind::reset_assertions: symbols.reset_assertions(); break;
-    case CommandKind::set_logic: has_logic = true; break;
+    case CommandKind::set_logic:
+      has_logic = true;
+      has_floats = c.text.find("FP") != std::string::npos || c.text.find("ALL") != std::string::npos;
+      break;
     default: break;
   }
 }
@@ -204,7 +217,10 @@ void Reader::State::recover() {
   // A complete command was refused by the engine. Of such commands only set-logic has changed the reader's
   // state.
   if (!complete) symbols.forget_since(before);
-  if (complete && kind == CommandKind::set_logic) has_logic = false;
+  if (complete && kind == CommandKind::set_logic) {
+    has_logic = false;
+    has_floats = true;
+  }
   complete = true;
   ahead = false;
   term_parser.recover();
@@ -284,7 +300,8 @@ Name* Reader::State::new_symbol(Command& c) {
 
 void Reader::State::check_new(Name const* name, std::uint64_t offset) const {
   check_not_reserved(lexer, name, offset);
-  if (name->theory != nullptr) lexer.fail(offset, "symbol " + quoted(name) + " belongs to the theory");
+  if (name->theory != nullptr && (has_floats || !is_floating(*name->theory)))
+    lexer.fail(offset, "symbol " + quoted(name) + " belongs to the theory");
   if (name->meaning != Name::Meaning::none)
     lexer.fail(offset, "symbol " + quoted(name) + " is already declared");
 }

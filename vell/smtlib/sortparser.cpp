@@ -1,4 +1,4 @@
-// The only sorts are Bool and the bit-vectors, so every sort definition is equivalent to a sort or to one of
+// No sort is made of sorts, so every sort definition is equivalent to a sort or to one of
 // its arguments. Only that is stored.
 
 #include "vell/smtlib/sortparser.h"
@@ -15,8 +15,24 @@ SortParser::SortParser(TermManager& terms, Lexer& lexer, SymbolTable& symbols)
       symbols_(symbols),
       bool_(symbols.intern("Bool")),
       bit_vec_(symbols.intern("BitVec")),
+      floating_point_(symbols.intern("FloatingPoint")),
       words_(257, nullptr) {
-  bool_->theory_sort = bit_vec_->theory_sort = 1;
+  named_ = {{symbols.intern("RoundingMode"), 0, 0},
+            {symbols.intern("Float16"), 5, 11},
+            {symbols.intern("Float32"), 8, 24},
+            {symbols.intern("Float64"), 11, 53},
+            {symbols.intern("Float128"), 15, 113}};
+  bool_->theory_sort = bit_vec_->theory_sort = floating_point_->theory_sort = 1;
+  for (NamedSort const& s : named_) s.name->theory_sort = 1;
+}
+
+// Null for another name.
+Type const* SortParser::named(Name const* name) const {
+  for (NamedSort const& s : named_)
+    if (s.name == name)
+      return s.exponent_width == 0 ? terms_.rounding_mode_type
+                                   : terms_.fp_type(s.exponent_width, s.significand_width - 1);
+  return nullptr;
 }
 
 Type const* SortParser::parse() {
@@ -35,6 +51,8 @@ SortDefinition SortParser::parse_definition(std::vector<Name*> const& parameters
 void SortParser::unknown(Name const* name) const {
   std::string const quoted = "`" + std::string(name->view()) + "`";
   if (name == bit_vec_) lexer_.fail("`BitVec` is written with a width, (_ BitVec 8)");
+  if (name == floating_point_)
+    lexer_.fail("`FloatingPoint` is written with two widths, (_ FloatingPoint 8 24)");
   if (char const* why = refusal(name->view())) lexer_.fail("sort " + quoted + ": " + why);
   Spelling spelling(name->view());
   symbols_.each([&](Name const& n) {
@@ -57,6 +75,8 @@ SortParser::Value SortParser::symbol_value() {
     if (i != parameters_.end()) return {nullptr, i->second};
   }
   if (n == bool_) return {terms_.bool_type, 0};
+  if (n->sort == nullptr && n->theory_sort != 0)
+    if (Type const* const sort = named(n)) return {sort, 0};
   if (n->sort == nullptr) unknown(n);
   if (n->sort->parameters != 0) wrong_count(n, 0, lexer_.offset());
   return {n->sort->type, 0};
@@ -66,8 +86,10 @@ SortParser::Value SortParser::symbol_value() {
 Type const* SortParser::indexed() {
   lexer_.next();
   Name const* const n = read_symbol(lexer_, symbols_, "the name of a sort");
+  if (n == floating_point_) return floating_point();
   if (n != bit_vec_) {
-    if (n == bool_ || n->sort != nullptr) lexer_.fail("sort `" + std::string(n->view()) + "` takes no index");
+    if (n == bool_ || n->sort != nullptr || named(n) != nullptr)
+      lexer_.fail("sort `" + std::string(n->view()) + "` takes no index");
     unknown(n);
   }
   lexer_.next();
@@ -81,6 +103,20 @@ Type const* SortParser::indexed() {
   Type const*& t = words_[width];
   if (t == nullptr) t = terms_.bv_type(width);
   return t;
+}
+
+// At "FloatingPoint".
+Type const* SortParser::floating_point() {
+  std::uint64_t const offset = lexer_.offset();
+  std::uint64_t widths[2] = {0, 0};
+  for (std::uint64_t& width : widths) {
+    lexer_.next();
+    width = read_numeral(lexer_);
+  }
+  if (std::string const wrong = theory::format_error(widths[0], widths[1]); !wrong.empty())
+    lexer_.fail(offset, wrong);
+  expect_close(lexer_, "after the widths of a floating-point format");
+  return terms_.fp_type(widths[0], widths[1] - 1);
 }
 
 SortParser::Value SortParser::close() {
@@ -111,6 +147,15 @@ SortParser::Value SortParser::parse_value() {
         v.type = indexed();
       } else {
         Name const* const n = read_symbol(lexer_, symbols_, "the name of a sort");
+        if (Type const* const sort = parameters_.contains(n) ? nullptr : named(n)) {
+          // Some scripts write (Float64).
+          if (lexer_.next() != Token::close)
+            lexer_.fail(offset, "sort `" + std::string(n->view()) + "` takes no arguments");
+          if (frames_.empty()) return {sort, 0};
+          values_.push_back({sort, 0});
+          lexer_.next();
+          continue;
+        }
         if (parameters_.contains(n) || n == bool_ || (n->sort != nullptr && n->sort->parameters == 0))
           lexer_.fail("sort `" + std::string(n->view()) + "` takes no arguments");
         if (n->sort == nullptr) unknown(n);

@@ -38,6 +38,8 @@ class SortParser {
   Value symbol_value();
   Value close();
   Type const* indexed();
+  Type const* floating_point();
+  Type const* named(Name const* name) const;
   [[noreturn]] void unknown(Name const* name) const;
   [[noreturn]] void wrong_count(Name const* name, std::size_t given, std::uint64_t offset) const;
 
@@ -46,9 +48,18 @@ class SortParser {
   SymbolTable& symbols_;
   Name* bool_;
   Name* bit_vec_;
+  Name* floating_point_;
   std::vector<Frame> frames_;
   std::vector<Value> values_;
   std::unordered_map<Name const*, std::uint64_t> parameters_;
+  // Sorts of the theories without an index: RoundingMode and the formats with a name. The type of a format is
+  // made when it is used.
+  struct NamedSort {
+    Name* name;
+    std::uint64_t exponent_width;  // 0 for RoundingMode
+    std::uint64_t significand_width;
+  };
+  std::vector<NamedSort> named_;
   std::vector<Type const*> words_;  // sorts of small widths, null until used
 };
 

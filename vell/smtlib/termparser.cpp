@@ -35,7 +35,8 @@ bool is_numeral(std::string_view symbol) {
 
 TermParser::TermParser(TermManager& terms, Lexer& lexer, SymbolTable& symbols, SortParser& sorts)
     : terms_(terms), lexer_(lexer), symbols_(symbols), sorts_(sorts) {
-  for (Operator const& op : operator_table()) symbols_.intern(op.name)->theory = &op;
+  for (std::span<Operator const> const table : {operator_table(), floating_operator_table()})
+    for (Operator const& op : table) symbols_.intern(op.name)->theory = &op;
 }
 
 Term_ const* TermParser::parse(std::vector<NamedTerm>& named) {
@@ -43,6 +44,7 @@ Term_ const* TermParser::parse(std::vector<NamedTerm>& named) {
   outer_name_.clear();
   frames_.clear();
   values_.clear();
+  rational_of_ = 0;
   for (;; lexer_.next()) {
     Term_ const* value = nullptr;
     switch (lexer_.kind()) {
@@ -55,6 +57,15 @@ Term_ const* TermParser::parse(std::vector<NamedTerm>& named) {
       case Token::quoted: value = plain_symbol(); break;
       case Token::hexadecimal: value = literal(4); break;
       case Token::binary: value = literal(1); break;
+      case Token::numeral:
+      case Token::decimal:
+        if (takes_exponent()) {
+          scale_rational();
+          continue;
+        }
+        if (!takes_rational()) not_a_term();
+        value = rational();
+        break;
       default: not_a_term();
     }
     if (!deliver(value)) continue;
@@ -107,6 +118,7 @@ TermParser::Frame& TermParser::push(Kind kind, std::uint64_t offset) {
   f.qualified = 0;
   f.kind = kind;
   f.base = static_cast<std::uint32_t>(values_.size());
+  if (rational_of_ == frames_.size()) rational_of_ = 0;  // that of another to_fp, which is complete
   return f;
 }
 
@@ -138,6 +150,14 @@ Term_ const* TermParser::open() {
           default: lexer_.fail("expected a function, found the reserved word " + lexer_.describe());
         }
       }
+      bool const arithmetic = n->view() == "-" || n->view() == "/";
+      if (arithmetic && n->meaning == Name::Meaning::none && n->local == nullptr) {
+        if (takes_rational()) return rational();
+        if (takes_exponent()) {
+          scale_rational();
+          return nullptr;
+        }
+      }
       push_function(n, offset);
       return nullptr;
     }
@@ -158,7 +178,9 @@ void TermParser::push_function(Name const* name, std::uint64_t offset) {
   }
   Operator const* const op = name->theory;
   if (op == nullptr) unknown(name, lexer_.offset());
-  if (op->max_arguments == 0) lexer_.fail(quoted(name) + " takes no arguments; write it without parentheses");
+  if (op->max_arguments == 0 && op->indices == 0)
+    lexer_.fail(quoted(name) + " takes no arguments; write it without parentheses");
+  if (op->max_arguments == 0) lexer_.fail(quoted(name) + " is written (_ " + op->name + " 8 24)");
   if (op->indices != 0)
     lexer_.fail(quoted(name) + " is written with " + (op->indices == 1 ? "an index" : "two indices") +
                 ", ((_ " + op->name + (op->indices == 1 ? " 1" : " 1 0") + ") ...)");
@@ -170,7 +192,7 @@ void TermParser::push_indexed_function(std::uint64_t offset) {
   lexer_.next();
   Name const* const n = read_symbol(lexer_, symbols_, "an indexed function");
   Operator const* const op = n->theory;
-  if (op == nullptr || op->indices == 0) {
+  if (op == nullptr || op->indices == 0 || op->max_arguments == 0) {
     if (op != nullptr || n->meaning != Name::Meaning::none) lexer_.fail(quoted(n) + " takes no index");
     if (is_numeral(n->view())) lexer_.fail(quoted(n) + " is no function");
     unknown(n, lexer_.offset());
@@ -252,6 +274,9 @@ Term_ const* TermParser::close() {
 // ---- symbols and literals ----
 
 Term_ const* TermParser::plain_symbol() {
+  if (lexer_.kind() == Token::symbol && RationalLiteral::is_negative_number(lexer_.text()) &&
+      takes_rational())
+    return rational();
   Name const* const n = symbols_.intern(lexer_.text());
   if (n->local != nullptr && (lexer_.kind() == Token::quoted || n->reserved == Reserved::none))
     return n->local;
@@ -271,6 +296,8 @@ Term_ const* TermParser::constant(Name const* name, std::uint64_t offset) {
   if (name->theory == nullptr) unknown(name, offset);
   if (name->theory->max_arguments != 0)
     lexer_.fail(offset, quoted(name) + " is a function and needs arguments");
+  if (name->theory->indices != 0)
+    lexer_.fail(offset, quoted(name) + " is written with two indices, (_ " + name->theory->name + " 8 24)");
   return apply(terms_, *name->theory, {}, nullptr);
 }
 
@@ -279,10 +306,64 @@ Term_ const* TermParser::indexed_constant() {
   // Numerals are not interned as symbols, since there may be very many.
   if (lexer_.next() == Token::symbol && is_numeral(lexer_.text())) return bit_vector_numeral();
   Name const* const n = read_symbol(lexer_, symbols_, "an indexed symbol");
+  if (n->theory != nullptr && n->theory->indices == 2 && n->theory->max_arguments == 0) {
+    std::uint64_t const offset = lexer_.offset();
+    std::uint64_t widths[2] = {0, 0};
+    for (std::uint64_t& width : widths) {
+      lexer_.next();
+      width = read_numeral(lexer_);
+    }
+    expect_close(lexer_, "after the widths of a floating-point format");
+    try {
+      return apply(terms_, *n->theory, {}, widths);
+    } catch (SortError const& e) {
+      lexer_.fail(offset, e.what());
+    }
+  }
   if (n->theory != nullptr && n->theory->indices != 0)
     lexer_.fail(quoted(n) + " is a function: write ((_ " + n->theory->name + " ...) argument)");
   if (n->theory != nullptr || n->meaning != Name::Meaning::none) lexer_.fail(quoted(n) + " takes no index");
   unknown(n, lexer_.offset());
+}
+
+// Whether the term that begins now is the number that a to_fp rounds.
+bool TermParser::takes_rational() const {
+  if (frames_.empty() || frames_.back().kind != Kind::operation ||
+      frames_.back().op->sorts != Sorts::float_conversion)
+    return false;
+  std::size_t const base = frames_.back().base;
+  return values_.size() == base + 1 && type_of(values_[base]) == terms_.rounding_mode_type;
+}
+
+// A number, already rounded to the format of the to_fp around it.
+Term_ const* TermParser::rational() {
+  std::uint64_t const* const widths = indices_.data() + indices_.size() - 2;
+  if (std::string const wrong = theory::format_error(widths[0], widths[1]); !wrong.empty())
+    lexer_.fail(frames_.back().offset, wrong);
+  rational_ = RationalLiteral(lexer_);
+  rational_of_ = frames_.size();
+  return rational_.rounded(terms_, values_.back(), widths[0], widths[1]);
+}
+
+// Whether the term that begins now is the binary exponent of the number before it, as z3 lets scripts
+// write: 1.5 (- 3) is 1.5 * 2^-3.
+bool TermParser::takes_exponent() const {
+  return !frames_.empty() && rational_of_ == frames_.size() && frames_.back().kind == Kind::operation &&
+         frames_.back().op->sorts == Sorts::float_conversion && values_.size() == frames_.back().base + 2u;
+}
+
+void TermParser::scale_rational() {
+  std::uint64_t const offset = lexer_.offset();
+  std::uint64_t const* const widths = indices_.data() + indices_.size() - 2;
+  try {
+    rational_.scale(RationalLiteral(lexer_).value());
+  } catch (io::Error const&) {
+    throw;
+  } catch (Exception const& e) {
+    lexer_.fail(offset, e.what());
+  }
+  rational_of_ = 0;
+  values_.back() = rational_.rounded(terms_, values_[frames_.back().base], widths[0], widths[1]);
 }
 
 // At bvN.
@@ -431,7 +512,9 @@ void TermParser::unknown(Name const* name, std::uint64_t offset) const {
                             lexer_.open_command());
   Spelling spelling(name->view());
   symbols_.each([&](Name const& n) {
-    if (n.theory != nullptr || n.meaning != Name::Meaning::none || n.local != nullptr ||
+    // Not +oo and the like: they are near to any short word.
+    bool const special = n.theory != nullptr && n.theory->max_arguments == 0 && n.theory->indices != 0;
+    if ((n.theory != nullptr && !special) || n.meaning != Name::Meaning::none || n.local != nullptr ||
         n.reserved == Reserved::let)
       spelling.offer(n.view());
   });

@@ -10,6 +10,7 @@
 
 #include "vell/smtlib/lexer.h"
 #include "vell/smtlib/operatortable.h"
+#include "vell/smtlib/rationalliteral.h"
 #include "vell/smtlib/reader.h"
 #include "vell/smtlib/sortparser.h"
 #include "vell/smtlib/symboltable.h"
@@ -63,6 +64,10 @@ class TermParser {
   Term_ const* constant(Name const* name, std::uint64_t offset);
   Term_ const* bit_vector_numeral();
   Term_ const* indexed_constant();
+  bool takes_rational() const;
+  Term_ const* rational();
+  bool takes_exponent() const;
+  void scale_rational();
   Term_ const* qualified_constant(std::uint64_t offset);
   Term_ const* literal(unsigned bits_per_digit);
   Term_ const* number(std::uint64_t value, std::uint64_t width);
@@ -89,6 +94,8 @@ class TermParser {
   std::vector<Term_ const*> parameters_;
   std::vector<NamedTerm>* named_ = nullptr;
   std::string outer_name_;
+  RationalLiteral rational_;       // the one that was read last
+  std::uint64_t rational_of_ = 0;  // place of the to_fp that rounds it in frames_, plus 1
 
   // A cache of recent numerals of up to 64 bits, which saves look-ups in the manager's table.
   struct Recent {

@@ -25,6 +25,7 @@ std::string leaf_text(TermManager const& tm, Term_ const* t) {
   std::uint64_t mode = 0;
   switch (t->symbol->role()) {
     case Symbol::Role::number: return numeral_text(tm, t);
+    case Symbol::Role::rounding_away: ++mode; [[fallthrough]];
     case Symbol::Role::rounding_minus_inf: ++mode; [[fallthrough]];
     case Symbol::Role::rounding_plus_inf: ++mode; [[fallthrough]];
     case Symbol::Role::rounding_zero: ++mode; [[fallthrough]];

@@ -71,6 +71,7 @@ Simplifier::Simplifier(TermManager& tm, bool free_division, Passes selected, run
       free_division_(free_division),
       limits_(limits),
       tunables_(tunables),
+      lowering_(tm, limits),
       counts_(pass_count),
       evaluator_(tm, free_division) {
   PassContext const context{tm, free_division, limits, tunables_};
@@ -90,6 +91,7 @@ void Simplifier::simplify(Formulas& formulas) {
     visited_ = Cone();
   }
   formulas.round = 0;
+  if (tm_.has_floating_point()) lower(formulas);
   if (observer_ != nullptr) observer_->given(formulas);
   repeat(formulas);
   if (run(identities, formulas) > 0) repeat(formulas);
@@ -106,6 +108,12 @@ void Simplifier::simplify(Formulas& formulas) {
   for (std::size_t i = 0; i < definitions_.size(); ++i)
     if (definitions_[i].replaced != nullptr) place_[definitions_[i].variable] = i;
   if (!place_.empty()) formulas.each([this](Formula const& f) { visited_.add(f.term); });
+}
+
+void Simplifier::lower(Formulas& formulas) {
+  formulas.each([this](Formula& f) { f.term = lowering_.lower(f.term); });
+  for (Term_ const*& t : formulas.watched) t = lowering_.lower(t);
+  values_.reset();
 }
 
 void Simplifier::repeat(Formulas& formulas) {
@@ -183,7 +191,7 @@ Term_ const* Simplifier::bring_back(std::size_t i) {
 // Values are expanded until they hold no variable that is defined itself. Then they do not depend on each
 // other, and the evaluator computes again only what a new model changes.
 void Simplifier::complete(values::Assignment const& model) {
-  if (definitions_.empty()) return;
+  if (definitions_.empty() && lowering_.variables().empty() && lowering_.open_values().empty()) return;
   if (values_ == nullptr) {
     values_ = std::make_unique<Substitution>(tm_, free_division_, limits_);
     for (Definition const& d : definitions_)
@@ -191,6 +199,8 @@ void Simplifier::complete(values::Assignment const& model) {
     // From the last one: what it is made of comes later.
     for (std::size_t i = definitions_.size(); i-- > 0;)
       if (definitions_[i].variable != nullptr) values_->apply(definitions_[i].variable);
+    for (std::vector<fp::StandIn> const* list : {&lowering_.variables(), &lowering_.open_values()})
+      for (fp::StandIn const& s : *list) values_->replace(s.term, s.word);
   }
   evaluator_.set_assignment(model);
 }

@@ -11,6 +11,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "vell/fp/lowering.h"
 #include "vell/run/limits.h"
 #include "vell/run/statistics.h"
 #include "vell/run/tunables.h"
@@ -58,12 +59,15 @@ class Simplifier {
   // no longer defined then.
   void simplify(Formulas& formulas);
 
-  // Lets completed() give the eliminated variables' values under this model of the others. It is read until
-  // the next call and must live as long.
+  // Lets completed() give the eliminated variables' values under this model of the others; so those of
+  // floating-point variables, which formulas no longer hold, and of terms whose operands leave their value
+  // open. It is read until the next call and must live as long.
   void complete(values::Assignment const& model);
   // The value of a variable, as Assignment::read writes it, valid until the next call; null for a variable
   // that is not eliminated, and before complete().
   std::uint64_t const* completed(Term_ const* variable) const;
+  // The word that stands for a variable of floating-point values or rounding modes; another variable itself.
+  Term_ const* stand_in(Term_ const* variable) const { return lowering_.stand_in(variable); }
 
   // Of the first batch. A null variable: it came back.
   Definitions const& definitions() const { return definitions_; }
@@ -78,6 +82,8 @@ class Simplifier {
   void repeat(Formulas& formulas);
   // Runs one pass; what apply() gave.
   std::uint64_t run(std::size_t pass, Formulas& formulas);
+  // Makes words of floating-point values.
+  void lower(Formulas& formulas);
   // Brings back variables that the formulas mention; whether there were any.
   bool restore(Formulas& formulas);
   Term_ const* bring_back(std::size_t definition);
@@ -87,6 +93,7 @@ class Simplifier {
   run::Limits const& limits_;
   run::Tunables const tunables_;
   StepObserver* observer_ = nullptr;
+  fp::Lowering lowering_;
   std::vector<std::unique_ptr<Pass>> passes_;  // null where switched off
   std::vector<PassCounts> counts_;
   Definitions definitions_;                              // of the variables that were eliminated
