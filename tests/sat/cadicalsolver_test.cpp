@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <new>
+#include <random>
 #include <stdexcept>
 
 #include "vell/sinks/solversink.h"
@@ -149,6 +152,35 @@ TEST(CadicalSolver, SmallPigeonsAreUnsat) {
   CadicalSink sink;
   add_pigeons(sink, 5);
   EXPECT_EQ(Answer::unsat, sink.solve());
+}
+
+// Units are consequences of the clauses, also where they were found under assumptions: they hold in a model
+// that was there before the clauses.
+TEST(CadicalSolver, LearnedUnits) {
+  std::mt19937 random(3);
+  std::vector<bool> model(151);
+  for (std::size_t v = 1; v < model.size(); ++v) model[v] = random() % 2 == 0;
+  auto const holds = [&](std::int32_t l) { return model[static_cast<std::size_t>(std::abs(l))] == (l > 0); };
+  CadicalSolver solver;
+  std::vector<std::int32_t> units;
+  solver.set_learned_unit([&](std::int32_t l) { units.push_back(l); });
+  for (int c = 0; c < 800; ++c) {
+    std::vector<std::int32_t> clause;
+    do {
+      clause.clear();
+      for (int i = 0; i < 3; ++i) {
+        auto const v = static_cast<std::int32_t>(1 + random() % 150);
+        clause.push_back(random() % 2 == 0 ? v : -v);
+      }
+    } while (std::none_of(clause.begin(), clause.end(), holds));
+    solver.add(clause);
+  }
+  for (std::int32_t v = 1; v <= 10; ++v) {
+    std::int32_t const assumption = model[static_cast<std::size_t>(v)] ? -v : v;
+    solver.solve({&assumption, 1}, {});
+  }
+  EXPECT_FALSE(units.empty());
+  for (std::int32_t l : units) EXPECT_TRUE(holds(l)) << l;
 }
 
 }  // namespace

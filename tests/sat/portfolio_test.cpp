@@ -15,14 +15,14 @@ namespace {
 using sinks::Answer;
 
 // Waits for the answer; the time is there to end a broken run, not to measure one.
-Answer wait(SecondSearch const& search) {
+Answer wait(FurtherSearch const& search) {
   auto const end = std::chrono::steady_clock::now() + std::chrono::seconds(120);
   while (!search.done() && std::chrono::steady_clock::now() < end)
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   return search.done() ? search.answer() : Answer::unknown;
 }
 
-TEST(SecondSearch, FindsAModel) {
+TEST(FurtherSearch, FindsAModel) {
   // Random clauses that the hidden assignment satisfies.
   std::mt19937 random(7);
   std::vector<bool> hidden(200);
@@ -43,7 +43,7 @@ TEST(SecondSearch, FindsAModel) {
   }
   run::Limits limits;
   std::int32_t const assumed = hidden[3] ? 4 : -4;
-  SecondSearch search(clauses, {assumed}, 0, 50'000, limits);
+  FurtherSearch search(clauses, {assumed}, 0, 50'000, limits);
   ASSERT_EQ(wait(search), Answer::sat);
   EXPECT_EQ(hidden[3], search.result().value(4));
   bool holds = false;
@@ -57,17 +57,17 @@ TEST(SecondSearch, FindsAModel) {
   }
 }
 
-TEST(SecondSearch, TellsTheAssumptionsThatFailed) {
+TEST(FurtherSearch, TellsTheAssumptionsThatFailed) {
   std::vector<std::int32_t> const clauses{-1, -2, 0, 3, 4, 0};
   run::Limits limits;
-  SecondSearch search(clauses, {1, 3, 2}, 0, 50'000, limits);
+  FurtherSearch search(clauses, {1, 3, 2}, 0, 50'000, limits);
   ASSERT_EQ(wait(search), Answer::unsat);
   EXPECT_TRUE(search.result().failed(1));
   EXPECT_TRUE(search.result().failed(2));
   EXPECT_FALSE(search.result().failed(3));
 }
 
-TEST(SecondSearch, EndsWithItsOwner) {
+TEST(FurtherSearch, EndsWithItsOwner) {
   // Twelve pigeons in eleven holes: nobody answers that here. The test ends when the search does.
   std::vector<std::int32_t> clauses;
   auto const in = [](int pigeon, int hole) { return 1 + pigeon * 11 + hole; };
@@ -79,7 +79,7 @@ TEST(SecondSearch, EndsWithItsOwner) {
     for (int p = 0; p < 12; ++p)
       for (int q = 0; q < p; ++q) clauses.insert(clauses.end(), {-in(p, h), -in(q, h), 0});
   run::Limits limits;
-  SecondSearch search(clauses, {}, 3, 50'000, limits);
+  FurtherSearch search(clauses, {}, 3, 50'000, limits);
   EXPECT_FALSE(search.done());
 }
 
@@ -122,7 +122,7 @@ class PortfolioTest : public testing::Test {
   std::unique_ptr<sinks::SolverSink> sink;
 };
 
-TEST_F(PortfolioTest, TheSecondSearchAnswersForTheFirst) {
+TEST_F(PortfolioTest, AFurtherSearchAnswersForTheFirst) {
   tunables.long_search = 20;
   make();
   sink->add_clause({2, 3});
@@ -140,7 +140,35 @@ TEST_F(PortfolioTest, TheSecondSearchAnswersForTheFirst) {
   EXPECT_GE(first->conflicts_, answered + 20);  // they count from the last answer
 }
 
-TEST_F(PortfolioTest, NoSecondSearchWithALimitOfConflicts) {
+// Several searches join; what they told is given to the first one before its next search.
+TEST_F(PortfolioTest, ManySearches) {
+  tunables.long_search = 20;
+  auto solver = std::make_unique<EndlessSolver>();
+  first = solver.get();
+  auto const units = std::make_shared<UnitPool>();
+  sink = std::make_unique<sinks::SolverSink>(
+      std::make_unique<Portfolio>(std::move(solver), 0, limits, tunables, 5, units));
+  test::put_pigeons(*sink, 7);
+  ASSERT_EQ(Answer::unsat, sink->solve());
+  std::uint64_t const given = first->clauses;
+  std::size_t const known = units->units().size();
+  ASSERT_EQ(Answer::unsat, sink->solve());
+  EXPECT_EQ(given + known, first->clauses);
+}
+
+TEST(FurtherSearch, SharesUnits) {
+  std::vector<std::int32_t> const clauses{-1, 2, 0, 1, -2, 0, -2, 3, 0, 2, -3, 0, 1, 3, 0, 4, 5, 0};
+  run::Limits limits;
+  UnitPool units;
+  units.add(-4);
+  FurtherSearch search(clauses, {}, 0, 50'000, limits, 2, &units);
+  ASSERT_EQ(wait(search), Answer::sat);
+  EXPECT_FALSE(search.result().value(4));  // which the clauses leave open: it was told
+  EXPECT_TRUE(search.result().value(5));
+  EXPECT_TRUE(search.result().value(1));
+}
+
+TEST_F(PortfolioTest, NoFurtherSearchWithALimitOfConflicts) {
   tunables.long_search = 0;
   make();
   sink->set_terminate([this] { return first->conflicts_ >= 100; });
@@ -148,7 +176,7 @@ TEST_F(PortfolioTest, NoSecondSearchWithALimitOfConflicts) {
   EXPECT_EQ(Answer::unknown, sink->solve({}, {.conflicts = 1000}));
 }
 
-TEST_F(PortfolioTest, NoSecondSearchOverLargeFormulas) {
+TEST_F(PortfolioTest, NoFurtherSearchOverLargeFormulas) {
   tunables.long_search = 0;
   tunables.portfolio_literals = 8;
   make();

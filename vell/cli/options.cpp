@@ -132,9 +132,11 @@ void CommonOptions::add_to(CLI::App& command, std::initializer_list<std::string_
            ->check(CLI::Range(0, 2000000000)));
   keep(command
            .add_option("--threads", threads,
-                       "1: one search only; 2: a second one joins in where it takes long")
+                       "1: one search only; N: others join in where it takes long, N in all")
            ->type_name("N")
-           ->check(CLI::Range(1, 2)));
+           ->check(CLI::Range(1, 256)));
+  keep(command.add_flag("--deterministic", deterministic,
+                        "searches of several threads take the same steps in every run"));
   keep(command.add_flag("--stats{text}", stats, "figures on stderr at the end: text or json")
            ->check(CLI::IsMember({"text", "json"})));
   keep(command.add_flag("--progress{always}", progress, "progress line on stderr: auto, always or never")

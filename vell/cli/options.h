@@ -20,6 +20,7 @@ struct CommonOptions {
   std::uint64_t memory_limit = 0;  // MiB; 0: none
   int seed = 0;
   unsigned threads = 0;           // 0: two where there are two processors
+  bool deterministic = false;     // the threads take the same steps in every run
   std::string stats;              // "", "text", "json"
   std::string progress = "auto";  // "auto", "always", "never"
   std::string proof;

@@ -31,6 +31,7 @@ int solve(Arguments arguments, CommonOptions const& common) {
   options.free_division = common.div_by_zero == "free";
   options.seed = common.seed;
   options.threads = common.threads != 0 ? common.threads : std::min(std::thread::hardware_concurrency(), 2U);
+  options.deterministic = common.deterministic;
   options.proof = common.proof;
   // A proof is about the unsimplified formulas unless --words is given.
   if (!common.proof.empty()) options.words = "none";
@@ -92,8 +93,8 @@ void add_solve(CLI::App& app, CommonOptions& common, Action& action) {
   for (CLI::App* a : {&app, command}) {
     add_arguments(*a, arguments);
     common.add_to(*a, {"--time-limit", "--check-time-limit", "--conflict-limit", "--memory-limit", "--seed",
-                       "--threads", "--stats", "--progress", "--proof", "--div-by-zero", "--words", "--set",
-                       "--trace", "--values", "--verbose"});
+                       "--threads", "--deterministic", "--stats", "--progress", "--proof", "--div-by-zero",
+                       "--words", "--set", "--trace", "--values", "--verbose"});
   }
   auto const prepare = [&common, &action, arguments] {
     if (arguments->file.empty() && !Terminal::available()) throw CLI::RequiredError("FILE");
@@ -108,6 +109,8 @@ void add_solve(CLI::App& app, CommonOptions& common, Action& action) {
       throw CLI::ValidationError("--proof", "is written by the embedded solver only, not with " + other);
     if (arguments->options.check_unsat && !common.proof.empty())
       throw CLI::ValidationError("--check-unsat", "is not for a run with --proof, which tells what is unsat");
+    if (common.deterministic && common.threads == 0)
+      throw CLI::ValidationError("--deterministic", "needs --threads N: the steps depend on the number");
     bool const embedded_only[] = {common.seed != 0, common.threads != 0, common.conflict_limit != 0};
     char const* const names[] = {"--seed", "--threads", "--conflict-limit"};
     for (std::size_t i = 0; i < std::size(names); ++i)

@@ -29,9 +29,10 @@ IncrementalSolver::IncrementalSolver(TermManager& tm, IncrementalSolverOptions c
       statistics_(statistics),
       tunables_(options.tunables),
       config_{options.free_division ? 1 : 0},
-      solver_(std::make_unique<sinks::SolverSink>(sat::make_solver(
-          {options.seed, options.threads, options.proof, options.solver_command, options.ipasir}, limits,
-          tunables_))),
+      solver_(std::make_unique<sinks::SolverSink>(
+          sat::make_solver({options.seed, options.threads, options.deterministic, options.proof,
+                            options.solver_command, options.ipasir},
+                           limits, tunables_))),
       clausifier_(&tm, &config_),
       sweep_(tm, clausifier_, limits, tunables_),
       // A sweep assumes SMT-LIB's values of divisions by zero, and its lemmas have no proof steps.

@@ -28,7 +28,8 @@ namespace vell::engine {
 struct IncrementalSolverOptions {
   bool free_division = false;  // a zero divisor leaves the result open
   int seed = 0;
-  unsigned threads = 1;  // 2: a second search joins the embedded solver's where that takes long
+  unsigned threads = 1;  // searches in all: further ones join the embedded solver's where that takes long
+  bool deterministic = false;  // they take the same steps in every run
   // File of a DRAT proof, "" for none. Then there is only one check, and its assertions and assumptions are
   // permanent clauses, as in a CNF file of the query. So cores and failed assumptions contain all of them.
   std::string proof;

@@ -17,16 +17,18 @@ namespace vell::sat {
 using sinks::Answer;
 using sinks::Effort;
 
-// The solver's two callbacks: it asks whether to stop, and offers each learned clause (which is only
-// counted).
+// The solver's two callbacks: it asks whether to stop, and offers each learned clause, which is counted; unit
+// clauses are passed on.
 class CadicalSolver::Observer : public CaDiCaL::Terminator, public CaDiCaL::Learner {
  public:
   bool terminate() override { return stop && stop(); }
-  bool learning(int) override {
+  bool learning(int size) override {
     learned.fetch_add(1, std::memory_order_relaxed);
-    return false;
+    return size == 1 && learned_unit;
   }
-  void learn(int) override {}
+  void learn(int literal) override {
+    if (literal != 0) learned_unit(literal);
+  }
 
   // Puts the two into the list of what was abandoned, without an allocation. There they can be reached, so
   // leak checkers do not report them.
@@ -37,6 +39,7 @@ class CadicalSolver::Observer : public CaDiCaL::Terminator, public CaDiCaL::Lear
   }
 
   std::function<bool()> stop;
+  std::function<void(std::int32_t)> learned_unit;
   std::atomic<std::uint64_t> learned{0};
 
  private:
@@ -114,6 +117,11 @@ void CadicalSolver::close_proof() {
 void CadicalSolver::set_terminate(std::function<bool()> terminate) {
   if (observer_ == nullptr) throw std::bad_alloc();
   observer_->stop = std::move(terminate);
+}
+
+void CadicalSolver::set_learned_unit(std::function<void(std::int32_t)> learned) {
+  if (observer_ == nullptr) throw std::bad_alloc();
+  observer_->learned_unit = std::move(learned);
 }
 
 Answer CadicalSolver::solve(std::span<std::int32_t const> assumptions, Effort const& effort) {

@@ -43,6 +43,10 @@ class CadicalSolver : public sinks::SatSolver {
   // Clauses learned so far, one for each conflict. Readable from another thread.
   std::uint64_t conflicts() const override;
 
+  // Called with each unit clause that is learned, from inside solve(): the clauses added so far imply it,
+  // whatever was assumed. Empty for none.
+  void set_learned_unit(std::function<void(std::int32_t literal)> learned);
+
   // Writes a DRAT proof, as text, of everything from here on to the file, which stays the caller's. To be
   // called before the first clause.
   void trace_proof(std::FILE* file);

@@ -3,6 +3,7 @@
 #include "vell/sat/cadicalsolver.h"
 #include "vell/sat/ipasirsolver.h"
 #include "vell/sat/portfolio.h"
+#include "vell/sat/rounds.h"
 
 namespace vell::sat {
 
@@ -12,9 +13,14 @@ std::unique_ptr<sinks::SatSolver> make_solver(SolverOptions const& options, run:
   if (!options.ipasir.empty()) return std::make_unique<IpasirSolver>(options.ipasir);
   // A proof is that of one search.
   if (!options.proof.empty()) return make_proving_solver(options.seed, options.proof);
+  if (options.threads > 1 && options.deterministic)
+    return std::make_unique<Rounds>(options.seed, options.threads, limits, tunables);
   auto solver = std::make_unique<CadicalSolver>(options.seed);
   if (options.threads < 2) return solver;
-  return std::make_unique<Portfolio>(std::move(solver), options.seed, limits, tunables);
+  auto units = std::make_shared<UnitPool>();
+  solver->set_learned_unit([units](std::int32_t l) { units->add(l); });
+  return std::make_unique<Portfolio>(std::move(solver), options.seed, limits, tunables, options.threads,
+                                     units);
 }
 
 }  // namespace vell::sat

@@ -15,7 +15,8 @@ namespace vell::sat {
 
 struct SolverOptions {
   int seed = 0;          // of the embedded solver, 0 its default
-  unsigned threads = 1;  // 2 or more: a second search joins the embedded solver's where that takes long
+  unsigned threads = 1;  // searches in all: the further ones join the embedded solver's where that takes long
+  bool deterministic = false;  // the searches take the same steps in every run: see Rounds
   // File of a DRAT proof, "" for none: see make_proving_solver().
   std::string proof = {};
   // Shell command of an external solver, "" for the embedded one: see make_external_solver().

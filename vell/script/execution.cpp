@@ -62,6 +62,7 @@ engine::IncrementalSolverOptions internal(ExecutionOptions const& options) {
   out.free_division = options.free_division;
   out.seed = options.seed;
   out.threads = options.threads;
+  out.deterministic = options.deterministic;
   out.proof = options.proof;
   out.solver_command = options.command;
   out.ipasir = options.ipasir;

@@ -22,6 +22,7 @@ engine::IncrementalSolverOptions internal(SolverOptions const& options) {
   out.free_division = options.free_division;
   out.seed = options.seed;
   out.threads = options.threads;
+  out.deterministic = options.deterministic;
   out.solver_command = options.command;
   out.ipasir = options.ipasir;
   out.passes = passes_of(options);

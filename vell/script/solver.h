@@ -24,8 +24,9 @@ using sinks::Answer;
 
 // How a Solver works.
 struct SolverOptions : Options {
-  int seed = 0;          // of the embedded SAT solver; 0: its default
-  unsigned threads = 1;  // 2: a second search joins where the first one takes long
+  int seed = 0;                // of the embedded SAT solver; 0: its default
+  unsigned threads = 1;        // searches in all: the further ones join where the first one takes long
+  bool deterministic = false;  // they take the same steps in every run
   // A SAT solver beside the embedded one; at most one of the two. "" for none.
   std::string command = {};  // a shell command with {cnf} in the place of a DIMACS file
   std::string ipasir = {};   // a shared object with the functions of IPASIR
