@@ -49,6 +49,21 @@ TEST(Leftovers, FilesAndFoldersComeAndGo) {
 }
 
 // In a process of its own, which ends: what is left there is gone, what was kept stays.
+TEST(Leftovers, AFolderThatIsKept) {
+  test::Scratch scratch;
+  std::string folder;
+  ASSERT_TRUE(make_folder(scratch.file(""), "d", folder));
+  std::ofstream(folder + "/inside") << "x";
+  ASSERT_TRUE(keep_folder(folder, scratch.file("kept")));
+  EXPECT_EQ("x", scratch.read("kept/inside"));
+  EXPECT_EQ(1u, scratch.files());
+  // Not over a folder that holds something; then it stays as it was.
+  ASSERT_TRUE(make_folder(scratch.file(""), "d", folder));
+  EXPECT_FALSE(keep_folder(folder, scratch.file("kept")));
+  remove_folder(folder);
+  EXPECT_EQ(1u, scratch.files());
+}
+
 TEST(Leftovers, NothingOutlivesTheProcess) {
   test::Scratch scratch;
   std::string const told = scratch.file("child");

@@ -78,6 +78,14 @@ TEST_F(ExternalSolverTest, TheModelIsTheProgramsOwn) {
   EXPECT_TRUE(s->value(c));
 }
 
+TEST_F(ExternalSolverTest, TheProgramIsToldWhereItsProofGoes) {
+  sinks::SolverSink s(make_external_solver(limits, "echo 1 0 > {proof}; : {cnf}; echo s UNSATISFIABLE",
+                                           kept.file("it's one")));
+  s.add_clause({s.new_lit()});
+  ASSERT_EQ(Answer::unsat, s.solve({}));
+  EXPECT_EQ("1 0\n", kept.read("it's one"));
+}
+
 TEST_F(ExternalSolverTest, StoppedItWritesNoFile) {
   auto s = solver(keep_and_say("s UNSATISFIABLE\\n"));
   s->add_clause({s->new_lit()});

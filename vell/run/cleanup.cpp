@@ -186,6 +186,17 @@ bool keep_file(std::string const& name, std::string const& as) {
   return true;
 }
 
+bool keep_folder(std::string const& name, std::string const& as) {
+  Registry& r = registry();
+  std::lock_guard const lock(r.mutex);
+  if (std::rename(name.c_str(), as.c_str()) != 0) return false;
+  auto const found = r.folders.find(name);
+  if (found == r.folders.end()) return true;
+  if (found->second >= 0) close(found->second);
+  r.folders.erase(found);
+  return true;
+}
+
 void remove_file(std::string const& name) {
   Registry& r = registry();
   std::lock_guard const lock(r.mutex);

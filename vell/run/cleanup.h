@@ -24,6 +24,9 @@ int make_file(std::string& name);
 bool make_folder(std::string const& base, std::string const& prefix, std::string& name);
 // Renames a file of make_file() to its final name; false with errno set if that fails.
 bool keep_file(std::string const& name, std::string const& as);
+// Renames a folder of make_folder() to its final name, where nothing or an empty folder is; false with errno
+// set if that fails.
+bool keep_folder(std::string const& name, std::string const& as);
 // Removes and unregisters the file, or the folder with its contents.
 void remove_file(std::string const& name);
 void remove_folder(std::string const& name);

@@ -63,6 +63,13 @@ std::string shell_quoted(std::string const& text) {
   return out + "'";
 }
 
+// Puts the path, quoted, in place of the name.
+void put_path(std::string& command, std::string const& name, std::string const& path) {
+  std::string const quoted = shell_quoted(path);
+  for (std::size_t i = 0; (i = command.find(name, i)) != std::string::npos; i += quoted.size())
+    command.replace(i, name.size(), quoted);
+}
+
 // A pipe. A child inherits neither end unless it is passed on.
 class Pipe {
  public:
@@ -173,8 +180,8 @@ struct Text : ByteOutput {
 
 class ExternalSolver : public sinks::SatSolver {
  public:
-  ExternalSolver(run::Limits const& limits, std::string const& command)
-      : limits_(limits), command_(command), writer_(clauses_, sinks::Form::raw) {}
+  ExternalSolver(run::Limits const& limits, std::string const& command, std::string const& proof)
+      : limits_(limits), command_(command), proof_(proof), writer_(clauses_, sinks::Form::raw) {}
 
   void add(std::span<std::int32_t const> clause) override { write(writer_, clause); }
   void set_variables(std::int32_t last) override { variables_ = last; }
@@ -185,11 +192,8 @@ class ExternalSolver : public sinks::SatSolver {
     SolverFiles const place;
     write_cnf(place.cnf(), assumptions);
     std::string command = command_;
-    for (std::size_t i = command.find("{cnf}"); i != std::string::npos; i = command.find("{cnf}", i)) {
-      std::string const path = shell_quoted(place.cnf());
-      command.replace(i, 5, path);
-      i += path.size();
-    }
+    put_path(command, "{cnf}", place.cnf());
+    put_path(command, "{proof}", proof_);
     run(command);
     if (ended()) return sinks::Answer::unknown;
     switch (solution_.status()) {
@@ -260,6 +264,7 @@ class ExternalSolver : public sinks::SatSolver {
 
   run::Limits const& limits_;
   std::string command_;
+  std::string proof_;
   std::function<bool()> terminate_;
   std::int32_t variables_ = 0;
   Text clauses_;
@@ -269,9 +274,9 @@ class ExternalSolver : public sinks::SatSolver {
 
 }  // namespace
 
-std::unique_ptr<sinks::SatSolver> make_external_solver(run::Limits const& limits,
-                                                       std::string const& command) {
-  return std::make_unique<ExternalSolver>(limits, command);
+std::unique_ptr<sinks::SatSolver> make_external_solver(run::Limits const& limits, std::string const& command,
+                                                       std::string const& proof) {
+  return std::make_unique<ExternalSolver>(limits, command, proof);
 }
 
 }  // namespace vell::sat

@@ -9,7 +9,7 @@ namespace vell::sat {
 
 std::unique_ptr<sinks::SatSolver> make_solver(SolverOptions const& options, run::Limits const& limits,
                                               run::Tunables const& tunables) {
-  if (!options.command.empty()) return make_external_solver(limits, options.command);
+  if (!options.command.empty()) return make_external_solver(limits, options.command, options.proof);
   if (!options.ipasir.empty()) return std::make_unique<IpasirSolver>(options.ipasir);
   // A proof is that of one search.
   if (!options.proof.empty()) return make_proving_solver(options.seed, options.proof);

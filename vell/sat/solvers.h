@@ -17,7 +17,7 @@ struct SolverOptions {
   int seed = 0;          // of the embedded solver, 0 its default
   unsigned threads = 1;  // searches in all: the further ones join the embedded solver's where that takes long
   bool deterministic = false;  // the searches take the same steps in every run: see Rounds
-  // File of a DRAT proof, "" for none: see make_proving_solver().
+  // File of a DRAT proof, "" for none: see make_proving_solver(), or make_external_solver() with a command.
   std::string proof = {};
   // Shell command of an external solver, "" for the embedded one: see make_external_solver().
   std::string command = {};
@@ -37,7 +37,8 @@ std::unique_ptr<sinks::SatSolver> make_proving_solver(int seed, std::string cons
 
 // A program that reads DIMACS from the file put in place of "{cnf}" in the shell command and prints `s` and
 // `v` lines. solve() throws Exception when the command cannot be run or does not answer, and run::Stopped
-// when the limits end the work before it runs.
-std::unique_ptr<sinks::SatSolver> make_external_solver(run::Limits const& limits, std::string const& command);
+// when the limits end the work before it runs. The path `proof` is put in place of "{proof}".
+std::unique_ptr<sinks::SatSolver> make_external_solver(run::Limits const& limits, std::string const& command,
+                                                       std::string const& proof = "");
 
 }  // namespace vell::sat
