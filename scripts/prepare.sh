@@ -7,7 +7,8 @@ program_packages="g++ cmake ninja-build libgmp-dev libmpfr-dev libsymfpu-dev lib
 test_packages="libgtest-dev libbenchmark-dev cadical z3 cvc5 minisat2 cryptominisat python3
   libcryptominisat5-dev make pkg-config doxygen clang-format python3-jsonschema valgrind
   pybind11-dev python3-dev python3-numpy
-  graphviz chromium chromium-driver"
+  graphviz chromium chromium-driver
+  parallel openssh-client openssh-server openmpi-bin shellcheck"
 
 say() { echo "$*" >&2; }
 

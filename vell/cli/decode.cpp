@@ -22,9 +22,7 @@ int run(Arguments const& given, script::WordFormat format) {
     std::string const text =
         given.script.empty() ? script::decode(given.cnf, given.solution, format)
                              : script::decode(given.cnf, given.solution, given.script, given.query, format);
-    bool const written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
-    if (std::fflush(stdout) == 0 && written) return 0;
-    std::fputs("vell-bv: <stdout>: cannot write\n", stderr);
+    return print(text);
   } catch (Exception const& e) {
     std::fprintf(stderr, "vell-bv: %s\n", e.what());
   } catch (std::bad_alloc const&) {

@@ -41,6 +41,9 @@ int run(int argc, char** argv) {
   add_profile(app, common, action);
   add_draw(app, common, action);
   add_decode(app, common, action);
+  add_cubes(app, common, action);
+  add_solve_cube(app, common, action);
+  add_join(app, common, action);
   add_replay(app, common, action);
   // Listed here; implemented in normalised().
   app.add_subcommand("help", "this text, or that of a command");

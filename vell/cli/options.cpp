@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 
 #include "vell/terms/exception.h"
 
@@ -31,6 +32,13 @@ std::string check_passes(std::string const& text) {
   }
 }
 }  // namespace
+
+int print(std::string const& text) {
+  bool const written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+  if (std::fflush(stdout) == 0 && written) return 0;
+  std::fputs("vell-bv: <stdout>: cannot write\n", stderr);
+  return exit_error;
+}
 
 CLI::Validator seconds() {
   return CLI::Validator(

@@ -54,7 +54,13 @@ void add_cnf(CLI::App& app, CommonOptions& common, Action& action);
 void add_profile(CLI::App& app, CommonOptions& common, Action& action);
 void add_draw(CLI::App& app, CommonOptions& common, Action& action);
 void add_decode(CLI::App& app, CommonOptions& common, Action& action);
+void add_cubes(CLI::App& app, CommonOptions& common, Action& action);
+void add_solve_cube(CLI::App& app, CommonOptions& common, Action& action);
+void add_join(CLI::App& app, CommonOptions& common, Action& action);
 void add_replay(CLI::App& app, CommonOptions& common, Action& action);
+
+// Writes to standard output; the exit code that tells how it went.
+int print(std::string const& text);
 
 // Exit codes.
 inline constexpr int exit_error = 1;  // bad input, a defect, a file that cannot be written
