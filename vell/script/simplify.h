@@ -24,7 +24,10 @@ struct Definition {
 struct Simplified {
   // All of them hold where, and only where, all given ones hold under some values of the defined variables.
   std::vector<Term_ const*> formulas;
-  // A value may hold variables that later definitions define: compute from the last to the first.
+  // A value may hold variables that later definitions define: compute from the last to the first. Of a
+  // floating-point constant, a rounding mode and a term whose operands leave its value open it is a word,
+  // least significant bit first: fraction, exponent, sign; the number of the rounding mode; the term's own
+  // bits.
   std::vector<Definition> definitions;
 };
 

@@ -66,6 +66,8 @@ class Simplifier {
   // The value of a variable, as Assignment::read writes it, valid until the next call; null for a variable
   // that is not eliminated, and before complete().
   std::uint64_t const* completed(Term_ const* variable) const;
+  // What stands for floating-point variables, and for terms whose operands leave their value open.
+  fp::Lowering const& lowering() const { return lowering_; }
   // The word that stands for a variable of floating-point values or rounding modes; another variable itself.
   Term_ const* stand_in(Term_ const* variable) const { return lowering_.stand_in(variable); }
 
