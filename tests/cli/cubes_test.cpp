@@ -35,7 +35,7 @@ class CubeCommands : public testing::Test {
 };
 
 TEST_F(CubeCommands, Unsat) {
-  std::size_t const n = split(factors(65521));
+  std::size_t const n = split(factors(65003));
   ASSERT_EQ(4U, n);
   Finished f = run({"join", folder});
   EXPECT_EQ(1, f.code);
@@ -70,7 +70,7 @@ TEST_F(CubeCommands, Sat) {
 
 // Without an answer there is no verdict, and the exit code says so.
 TEST_F(CubeCommands, NoAnswer) {
-  split(factors(65521));
+  split(factors(65003));
   Finished f = run({"solve-cube", folder, "1", "--conflict-limit", "1"});
   EXPECT_EQ(1, f.code);
   EXPECT_EQ("unknown\n", f.out);
@@ -82,7 +82,7 @@ TEST_F(CubeCommands, NoAnswer) {
 }
 
 TEST_F(CubeCommands, WrongCommandLines) {
-  split(factors(65521));
+  split(factors(65003));
   for (std::vector<std::string> const& arguments : std::vector<std::vector<std::string>>{
            {"cubes", scratch.file("f.smt2"), "-o", folder},
            {"cubes", scratch.file("f.smt2"), "-n", "0", "-o", folder},

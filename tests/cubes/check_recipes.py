@@ -20,13 +20,14 @@ import tempfile
 import time
 
 root = pathlib.Path(__file__).resolve().parents[2]
-# Factors of ten bits: of the largest prime of twenty bits, which has none, and of the product of two primes.
+# Factors of ten bits: of the largest prime that intervals of the factors do not exclude, which has none, and of the
+# product of two primes.
 SCRIPT = """(set-logic QF_BV)
 (declare-const x (_ BitVec 10))(declare-const y (_ BitVec 10))
 (assert (= (bvmul ((_ zero_extend 10) x) ((_ zero_extend 10) y)) (_ bv{} 20)))
 (check-sat)
 """
-UNSAT = SCRIPT.format(2**20 - 3)
+UNSAT = SCRIPT.format(1046527)
 SAT = SCRIPT.format(1009 * 1013)
 
 

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <iostream>
 #include <thread>
+#include <vector>
 
 #include "vell/cli/options.h"
 #include "vell/cli/terminal.h"
@@ -58,31 +59,39 @@ int solve(Arguments arguments, CommonOptions const& common) {
   watchdog.finish(good || (dialogue && !contradicted) ? 0 : exit_error);
 }
 
-void add_arguments(CLI::App& command, std::shared_ptr<Arguments> const& arguments) {
-  command
-      .add_option("FILE", arguments->file,
-                  "SMT-LIB script to execute; - is standard input; none, at a terminal, begins a dialogue")
-      ->type_name("");
-  command
-      .add_option("--solver", arguments->options.command,
-                  "shell command that answers check-sat; {cnf} stands for the DIMACS file")
-      ->type_name("CMD")
-      ->check([](std::string const& text) {
-        return text.find("{cnf}") == std::string::npos ? std::string("the command has no {cnf}")
-                                                       : std::string();
-      });
-  command
-      .add_option("--ipasir", arguments->options.ipasir,
-                  "shared object with the functions of IPASIR: a SAT solver that answers check-sat")
-      ->type_name("LIB.so");
-  command
-      .add_option("--query", arguments->options.query, "answer this check-sat only, and end at the next one")
-      ->type_name("N")
-      ->check(count());
-  command.add_flag("--check-unsat", arguments->options.check_unsat,
-                   "decide what is unsat once more, without simplifications on words");
-  command.add_flag("--check-status", arguments->check_status,
-                   "exit code 1 when an answer differs from :status");
+// The options that only solving has, FILE first. App::get_option() would find them by name, but is noexcept
+// and allocates.
+std::vector<CLI::Option*> add_arguments(CLI::App& command, std::shared_ptr<Arguments> const& arguments) {
+  std::vector<CLI::Option*> out;
+  out.push_back(
+      command
+          .add_option(
+              "FILE", arguments->file,
+              "SMT-LIB script to execute; - is standard input; none, at a terminal, begins a dialogue")
+          ->type_name(""));
+  out.push_back(command
+                    .add_option("--solver", arguments->options.command,
+                                "shell command that answers check-sat; {cnf} stands for the DIMACS file")
+                    ->type_name("CMD")
+                    ->check([](std::string const& text) {
+                      return text.find("{cnf}") == std::string::npos ? std::string("the command has no {cnf}")
+                                                                     : std::string();
+                    }));
+  out.push_back(
+      command
+          .add_option("--ipasir", arguments->options.ipasir,
+                      "shared object with the functions of IPASIR: a SAT solver that answers check-sat")
+          ->type_name("LIB.so"));
+  out.push_back(command
+                    .add_option("--query", arguments->options.query,
+                                "answer this check-sat only, and end at the next one")
+                    ->type_name("N")
+                    ->check(count()));
+  out.push_back(command.add_flag("--check-unsat", arguments->options.check_unsat,
+                                 "decide what is unsat once more, without simplifications on words"));
+  out.push_back(command.add_flag("--check-status", arguments->check_status,
+                                 "exit code 1 when an answer differs from :status"));
+  return out;
 }
 
 }  // namespace
@@ -90,8 +99,9 @@ void add_arguments(CLI::App& command, std::shared_ptr<Arguments> const& argument
 void add_solve(CLI::App& app, CommonOptions& common, Action& action) {
   auto arguments = std::make_shared<Arguments>();
   CLI::App* const command = app.add_subcommand("solve", "execute a script: the same as without a command");
-  for (CLI::App* a : {&app, command}) {
-    add_arguments(*a, arguments);
+  std::vector<CLI::Option*> own;  // of the program without a command
+  for (CLI::App* a : {command, &app}) {
+    own = add_arguments(*a, arguments);
     common.add_to(*a, {"--time-limit", "--check-time-limit", "--conflict-limit", "--memory-limit", "--seed",
                        "--threads", "--deterministic", "--stats", "--progress", "--proof", "--div-by-zero",
                        "--words", "--set", "--trace", "--values", "--verbose"});
@@ -119,13 +129,13 @@ void add_solve(CLI::App& app, CommonOptions& common, Action& action) {
     action = [arguments, &common] { return solve(*arguments, common); };
   };
   command->callback(prepare);
-  app.callback([&app, arguments, prepare] {
+  app.callback([&app, own, prepare] {
     if (app.get_subcommands().empty()) return prepare();
-    std::size_t own = 0;
-    for (char const* name : {"--solver", "--ipasir", "--check-status", "--query", "--check-unsat"})
-      own += app.get_option(name)->count();
-    if (own != 0 && app.got_subcommand("solve") && app.get_option("FILE")->count() == 0) return;
-    if (own + app.get_option("FILE")->count() != 0)
+    std::size_t const files = own[0]->count();
+    std::size_t others = 0;
+    for (std::size_t i = 1; i < own.size(); ++i) others += own[i]->count();
+    if (others != 0 && app.got_subcommand("solve") && files == 0) return;
+    if (others + files != 0)
       throw CLI::ValidationError(
           "a script, --solver, --ipasir, --query or --check-unsat in front of a command");
   });

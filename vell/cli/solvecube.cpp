@@ -1,6 +1,8 @@
 // vell-bv solve-cube DIR K
 
 #include <new>
+#include <string>
+#include <vector>
 
 #include "vell/cli/options.h"
 #include "vell/cli/watchdog.h"
@@ -73,8 +75,11 @@ void add_solve_cube(CLI::App& app, CommonOptions& common, Action& action) {
                     "exit code 20 for unsat, so that 0 means sat: for parallel --halt now,success=1");
   common.add_to(*command, {"--time-limit", "--conflict-limit", "--memory-limit", "--seed", "--stats",
                            "--progress", "--verbose"});
-  // Here the proof has a name of its own.
-  command->remove_option(command->get_option("--proof"));
+  // Here the proof has a name of its own. App::get_option() is noexcept and allocates.
+  for (CLI::Option* o : command->get_options([](CLI::Option const* option) {
+         return option->get_lnames() == std::vector<std::string>{"proof"};
+       }))
+    command->remove_option(o);
   command->add_flag("--proof", arguments->options.proof, "write a DRAT proof beside a verdict of unsat");
   command->callback([arguments, &common, &action] {
     script::CubeSolverOptions const& o = arguments->options;

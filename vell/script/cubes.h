@@ -16,6 +16,7 @@
 
 namespace vell::script {
 
+// How a script is split.
 struct CubeOptions : Options {
   std::uint64_t query = 0;  // which check, from 1; 0: the first, or the script's end where it has none
   std::size_t count = 1;    // of cubes: about so many
@@ -27,6 +28,7 @@ struct CubeOptions : Options {
 VELL_API std::size_t write_cubes(std::string const& script, std::string const& folder,
                                  CubeOptions const& options = {}, Control* control = nullptr);
 
+// How a cube is solved.
 struct CubeSolverOptions {
   int seed = 0;              // of the embedded solver
   std::string command = {};  // external solver, {cnf} and {proof} in the place of its files; "" for none
@@ -41,8 +43,9 @@ struct CubeSolverOptions {
 VELL_API Answer solve_cube(std::string const& folder, std::size_t cube, CubeSolverOptions const& options = {},
                            Control* control = nullptr);
 
+// What the verdicts of all cubes say together.
 struct JoinedCubes {
-  Answer answer = Answer::unknown;
+  Answer answer = Answer::unknown;        // unknown while verdicts are missing
   std::string model = {};                 // for sat, as get-model prints it
   std::string missing = {};               // numbers of the cubes without a verdict, "3, 5-9"
   std::size_t missing_count = 0;          // how many these are
